@@ -1,0 +1,40 @@
+# zlib, libmpg123 and kissfft. The host build takes Debian's packages; the Windows build takes Debian's
+# package of zlib for the target and what scripts/deps.sh built from Debian's source packages.
+
+if(WIN32)
+  set(default_cache "$ENV{MELORIN_CACHE}")
+  if(NOT default_cache)
+    set(default_cache "$ENV{XDG_CACHE_HOME}")
+    if(NOT default_cache)
+      set(default_cache "$ENV{HOME}/.cache")
+    endif()
+    set(default_cache "${default_cache}/melorin")
+  endif()
+  set(MELORIN_DEPS "${default_cache}/deps/windows" CACHE PATH "What scripts/deps.sh built for the target")
+  if(NOT EXISTS ${MELORIN_DEPS}/stamp)
+    message(FATAL_ERROR "${MELORIN_DEPS} is not there: run scripts/deps.sh")
+  endif()
+  add_library(melorin_mpg123 INTERFACE)
+  target_include_directories(melorin_mpg123 SYSTEM INTERFACE ${MELORIN_DEPS}/include)
+  target_link_libraries(melorin_mpg123 INTERFACE ${MELORIN_DEPS}/lib/libmpg123.a shlwapi)
+  target_compile_definitions(melorin_mpg123 INTERFACE LINK_MPG123_STATIC)
+
+  add_library(melorin_kissfft INTERFACE)
+  target_include_directories(melorin_kissfft SYSTEM INTERFACE ${MELORIN_DEPS}/include)
+  target_link_libraries(melorin_kissfft INTERFACE ${MELORIN_DEPS}/lib/libkissfft.a)
+
+  add_library(melorin_zlib INTERFACE)
+  target_link_libraries(melorin_zlib INTERFACE /usr/i686-w64-mingw32/lib/libz.a)
+else()
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(MPG123 REQUIRED IMPORTED_TARGET libmpg123)
+  add_library(melorin_mpg123 INTERFACE)
+  target_link_libraries(melorin_mpg123 INTERFACE PkgConfig::MPG123)
+
+  pkg_check_modules(KISSFFT REQUIRED IMPORTED_TARGET kissfft-float)
+  add_library(melorin_kissfft INTERFACE)
+  target_link_libraries(melorin_kissfft INTERFACE PkgConfig::KISSFFT)
+
+  add_library(melorin_zlib INTERFACE)
+  target_link_libraries(melorin_zlib INTERFACE z)
+endif()

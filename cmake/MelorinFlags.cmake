@@ -1,0 +1,55 @@
+# Warnings and sanitizers for our own code, and melorin_library(): one folder, one library.
+
+find_program(MELORIN_CCACHE ccache)
+if(MELORIN_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${MELORIN_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${MELORIN_CCACHE})
+endif()
+
+add_library(melorin_flags INTERFACE)
+target_compile_options(melorin_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Werror)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(melorin_flags INTERFACE -Wthread-safety)
+endif()
+target_include_directories(melorin_flags INTERFACE ${CMAKE_SOURCE_DIR})
+if(WIN32)
+  # Windows 7 interfaces are the floor.
+  target_compile_definitions(melorin_flags INTERFACE
+    UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601)
+  # Interface classes are deleted through Release, as the component runtime has it; their slot order has no
+  # room for a destructor.
+  target_compile_options(melorin_flags INTERFACE -Wno-non-virtual-dtor)
+else()
+  target_compile_options(melorin_flags INTERFACE -Wno-non-virtual-dtor)
+endif()
+
+if(MELORIN_SANITIZE)
+  add_compile_options(-fsanitize=${MELORIN_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${MELORIN_SANITIZE})
+  if(MELORIN_SANITIZE MATCHES undefined)
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
+if(MELORIN_FUZZ)
+  # Coverage for the fuzzers in every library; the fuzz targets themselves bring the driver.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# melorin_library(name SOURCES … [WIN32 …] [HOST …] [LINKS …])
+# Sources under WIN32 and HOST are the two halves of the seam; LINKS are the folders it may include.
+function(melorin_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;WIN32;HOST;LINKS" ${ARGN})
+  if(WIN32)
+    list(APPEND ARG_SOURCES ${ARG_WIN32})
+  else()
+    list(APPEND ARG_SOURCES ${ARG_HOST})
+  endif()
+  if(NOT ARG_SOURCES)
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE melorin_flags ${ARG_LINKS})
+    return()
+  endif()
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC melorin_flags ${ARG_LINKS})
+endfunction()

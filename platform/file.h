@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+//
+// Files as the core needs them. Every path is GBK text; a name that code page 936 cannot hold cannot be named.
+// On the host the bytes become UTF-8 names. No function here shows a message or throws.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace melorin {
+
+#if defined(_WIN32)
+inline constexpr char kPathSeparator = '\\';
+#else
+inline constexpr char kPathSeparator = '/';
+#endif
+
+/// A read-only view of a whole file. An empty file maps to an empty span and is valid.
+/// Opened with read sharing only for others (a writer is refused while it is open).
+class MappedFile {
+ public:
+  MappedFile() noexcept;
+  ~MappedFile();
+  MappedFile(MappedFile&&) noexcept;
+  MappedFile& operator=(MappedFile&&) noexcept;
+
+  /// False when the file is missing, is a directory or cannot be mapped; then Bytes() is empty.
+  bool Open(const std::string& path_gbk);
+  void Close();
+  std::span<const uint8_t> Bytes() const { return bytes_; }
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+  std::span<const uint8_t> bytes_;
+};
+
+/// An open file with a position. Thread: one at a time.
+class File {
+ public:
+  enum class Access { kRead, kReadWrite };
+  enum class Share { kRead, kReadWrite };
+  enum class Create { kMustExist, kAlways };  ///< kAlways truncates an existing file.
+
+  File() noexcept;
+  ~File();
+  File(File&&) noexcept;
+  File& operator=(File&&) noexcept;
+
+  bool Open(const std::string& path_gbk, Access access, Share share, Create create);
+  void Close();
+  bool IsOpen() const;
+  /// Bytes transferred, or -1 on failure. A read at the end gives 0.
+  int64_t Read(std::span<uint8_t> data);
+  int64_t Write(std::span<const uint8_t> data);
+  /// At an absolute offset, without moving the position that Read and Write use on POSIX; on Windows the
+  /// position is undefined afterwards, so use either these or Seek/Read, never both.
+  int64_t ReadAt(int64_t offset, std::span<uint8_t> data);
+  int64_t WriteAt(int64_t offset, std::span<const uint8_t> data);
+  bool Seek(int64_t offset);  ///< From the start.
+  int64_t Size();             ///< -1 on failure.
+  bool SetSize(int64_t size);
+  /// To the disk itself.
+  bool Flush();
+
+ private:
+  intptr_t handle_ = -1;
+};
+
+struct DirectoryEntry {
+  std::string name_gbk;
+  bool is_directory = false;
+  int64_t size = 0;
+};
+/// The entries of a folder in the order the file system gives them, without "." and "..". Empty when there is
+/// no such folder. Names that GBK cannot hold are left out.
+std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk);
+
+bool FileExists(const std::string& path_gbk);       ///< A file, not a folder.
+bool DirectoryExists(const std::string& path_gbk);
+bool MakeDirectory(const std::string& path_gbk);    ///< True when it is there afterwards.
+bool DeleteFileAt(const std::string& path_gbk);
+/// Puts `from` in the place of `to` in one step: afterwards `to` is the old or the new file, never a part.
+bool ReplaceFileAt(const std::string& from_gbk, const std::string& to_gbk);
+std::string FullPath(const std::string& path_gbk);  ///< The input when it cannot be resolved.
+std::string TempDirectory();                        ///< With a separator at the end.
+/// A file (not a folder) of that name on the platform's module search path. Always false on the host.
+bool OnModuleSearchPath(const std::string& name_gbk);
+
+/// "dir/name.ext" → ".ext" without the dot, as it is written; empty when the name has none.
+std::string_view PathExtension(std::string_view path_gbk);
+std::string_view PathFileName(std::string_view path_gbk);
+std::string_view PathDirectory(std::string_view path_gbk);  ///< Without the separator at the end.
+std::string JoinPath(std::string_view folder_gbk, std::string_view name_gbk);
+
+/// Writes a file beside its place and swaps it in; false leaves the old file as it was.
+bool WriteFileSafely(const std::string& path_gbk, std::span<const uint8_t> bytes);
+
+}  // namespace melorin

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+//
+// What a playback stream needs of a sound device. Written by one decode thread; volume, position and pause may be
+// called from the UI thread at the same time.
+#pragma once
+
+#include "platform/com.h"
+
+namespace melorin {
+
+enum class DeviceKind : int32_t { kWaveOut = 0, kDirectSound = 1, kKernelStreaming = 2, kAsio = 3 };
+
+/// Operations in slot order after the three standard ones. None blocks for longer than the platform call it
+/// stands for. Bytes are of the device format.
+struct OutputDevice : IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) = 0;
+  /// A second device of the same kind and format that can play while this one still sounds.
+  virtual HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) = 0;
+  virtual HRESULT STDMETHODCALLTYPE Play() = 0;
+  virtual HRESULT STDMETHODCALLTYPE Pause() = 0;  ///< Keeps queued data.
+  virtual HRESULT STDMETHODCALLTYPE Reset() = 0;  ///< Discards queued data; the position counts from 0 again.
+  virtual HRESULT STDMETHODCALLTYPE SetVolume(int32_t volume) = 0;   ///< 0 to 100; -1 mutes.
+  virtual HRESULT STDMETHODCALLTYPE SetBalance(int32_t balance) = 0; ///< -100 to 100; > 0 attenuates the left.
+  virtual HRESULT STDMETHODCALLTYPE GetBufferSize(uint32_t* bytes) = 0;
+  virtual HRESULT STDMETHODCALLTYPE GetPosition(uint32_t* bytes) = 0;  ///< Played since the last Reset.
+  virtual HRESULT STDMETHODCALLTYPE GetFreeSpace(uint32_t* bytes) = 0;
+  virtual HRESULT STDMETHODCALLTYPE Write(const uint8_t* data, uint32_t bytes) = 0;  ///< At most the free space.
+};
+
+}  // namespace melorin

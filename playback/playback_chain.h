@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+//
+// Where a playback stream gets its samples: a source, its decoder and the effects behind them, delivering blocks of
+// 32-bit floats with full scale ±1.0.
+#pragma once
+
+#include <cstdint>
+
+#include "sound/interfaces.h"
+
+namespace melorin {
+
+/// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls them from,
+/// never at the same time as NextBlock.
+class PlaybackChain {
+ public:
+  virtual ~PlaybackChain() = default;
+
+  /// Size in bytes of one float block at the source's own rate, and at the rate resampled to.
+  virtual uint32_t NativeBlockBytes() const = 0;
+  virtual uint32_t ResampledBlockBytes() const = 0;
+  virtual bool IsResampling() const = 0;
+  uint32_t BlockBytes() const { return IsResampling() ? ResampledBlockBytes() : NativeBlockBytes(); }
+
+  virtual uint32_t SampleRate() const = 0;  ///< Of what is delivered, Hz.
+  virtual uint16_t Channels() const = 0;
+  virtual uint16_t SourceBits() const = 0;  ///< The source's own sample width.
+  virtual uint32_t DurationMs() const = 0;
+
+  /// Fills the block and sets its length. S_OK: delivered; anything else: the source has ended or failed. Never
+  /// allocates once the first block was delivered.
+  virtual HRESULT NextBlock(SoundBuffer& block) = 0;
+  virtual HRESULT Seek(uint32_t position_ms) = 0;
+
+  virtual HRESULT NotifyStart() = 0;
+  virtual HRESULT NotifyPause() = 0;
+  virtual HRESULT NotifyStop() = 0;
+
+  virtual SoundSource* Source() const = 0;  ///< Borrowed.
+};
+
+}  // namespace melorin

@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft; with `bench` also
+# what the benchmarks compare with (Google Benchmark, pugixml, tinyxml2, TagLib).
+# The result lies in the cache and is built again only when this script or a source version changes.
+
+. "$(dirname "$0")/lib.sh"
+
+prefix=$MELORIN_CACHE/deps/windows
+work=$MELORIN_CACHE/deps/src
+toolchain=$MELORIN_ROOT/cmake/toolchain-windows.cmake
+want=$(sha256sum "$0" "$toolchain" | sha256sum | cut -c1-16)
+cc=$MELORIN_TRIPLE-gcc-posix
+cxx=$MELORIN_TRIPLE-g++-posix
+ar=$MELORIN_TRIPLE-gcc-ar-posix
+
+# fetch NAME: unpacks Debian's source package of that name, its patches applied, into $work/NAME. The parts are
+# asked for one by one, since the archive at times lacks the detached signatures that a whole fetch insists on;
+# apt checks each part's hash all the same.
+fetch() {
+  local name=$1 get=$work/$1.get series
+  rm -rf "$work/$name" "$get"
+  mkdir -p "$work/$name" "$get"
+  (
+    cd "$get"
+    apt-get "${apt[@]}" -o APT::Sandbox::User=root source -qq --download-only --tar-only "$name"
+    apt-get "${apt[@]}" -o APT::Sandbox::User=root source -qq --download-only --diff-only "$name"
+  ) >/dev/null
+  tar -xf "$get"/*.orig.tar.* -C "$work/$name" --strip-components=1
+  tar -xf "$get"/*.debian.tar.* -C "$work/$name"
+  series=$work/$name/debian/patches/series
+  if [ -e "$series" ]; then
+    sed -e 's/#.*//' -e 's/[[:space:]].*//' -e '/^$/d' "$series" | while read -r patch_name; do
+      patch -d "$work/$name" -p1 -s -F0 < "$work/$name/debian/patches/$patch_name"
+    done
+  fi
+  rm -rf "$get"
+}
+
+cross_cmake() {
+  local source=$1 build=$2
+  shift 2
+  cmake -S "$source" -B "$build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_INSTALL_PREFIX="$prefix" -DBUILD_SHARED_LIBS=OFF "$@" >"$build.log" 2>&1 \
+    && cmake --build "$build" --target install >>"$build.log" 2>&1 || { tail -30 "$build.log" >&2; return 1; }
+}
+
+prepare() {
+  mapfile -t apt < <(main_archive_options)
+  as_root apt-get "${apt[@]}" update -q >/dev/null
+  mkdir -p "$work" "$prefix/include" "$prefix/lib"
+}
+
+build_core() {
+  say "building libmpg123 and kissfft for the target"
+  rm -rf "$prefix"
+  prepare
+  fetch mpg123
+  cross_cmake "$work/mpg123/ports/cmake" "$work/mpg123-build" \
+    -DBUILD_PROGRAMS=OFF -DBUILD_LIBOUT123=OFF -DPORTABLE_API=ON
+  fetch kissfft
+  local flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
+  $cc $flags -I "$work/kissfft" -c "$work/kissfft/kiss_fft.c" -o "$work/kiss_fft.o"
+  $cc $flags -I "$work/kissfft" -c "$work/kissfft/kiss_fftr.c" -o "$work/kiss_fftr.o"
+  rm -f "$prefix/lib/libkissfft.a"
+  $ar rcs "$prefix/lib/libkissfft.a" "$work/kiss_fft.o" "$work/kiss_fftr.o"
+  cp "$work/kissfft/kiss_fft.h" "$work/kissfft/kiss_fftr.h" "$work/kissfft/kiss_fft_log.h" "$prefix/include/"
+  echo "$want" > "$prefix/stamp"
+}
+
+build_bench() {
+  say "building the benchmarks' peers for the target"
+  prepare
+  local flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
+  fetch benchmark
+  cross_cmake "$work/benchmark" "$work/benchmark-build" -DBENCHMARK_ENABLE_TESTING=OFF \
+    -DBENCHMARK_ENABLE_WERROR=OFF
+  fetch pugixml
+  $cxx $flags -c "$work/pugixml/src/pugixml.cpp" -o "$work/pugixml.o"
+  $ar rcs "$prefix/lib/libpugixml.a" "$work/pugixml.o"
+  cp "$work"/pugixml/src/*.hpp "$prefix/include/"
+  fetch tinyxml2
+  $cxx $flags -c "$work/tinyxml2/tinyxml2.cpp" -o "$work/tinyxml2.o"
+  $ar rcs "$prefix/lib/libtinyxml2.a" "$work/tinyxml2.o"
+  cp "$work/tinyxml2/tinyxml2.h" "$prefix/include/"
+  fetch taglib
+  cross_cmake "$work/taglib" "$work/taglib-build" -DBUILD_TESTING=OFF
+  echo "$want" > "$prefix/stamp-bench"
+}
+
+mkdir -p "$MELORIN_CACHE"
+exec 9> "$MELORIN_CACHE/deps.lock"
+flock 9
+[ "$(cat "$prefix/stamp" 2>/dev/null)" = "$want" ] || build_core
+if [ "${1:-}" = bench ] && [ "$(cat "$prefix/stamp-bench" 2>/dev/null)" != "$want" ]; then
+  build_bench
+fi
