@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Time as the playback code sees it: a millisecond tick count and waits. Tests replace the clock, so that fades
-// and waits are tested without waiting.
+// Time as the playback code sees it: a millisecond tick count and waits. Tests replace the clock, so that
+// fades and waits are tested without waiting.
 #pragma once
 
 #include <cstdint>

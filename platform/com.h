@@ -25,11 +25,17 @@ static_assert(sizeof(WideChar) == 2);
 /// S_OK 0, S_FALSE 1 (nothing done, end of data), E_NOTIMPL, E_NOINTERFACE, E_POINTER, E_FAIL, E_INVALIDARG,
 /// E_OUTOFMEMORY and E_UNEXPECTED have the platform's values on both builds.
 
-inline const char16_t* AsChar16(const WideChar* text) { return reinterpret_cast<const char16_t*>(text); }
-inline const WideChar* AsWide(const char16_t* text) { return reinterpret_cast<const WideChar*>(text); }
+inline const char16_t* AsChar16(const WideChar* text) {
+  return reinterpret_cast<const char16_t*>(text);
+}
+inline const WideChar* AsWide(const char16_t* text) {
+  return reinterpret_cast<const WideChar*>(text);
+}
 
 /// Size in bytes of a format record with its extension.
-inline size_t FormatSize(const WAVEFORMATEX& format) { return sizeof(WAVEFORMATEX) + format.cbSize; }
+inline size_t FormatSize(const WAVEFORMATEX& format) {
+  return sizeof(WAVEFORMATEX) + format.cbSize;
+}
 static_assert(sizeof(WAVEFORMATEX) == 18, "the record is packed on both builds");
 static_assert(sizeof(GUID) == 16);
 

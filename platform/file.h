@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Files as the core needs them. Every path is GBK text; a name that code page 936 cannot hold cannot be named.
-// On the host the bytes become UTF-8 names. No function here shows a message or throws.
+// Files as the core needs them. Every path is GBK text; a name that code page 936 cannot hold cannot be
+// named. On the host the bytes become UTF-8 names. No function here shows a message or throws.
 #pragma once
 
 #include <cstddef>
@@ -81,9 +81,9 @@ struct DirectoryEntry {
 /// no such folder. Names that GBK cannot hold are left out.
 std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk);
 
-bool FileExists(const std::string& path_gbk);       ///< A file, not a folder.
+bool FileExists(const std::string& path_gbk);  ///< A file, not a folder.
 bool DirectoryExists(const std::string& path_gbk);
-bool MakeDirectory(const std::string& path_gbk);    ///< True when it is there afterwards.
+bool MakeDirectory(const std::string& path_gbk);  ///< True when it is there afterwards.
 bool DeleteFileAt(const std::string& path_gbk);
 /// Puts `from` in the place of `to` in one step: afterwards `to` is the old or the new file, never a part.
 bool ReplaceFileAt(const std::string& from_gbk, const std::string& to_gbk);

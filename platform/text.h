@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // The one module that converts text. Inside the player text is code page 936 bytes ("Gbk" in names), at
-// interfaces UTF-16, in tag sets, the XML tree and on disk UTF-8. Note that the second byte of a GBK character
-// may equal an ASCII letter or the backslash: never search GBK text byte by byte, use the functions below.
+// interfaces UTF-16, in tag sets, the XML tree and on disk UTF-8. Note that the second byte of a GBK
+// character may equal an ASCII letter or the backslash: never search GBK text byte by byte, use the functions
+// below.
 #pragma once
 
 #include <cstdint>
@@ -16,9 +17,9 @@ inline constexpr int kCodePageGbk = 936;
 inline constexpr int kCodePageUtf8 = 65001;
 inline constexpr int kCodePageLatin1 = 28591;
 
-/// Conversions never fail: what the target cannot hold becomes '?', and malformed input becomes U+FFFD (or '?'
-/// in GBK). Pass `lossy` to learn whether that happened. Thread: any. ASCII-only text is converted without
-/// calling the platform.
+/// Conversions never fail: what the target cannot hold becomes '?', and malformed input becomes U+FFFD (or
+/// '?' in GBK). Pass `lossy` to learn whether that happened. Thread: any. ASCII-only text is converted
+/// without calling the platform.
 std::string Utf8FromGbk(std::string_view gbk, bool* lossy = nullptr);
 std::string GbkFromUtf8(std::string_view utf8, bool* lossy = nullptr);
 std::u16string Utf16FromGbk(std::string_view gbk, bool* lossy = nullptr);
@@ -40,7 +41,9 @@ bool IsValidUtf8(std::string_view bytes);
 bool IsValidGbk(std::string_view bytes);
 
 /// True for a byte that begins a two-byte GBK character.
-constexpr bool IsGbkLead(unsigned char byte) { return byte >= 0x81 && byte <= 0xFE; }
+constexpr bool IsGbkLead(unsigned char byte) {
+  return byte >= 0x81 && byte <= 0xFE;
+}
 /// Position of the last `wanted` (an ASCII character) that is a character of its own, npos if none.
 size_t FindLastGbk(std::string_view gbk, char wanted);
 /// ASCII letters lowered, characters of two bytes untouched.

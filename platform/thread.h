@@ -47,8 +47,8 @@ class Thread {
   bool Start(std::function<void()> body);
   bool Running() const;  ///< Started and not joined yet.
   void Join();
-  /// -15 idle, -2 lowest … 2 highest, 15 time critical; false when refused. On the host it succeeds without effect for the
-  /// values that the platform knows.
+  /// -15 idle, -2 lowest … 2 highest, 15 time critical; false when refused. On the host it succeeds without
+  /// effect for the values that the platform knows.
   bool SetPriority(int priority);
 
  private:
