@@ -17,7 +17,17 @@ if [ ! -e "$WINEPREFIX/melorin-ready" ]; then
   timeout 180 wineboot -i >"$MELORIN_CACHE/wineboot.log" 2>&1 </dev/null 8>&-
   fresh=yes
 fi
-if [ $fresh = yes ] || ! pgrep -u "$(id -u)" -f "services.exe" >/dev/null; then
+
+# The services of this prefix, not those of another session beside it.
+session_runs() {
+  local pid
+  for pid in $(pgrep -u "$(id -u)" -f "services.exe"); do
+    ! grep -qzxF "WINEPREFIX=$WINEPREFIX" "/proc/$pid/environ" 2>/dev/null || return 0
+  done
+  return 1
+}
+
+if [ $fresh = yes ] || ! session_runs; then
   # -p keeps the server between programs: 0.06 s a start instead of 0.7 s.
   wineserver -p600 8>&- || true
   timeout 60 wine cmd /c exit >"$MELORIN_CACHE/wine-session.log" 2>&1 </dev/null 8>&- || true
