@@ -42,8 +42,9 @@ class SoundLibrary {
 
   /// True when some reader's extension list holds the path's extension.
   bool CanPlay(std::u16string_view path) const;
-  /// Tries the matching readers in order; E_NOTIMPL when none takes the file.
-  HRESULT OpenSource(const WideChar* path, uint32_t flags, SoundSource** out) const;
+  /// Tries the matching readers in order; E_NOTIMPL when none takes the file. `reader_index`, when given, receives
+  /// the place in ReaderNames of the reader that took it.
+  HRESULT OpenSource(const WideChar* path, uint32_t flags, SoundSource** out, size_t* reader_index = nullptr) const;
   /// Offers the format to the decoder entries in order and takes the first whose decoder accepts it. `out` comes
   /// with the wanted format tag (WAVE_FORMAT_PCM) and is completed. E_NOTIMPL when none does.
   HRESULT CreateDecoder(const WAVEFORMATEX& in, WAVEFORMATEX* out, SoundDecoder** decoder) const;
