@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Named text fields of an audio file: TagFields is the collection, TagSet the interface under which every source
-// hands it out and add-in modules see it.
+// Named text fields of an audio file: TagFields is the collection, TagSet the interface under which every
+// source hands it out and add-in modules see it.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/com.h"
@@ -26,8 +27,8 @@ inline constexpr uint32_t kTagId3v2 = 8;
 /// values are UTF-8. The same name may occur more than once.
 class TagFields {
  public:
-  /// Searches from the last entry to the first for the name. Found: replaces the value, with keep_longer only if
-  /// the new value is longer in bytes than the stored one. Not found: appends. An empty name is ignored.
+  /// Searches from the last entry to the first for the name. Found: replaces the value, with keep_longer only
+  /// if the new value is longer in bytes than the stored one. Not found: appends. An empty name is ignored.
   void Set(std::string_view name, std::string_view value_utf8, bool keep_longer);
   /// Appends without looking. An empty name is ignored.
   void Add(std::string_view name, std::string_view value_utf8);
@@ -57,5 +58,8 @@ struct TagSet : IUnknown {
   /// Which kinds of tag were read (kTagId3v1 …).
   virtual HRESULT STDMETHODCALLTYPE GetFlags(uint32_t* flags) = 0;
 };
+
+/// Makes a tag object of these fields. E_OUTOFMEMORY when memory runs out. Thread: any.
+HRESULT CreateTagSet(TagFields fields, uint32_t flags, TagSet** out);
 
 }  // namespace melorin
