@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
-// The decoding interfaces that readers, decoders and add-in modules are built from, with their identifiers and
-// their operations in slot order. A SoundReader makes SoundSources, which parse a container and hand out
+// The decoding interfaces that readers, decoders and add-in modules are built from, with their identifiers
+// and their operations in slot order. A SoundReader makes SoundSources, which parse a container and hand out
 // compressed packets; a SoundDecoderEntry makes SoundDecoders, which turn packets into PCM; packets and PCM
 // travel in SoundBuffers.
 //
-// Rules for all of them: out-pointers are checked first and give E_POINTER when null; results are S_OK, S_FALSE
-// (nothing more), E_INVALIDARG, E_OUTOFMEMORY, E_FAIL, E_NOTIMPL; text and format records handed out are task
-// memory that the receiver frees with CoTaskMemFree; nothing throws. Objects start with one reference.
-// Thread: an object is used by one thread at a time; reference counts may be changed from any thread.
+// Rules for all of them: out-pointers are checked first and give E_POINTER when null; results are S_OK,
+// S_FALSE (nothing more), E_INVALIDARG, E_OUTOFMEMORY, E_FAIL, E_NOTIMPL; text and format records handed out
+// are task memory that the receiver frees with CoTaskMemFree; nothing throws. Objects start with one
+// reference. Thread: an object is used by one thread at a time; reference counts may be changed from any
+// thread.
 #pragma once
 
 #include "platform/com.h"
@@ -44,13 +45,13 @@ struct SoundBuffer : IUnknown {
 
 /// A parsed container that hands out packets.
 struct SoundSource : IUnknown {
-  /// Takes a reference to the stream, reads the tags, finds the audio data. E_FAIL when there is none. Bit 0 of
-  /// flags asks an MPEG source for a full scan of the file's frames; other sources ignore it.
+  /// Takes a reference to the stream, reads the tags, finds the audio data. E_FAIL when there is none. Bit 0
+  /// of flags asks an MPEG source for a full scan of the file's frames; other sources ignore it.
   virtual HRESULT STDMETHODCALLTYPE Open(IStream* stream, uint32_t flags) = 0;
   virtual HRESULT STDMETHODCALLTYPE IsSeekable(uint32_t* yes) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetDuration(uint32_t* milliseconds) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetFormat(WAVEFORMATEX** format) = 0;
-  virtual HRESULT STDMETHODCALLTYPE GetReadSize(uint32_t* bytes) = 0;  ///< Preferred packet size.
+  virtual HRESULT STDMETHODCALLTYPE GetReadSize(uint32_t* bytes) = 0;   ///< Preferred packet size.
   virtual HRESULT STDMETHODCALLTYPE GetCodecName(WideChar** name) = 0;  ///< "short|long"
   virtual HRESULT STDMETHODCALLTYPE GetBitrate(uint32_t* bits_per_second) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetBitsPerSample(uint16_t* bits) = 0;  ///< Of the PCM that comes of it.
@@ -109,6 +110,14 @@ struct SoundOutput : IUnknown {
 struct SoundOutputEntry : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE CreateOutput(SoundOutput** out) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetName(WideChar** name) = 0;
+};
+
+/// The fourth kind of object that an add-in may offer. The registry keeps it for the player's life and calls
+/// Register once; what the object does with that is its own affair.
+struct SoundExtension : IUnknown {
+  virtual HRESULT STDMETHODCALLTYPE Reserved() = 0;  ///< Holds the slot; never called.
+  /// `token` belongs to the object; the registry only keeps it.
+  virtual HRESULT STDMETHODCALLTYPE Register(void** token) = 0;
 };
 
 /// What an add-in module's entry point hands out.

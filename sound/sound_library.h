@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The registry of everything that can open or decode audio. Filled once at start-up from the built-in classes and
-// from the add-in modules, in a fixed order that is also the order of preference; only read afterwards.
+// The registry of everything that can open or decode audio. Filled once at start-up from the built-in classes
+// and from the add-in modules, in a fixed order that is also the order of preference; only read afterwards.
 #pragma once
 
 #include <memory>
@@ -42,11 +42,12 @@ class SoundLibrary {
 
   /// True when some reader's extension list holds the path's extension.
   bool CanPlay(std::u16string_view path) const;
-  /// Tries the matching readers in order; E_NOTIMPL when none takes the file. `reader_index`, when given, receives
-  /// the place in ReaderNames of the reader that took it.
-  HRESULT OpenSource(const WideChar* path, uint32_t flags, SoundSource** out, size_t* reader_index = nullptr) const;
-  /// Offers the format to the decoder entries in order and takes the first whose decoder accepts it. `out` comes
-  /// with the wanted format tag (WAVE_FORMAT_PCM) and is completed. E_NOTIMPL when none does.
+  /// Tries the matching readers in order; E_NOTIMPL when none takes the file. `reader_index`, when given,
+  /// receives the place in ReaderNames of the reader that took it.
+  HRESULT OpenSource(const WideChar* path, uint32_t flags, SoundSource** out,
+                     size_t* reader_index = nullptr) const;
+  /// Offers the format to the decoder entries in order and takes the first whose decoder accepts it. `out`
+  /// comes with the wanted format tag (WAVE_FORMAT_PCM) and is completed. E_NOTIMPL when none does.
   HRESULT CreateDecoder(const WAVEFORMATEX& in, WAVEFORMATEX* out, SoundDecoder** decoder) const;
 
   std::vector<FileFilter> FileFilters() const;

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+//
+// The sources and decoders that stand on a part of the platform. Each hands out a new, unopened object;
+// E_NOTIMPL where the platform lacks the part (all of them on the host), E_OUTOFMEMORY when memory runs out.
+// `out` is not null and comes empty. Sources open and decoders are set up on a thread that has initialised
+// the component runtime.
+#pragma once
+
+#include "sound/interfaces.h"
+
+namespace melorin {
+
+HRESULT CreateGraphSource(SoundSource** out);
+HRESULT CreateWindowsMediaSource(SoundSource** out);
+HRESULT CreateCdSource(SoundSource** out);
+HRESULT CreateDmoDecoder(SoundDecoder** out);
+HRESULT CreateAcmDecoder(SoundDecoder** out);
+
+}  // namespace melorin

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+//
+// Windows half of platform_codecs.h. The parts are not connected yet: all refuse.
+#include "sound/platform_codecs.h"
+
+namespace melorin {
+
+HRESULT CreateGraphSource(SoundSource**) {
+  return E_NOTIMPL;
+}
+HRESULT CreateWindowsMediaSource(SoundSource**) {
+  return E_NOTIMPL;
+}
+HRESULT CreateCdSource(SoundSource**) {
+  return E_NOTIMPL;
+}
+HRESULT CreateDmoDecoder(SoundDecoder**) {
+  return E_NOTIMPL;
+}
+HRESULT CreateAcmDecoder(SoundDecoder**) {
+  return E_NOTIMPL;
+}
+
+}  // namespace melorin
