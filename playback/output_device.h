@@ -6,6 +6,9 @@
 
 #include "platform/com.h"
 
+// A leftover of 16-bit Windows that the platform's headers still define.
+#undef GetFreeSpace
+
 namespace melorin {
 
 enum class DeviceKind : int32_t { kWaveOut = 0, kDirectSound = 1, kKernelStreaming = 2, kAsio = 3 };

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include "playback/open_track.h"
+
+#include "playback/device_format.h"
+#include "playback/source_chain.h"
+
+namespace melorin {
+
+HRESULT OpenForChain(std::unique_ptr<PlaybackChain> chain, const PlaybackSettings& settings, void* window,
+                     Clock& clock, ComPtr<PlaybackStream>* out, DeviceFactory* factory) {
+  if (!out) return E_INVALIDARG;
+  out->Reset();
+  if (!chain || chain->BlockBytes() == 0) return E_INVALIDARG;
+  const WAVEFORMATEX format = MakePcmFormat(chain->Channels(), chain->SampleRate(),
+                                            ChooseOutputBits(settings.output_bits, chain->SourceBits()));
+  const BufferPlan plan = PlanBuffer(format, settings.buffer_duration, chain->BlockBytes());
+
+  std::unique_ptr<DeviceFactory> platform;
+  if (!factory) {
+    platform = CreatePlatformDeviceFactory(window);
+    if (!platform) return E_OUTOFMEMORY;
+    factory = platform.get();
+  }
+  ComPtr<OutputDevice> device;
+  HRESULT result = OpenDevice(*factory, settings, format, plan, device.Receive());
+  if (FAILED(result)) return result;
+  *out = PlaybackStream::Create(std::move(chain), std::move(device), format, settings.dither, clock, &result);
+  return result;
+}
+
+HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, const PlaybackSettings& settings,
+                     void* window, Clock& clock, ComPtr<PlaybackStream>* out, DeviceFactory* factory) {
+  if (!out) return E_INVALIDARG;
+  out->Reset();
+  if (!path || !*path) return E_INVALIDARG;
+  std::unique_ptr<SourceChain> chain;
+  const HRESULT result = SourceChain::Open(library, path, 0, &chain);
+  if (FAILED(result)) return result;
+  return OpenForChain(std::move(chain), settings, window, clock, out, factory);
+}
+
+}  // namespace melorin

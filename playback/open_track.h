@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+//
+// From a file to a stream that is ready to play: source, chain, device, stream.
+#pragma once
+
+#include "platform/clock.h"
+#include "platform/com_ptr.h"
+#include "playback/open_device.h"
+#include "playback/playback_settings.h"
+#include "playback/playback_stream.h"
+#include "sound/sound_library.h"
+
+namespace melorin {
+
+/// Opens the file, chooses the output format (the chain's channels and rate, the width that "OutputBits" asks
+/// for), plans the buffer ("BufferDuration"), opens the device that "DeviceType" names and makes the stream
+/// with "Dither". Volume, balance, fades and priority are left to the caller, who knows whether to play.
+/// window: the main window's handle, null for the desktop. factory: null opens the platform's devices.
+///
+/// On failure `out` is empty and nothing stays open: E_INVALIDARG without a path or `out`; E_OUTOFMEMORY;
+/// E_NOTIMPL when no reader or decoder takes the file or the device kind is not there; else the failure of
+/// the source, of the device (see OpenDevice) or of the stream. Source and device are tried once each, so a
+/// machine without a sound card answers at once.
+///
+/// A device that disappears while playing: DirectSound is restored and goes on where it can; otherwise its
+/// writes fail, the stream keeps its state, and Stop and Release work as ever.
+/// Thread: the UI thread. The library and the clock must outlive the stream.
+HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, const PlaybackSettings& settings,
+                     void* window, Clock& clock, ComPtr<PlaybackStream>* out,
+                     DeviceFactory* factory = nullptr);
+
+/// The same for a chain that is set up already, which it takes over; E_INVALIDARG without one.
+HRESULT OpenForChain(std::unique_ptr<PlaybackChain> chain, const PlaybackSettings& settings, void* window,
+                     Clock& clock, ComPtr<PlaybackStream>* out, DeviceFactory* factory = nullptr);
+
+}  // namespace melorin

@@ -1,0 +1,402 @@
+// SPDX-License-Identifier: MIT
+#include "playback/win32/direct_sound_device.h"
+
+#include <windows.h>
+
+#include <mmsystem.h>
+
+#include <dsound.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include "platform/clock.h"
+#include "platform/com_ptr.h"
+#include "platform/text.h"
+#include "platform/thread.h"
+#include "playback/device_format.h"
+#include "playback/heard_position.h"
+#include "playback/ring_account.h"
+
+namespace melorin {
+
+namespace {
+
+constexpr GUID kDefaultPlayback = {
+    0xDEF00000, 0x9C6D, 0x47ED, {0xAA, 0xF1, 0x4D, 0xDA, 0x8F, 0x2B, 0x5C, 0x03}};
+constexpr GUID kIidDirectSound8 = {
+    0xC50A7E93, 0xF395, 0x4834, {0x9E, 0xF6, 0x7F, 0xA9, 0x9D, 0xE5, 0x09, 0x66}};
+constexpr DWORD kMinBufferBytes = 1024;
+constexpr DWORD kBufferFlags =
+    DSBCAPS_GETCURRENTPOSITION2 | DSBCAPS_GLOBALFOCUS | DSBCAPS_CTRLVOLUME | DSBCAPS_CTRLPAN;
+static_assert(kBufferFlags == 0x180C0 && (kBufferFlags | DSBCAPS_LOCSOFTWARE) == 0x180C8);
+static_assert(sizeof(DSBUFFERDESC) == 36 && sizeof(DSBUFFERDESC1) == 20);
+
+/// Between the play cursor and what is heard: the mixer's own queue.
+constexpr uint32_t kLatencyMs = 60;
+
+using CreateFunction = HRESULT(WINAPI*)(LPCGUID, LPDIRECTSOUND*, LPUNKNOWN);
+using EnumerateFunction = HRESULT(WINAPI*)(LPDSENUMCALLBACKA, LPVOID);
+
+/// The functions of dsound.dll, null where it lacks them.
+struct Library {
+  CreateFunction create = nullptr;
+  EnumerateFunction enumerate = nullptr;
+
+  Library() {
+    const HMODULE module = LoadLibraryW(L"dsound.dll");
+    if (!module) return;
+    // Version 8 objects are handed out as IDirectSound8, which begins as IDirectSound does.
+    create = Find<CreateFunction>(module, "DirectSoundCreate8");
+    if (!create) create = Find<CreateFunction>(module, "DirectSoundCreate");
+    enumerate = Find<EnumerateFunction>(module, "DirectSoundEnumerateA");
+  }
+
+  template <class Function>
+  static Function Find(HMODULE module, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  }
+};
+
+const Library& DirectSoundLibrary() {
+  static const Library library;
+  return library;
+}
+
+}  // namespace
+
+class DirectSoundHost {
+ public:
+  ComPtr<IDirectSound> object;
+  ComPtr<IDirectSoundBuffer> primary;
+  bool version8 = false;
+
+  void CreatePrimary() {
+    DSBUFFERDESC description = {};
+    description.dwSize = version8 ? sizeof(DSBUFFERDESC) : sizeof(DSBUFFERDESC1);
+    description.dwFlags = DSBCAPS_PRIMARYBUFFER;
+    if (FAILED(object->CreateSoundBuffer(&description, primary.Receive(), nullptr))) {
+      primary.Reset();
+      return;
+    }
+    const WAVEFORMATEX format = MakePcmFormat(2, 44100, 16);
+    primary->SetFormat(&format);
+  }
+};
+
+namespace {
+
+class DirectSoundDevice final : public ComObject<OutputDevice> {
+ public:
+  DirectSoundDevice(std::shared_ptr<DirectSoundHost> host, std::vector<uint8_t> format, uint32_t buffer_bytes,
+                    bool software)
+      : host_(std::move(host)),
+        format_bytes_(std::move(format)),
+        buffer_bytes_(buffer_bytes),
+        software_(software),
+        ring_(buffer_bytes, Format().nAvgBytesPerSec, Format().nBlockAlign),
+        heard_(Format().nAvgBytesPerSec, Format().nBlockAlign, kLatencyMs) {}
+
+  HRESULT Open();
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
+  HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;
+  HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) override;
+  HRESULT STDMETHODCALLTYPE Play() override;
+  HRESULT STDMETHODCALLTYPE Pause() override;
+  HRESULT STDMETHODCALLTYPE Reset() override;
+  HRESULT STDMETHODCALLTYPE SetVolume(int32_t volume) override;
+  HRESULT STDMETHODCALLTYPE SetBalance(int32_t balance) override;
+  HRESULT STDMETHODCALLTYPE GetBufferSize(uint32_t* bytes) override;
+  HRESULT STDMETHODCALLTYPE GetPosition(uint32_t* bytes) override;
+  HRESULT STDMETHODCALLTYPE GetFreeSpace(uint32_t* bytes) override;
+  HRESULT STDMETHODCALLTYPE Write(const uint8_t* data, uint32_t bytes) override;
+
+ private:
+  const WAVEFORMATEX& Format() const { return *reinterpret_cast<const WAVEFORMATEX*>(format_bytes_.data()); }
+  HRESULT Refresh();
+  HRESULT Restore();
+  HRESULT Fill(RingAccount::Span span, const uint8_t* data);
+  void SilenceStale();
+
+  const std::shared_ptr<DirectSoundHost> host_;
+  const std::vector<uint8_t> format_bytes_;
+  const uint32_t buffer_bytes_;
+  const bool software_;
+  ComPtr<IDirectSoundBuffer> buffer_;
+
+  /// Guards what follows. Held while DirectSound is called, which never calls back.
+  CriticalSection lock_;
+  RingAccount ring_;
+  HeardPosition heard_;
+  bool playing_ = false;
+
+  std::atomic<int32_t> volume_{100};
+  std::atomic<int32_t> balance_{0};
+};
+
+HRESULT DirectSoundDevice::Open() {
+  DSBUFFERDESC description = {};
+  description.dwSize = host_->version8 ? sizeof(DSBUFFERDESC) : sizeof(DSBUFFERDESC1);
+  description.dwFlags = kBufferFlags | (software_ ? DSBCAPS_LOCSOFTWARE : 0);
+  description.dwBufferBytes = buffer_bytes_;
+  description.lpwfxFormat = const_cast<WAVEFORMATEX*>(&Format());
+  const HRESULT result = host_->object->CreateSoundBuffer(&description, buffer_.Receive(), nullptr);
+  if (FAILED(result)) {
+    static_cast<void>(buffer_.Detach());
+    return result;
+  }
+  // The buffer may be longer than asked for on some cards; only a buffer of exactly this size loops where we
+  // do.
+  DSBCAPS caps = {};
+  caps.dwSize = sizeof caps;
+  if (SUCCEEDED(buffer_->GetCaps(&caps)) && caps.dwBufferBytes != buffer_bytes_) return E_FAIL;
+  const Lock lock(lock_);
+  return Fill({0, buffer_bytes_}, nullptr);
+}
+
+HRESULT DirectSoundDevice::QueryInterface(REFIID iid, void** out) {
+  if (!out) return E_POINTER;
+  *out = nullptr;
+  if (!SameGuid(iid, IID_IUnknown)) return E_NOINTERFACE;
+  AddRef();
+  *out = static_cast<OutputDevice*>(this);
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::GetType(int32_t* kind) {
+  if (!kind) return E_POINTER;
+  *kind = static_cast<int32_t>(DeviceKind::kDirectSound);
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::Clone(OutputDevice** out) {
+  if (!out) return E_POINTER;
+  const HRESULT result = OpenDirectSoundDevice(host_, Format(), buffer_bytes_, software_, out);
+  if (FAILED(result)) return result;
+  (*out)->SetBalance(balance_);
+  (*out)->SetVolume(volume_);
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::Play() {
+  const Lock lock(lock_);
+  HRESULT result = buffer_->Play(0, 0, DSBPLAY_LOOPING);
+  if (result == DSERR_BUFFERLOST) {
+    result = Restore();
+    if (SUCCEEDED(result)) result = buffer_->Play(0, 0, DSBPLAY_LOOPING);
+  }
+  if (FAILED(result)) return result;
+  if (!playing_) Refresh();
+  playing_ = true;
+  heard_.SetRunning(true, SystemClock().TickMs());
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::Pause() {
+  const Lock lock(lock_);
+  if (playing_) Refresh();
+  const HRESULT result = buffer_->Stop();
+  if (FAILED(result) && result != DSERR_BUFFERLOST) return result;
+  if (playing_) Refresh();
+  playing_ = false;
+  heard_.SetRunning(false, SystemClock().TickMs());
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::Reset() {
+  const Lock lock(lock_);
+  HRESULT result = buffer_->Stop();
+  if (result == DSERR_BUFFERLOST) result = Restore();
+  if (FAILED(result)) return result;
+  playing_ = false;
+  result = buffer_->SetCurrentPosition(0);
+  if (FAILED(result)) return result;
+  ring_.Reset(SystemClock().TickMs());
+  heard_.Reset(SystemClock().TickMs(), false);
+  return Fill({0, buffer_bytes_}, nullptr);
+}
+
+HRESULT DirectSoundDevice::SetVolume(int32_t volume) {
+  volume_ = volume;
+  return buffer_->SetVolume(DirectSoundVolume(volume));
+}
+
+HRESULT DirectSoundDevice::SetBalance(int32_t balance) {
+  balance_ = balance;
+  return buffer_->SetPan(DirectSoundPan(balance));
+}
+
+HRESULT DirectSoundDevice::GetBufferSize(uint32_t* bytes) {
+  if (!bytes) return E_POINTER;
+  *bytes = buffer_bytes_;
+  return S_OK;
+}
+
+/// Brings the bookkeeping up to the cursors. Under the lock.
+HRESULT DirectSoundDevice::Refresh() {
+  DWORD status = 0;
+  HRESULT result = buffer_->GetStatus(&status);
+  if (FAILED(result)) return result;
+  if (status & DSBSTATUS_BUFFERLOST) {
+    result = Restore();
+    if (FAILED(result)) return result;
+  } else if (playing_ && !(status & DSBSTATUS_PLAYING)) {
+    // Stopped behind our back, as when its device was away for a while.
+    buffer_->Play(0, 0, DSBPLAY_LOOPING);
+  }
+  DWORD play_cursor = 0;
+  DWORD write_cursor = 0;
+  result = buffer_->GetCurrentPosition(&play_cursor, &write_cursor);
+  if (FAILED(result)) return result;
+  ring_.Update(play_cursor, write_cursor, SystemClock().TickMs(), playing_);
+  SilenceStale();
+  return S_OK;
+}
+
+/// After DSERR_BUFFERLOST: the memory is back but empty. Under the lock.
+HRESULT DirectSoundDevice::Restore() {
+  HRESULT result = buffer_->Restore();
+  if (FAILED(result)) return result;
+  result = Fill({0, buffer_bytes_}, nullptr);
+  if (FAILED(result)) return result;
+  DWORD play_cursor = 0;
+  buffer_->GetCurrentPosition(&play_cursor, nullptr);
+  ring_.Restart(play_cursor, SystemClock().TickMs());
+  if (playing_) result = buffer_->Play(0, 0, DSBPLAY_LOOPING);
+  return result;
+}
+
+/// Copies data (null: silence) into the ring. Under the lock.
+HRESULT DirectSoundDevice::Fill(RingAccount::Span span, const uint8_t* data) {
+  void* first = nullptr;
+  void* second = nullptr;
+  DWORD first_bytes = 0;
+  DWORD second_bytes = 0;
+  const HRESULT result =
+      buffer_->Lock(span.offset, span.bytes, &first, &first_bytes, &second, &second_bytes, 0);
+  if (FAILED(result)) return result;
+  if (data) {
+    std::memcpy(first, data, first_bytes);
+    if (second) std::memcpy(second, data + first_bytes, second_bytes);
+  } else {
+    const int silence = Format().wBitsPerSample == 8 ? 128 : 0;
+    std::memset(first, silence, first_bytes);
+    if (second) std::memset(second, silence, second_bytes);
+  }
+  return buffer_->Unlock(first, first_bytes, second, second_bytes);
+}
+
+void DirectSoundDevice::SilenceStale() {
+  const RingAccount::Span stale = ring_.Stale();
+  if (stale.bytes > 0 && SUCCEEDED(Fill(stale, nullptr))) ring_.Silenced();
+}
+
+HRESULT DirectSoundDevice::GetPosition(uint32_t* bytes) {
+  if (!bytes) return E_POINTER;
+  *bytes = 0;
+  const Lock lock(lock_);
+  const HRESULT result = Refresh();
+  if (FAILED(result)) return result;
+  *bytes = static_cast<uint32_t>(heard_.Estimate(ring_.Played(), SystemClock().TickMs()));
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::GetFreeSpace(uint32_t* bytes) {
+  if (!bytes) return E_POINTER;
+  *bytes = 0;
+  const Lock lock(lock_);
+  const HRESULT result = Refresh();
+  if (FAILED(result)) return result;
+  *bytes = ring_.FreeBytes();
+  return S_OK;
+}
+
+HRESULT DirectSoundDevice::Write(const uint8_t* data, uint32_t bytes) {
+  if (bytes == 0) return S_OK;
+  if (!data || bytes > buffer_bytes_) return E_INVALIDARG;
+  const Lock lock(lock_);
+  HRESULT result = Refresh();
+  if (FAILED(result)) return result;
+  const RingAccount::Span place = ring_.NextWrite(bytes);
+  // Less room than reported: an underrun in between has moved the place. The caller comes again.
+  if (place.bytes < bytes) return E_FAIL;
+  result = Fill(place, data);
+  if (FAILED(result)) return result;
+  ring_.Written(bytes);
+  return S_OK;
+}
+
+BOOL CALLBACK OnDevice(LPGUID guid, LPCSTR description, LPCSTR, LPVOID context) {
+  auto& list = *static_cast<std::vector<DeviceInfo>*>(context);
+  try {
+    DeviceInfo info;
+    info.kind = DeviceKind::kDirectSound;
+    info.id = guid ? *guid : PackDeviceId(1, static_cast<uint16_t>(list.size()));
+    info.name_gbk = GbkFromUtf8(Utf8FromCodePage(static_cast<int>(GetACP()), description ? description : ""));
+    list.push_back(std::move(info));
+    return TRUE;
+  } catch (const std::bad_alloc&) {
+    return FALSE;
+  }
+}
+
+}  // namespace
+
+HRESULT OpenDirectSoundHost(const GUID* guid, void* window, bool create_primary,
+                            std::shared_ptr<DirectSoundHost>* out) {
+  if (!out) return E_POINTER;
+  out->reset();
+  const Library& library = DirectSoundLibrary();
+  if (!library.create) return E_FAIL;
+  if (guid && SameGuid(*guid, kDefaultPlayback)) guid = nullptr;
+  try {
+    auto host = std::make_shared<DirectSoundHost>();
+    HRESULT result = library.create(guid, host->object.Receive(), nullptr);
+    if (FAILED(result)) {
+      static_cast<void>(host->object.Detach());
+      return result;
+    }
+    HWND owner = static_cast<HWND>(window);
+    if (!owner || !IsWindow(owner)) owner = GetDesktopWindow();
+    result = host->object->SetCooperativeLevel(owner, DSSCL_PRIORITY);
+    if (FAILED(result)) return result;
+    ComPtr<IUnknown> version8;
+    host->version8 = SUCCEEDED(host->object->QueryInterface(kIidDirectSound8, version8.ReceiveVoid()));
+    if (create_primary) host->CreatePrimary();
+    *out = std::move(host);
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT OpenDirectSoundDevice(const std::shared_ptr<DirectSoundHost>& host, const WAVEFORMATEX& format,
+                              uint32_t buffer_bytes, bool software, OutputDevice** out) {
+  if (!out) return E_POINTER;
+  *out = nullptr;
+  if (!host || buffer_bytes < kMinBufferBytes) return E_INVALIDARG;
+  if (format.nBlockAlign == 0 || format.nAvgBytesPerSec == 0) return E_INVALIDARG;
+  try {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&format);
+    auto device = ComPtr<DirectSoundDevice>::Adopt(new DirectSoundDevice(
+        host, std::vector<uint8_t>(bytes, bytes + FormatSize(format)), buffer_bytes, software));
+    const HRESULT result = device->Open();
+    if (FAILED(result)) return result;
+    *out = device.Detach();
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+std::vector<DeviceInfo> ListDirectSoundDevices() {
+  std::vector<DeviceInfo> list;
+  const Library& library = DirectSoundLibrary();
+  if (library.enumerate) library.enumerate(&OnDevice, &list);
+  return list;
+}
+
+}  // namespace melorin

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+//
+// The devices of Windows behind DeviceFactory. Kernel Streaming and ASIO are refused.
+#include <windows.h>
+
+#include <mmsystem.h>
+
+#include <new>
+
+#include "platform/text.h"
+#include "playback/open_device.h"
+#include "playback/win32/direct_sound_device.h"
+#include "playback/win32/wave_out_device.h"
+
+namespace melorin {
+
+namespace {
+
+class PlatformDevices final : public DeviceFactory {
+ public:
+  explicit PlatformDevices(void* window) : window_(window) {}
+
+  HRESULT OpenWaveOut(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t number,
+                      OutputDevice** out) override {
+    return OpenWaveOutDevice(format, buffer_bytes, number, out);
+  }
+
+  HRESULT OpenDirectSound(const DirectSoundRequest& request, OutputDevice** out) override {
+    // One DirectSound object for all attempts at a track; the factory lives no longer than that.
+    if (!host_) {
+      GUID guid = request.guid;
+      bool by_default = request.index == 0;
+      if (request.index > 0) {
+        const std::vector<DeviceInfo> list = ListDirectSoundDevices();
+        if (static_cast<size_t>(request.index) >= list.size()) return DSERR_NODRIVER_RESULT;
+        guid = list[static_cast<size_t>(request.index)].id;
+        by_default = ParseDeviceId(guid).index >= 0;
+      }
+      const HRESULT result =
+          OpenDirectSoundHost(by_default ? nullptr : &guid, window_, request.create_primary, &host_);
+      if (FAILED(result)) return result;
+    }
+    return OpenDirectSoundDevice(host_, *request.format, request.buffer_bytes, request.software, out);
+  }
+
+  HRESULT OpenKernelStreaming(const WAVEFORMATEX&, uint32_t, uint32_t, int32_t, OutputDevice**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT OpenAsio(const WAVEFORMATEX&, uint32_t, int32_t, OutputDevice**) override { return E_NOTIMPL; }
+
+ private:
+  static constexpr HRESULT DSERR_NODRIVER_RESULT = static_cast<HRESULT>(0x88780078);
+
+  void* window_;
+  std::shared_ptr<DirectSoundHost> host_;
+};
+
+std::vector<DeviceInfo> ListWaveOutDevices() {
+  std::vector<DeviceInfo> list;
+  const int32_t count = static_cast<int32_t>(waveOutGetNumDevs());
+  if (count == 0) return list;
+  for (int32_t index = 0; WaveOutNumber(index) < count; ++index) {
+    WAVEOUTCAPSW caps = {};
+    const auto number = static_cast<UINT_PTR>(static_cast<INT_PTR>(WaveOutNumber(index)));
+    if (waveOutGetDevCapsW(number, &caps, sizeof caps) != MMSYSERR_NOERROR) continue;
+    caps.szPname[MAXPNAMELEN - 1] = 0;
+    DeviceInfo info;
+    info.kind = DeviceKind::kWaveOut;
+    info.id = PackDeviceId(0, static_cast<uint16_t>(index));
+    info.name_gbk = GbkFromUtf16(AsChar16(caps.szPname));
+    list.push_back(std::move(info));
+  }
+  return list;
+}
+
+}  // namespace
+
+std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void* window) {
+  return std::unique_ptr<DeviceFactory>(new (std::nothrow) PlatformDevices(window));
+}
+
+std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
+  switch (kind) {
+    case DeviceKind::kWaveOut:
+      return ListWaveOutDevices();
+    case DeviceKind::kDirectSound:
+      return ListDirectSoundDevices();
+    default:
+      return {};
+  }
+}
+
+}  // namespace melorin
