@@ -1,24 +1,35 @@
 // SPDX-License-Identifier: MIT
 //
-// Windows half of platform_codecs.h. The parts are not connected yet: all refuse.
+// Windows half of platform_codecs.h: the sources. The decoders are in files of their own.
 #include "sound/platform_codecs.h"
 
-namespace melorin {
+#include <new>
 
-HRESULT CreateGraphSource(SoundSource**) {
-  return E_NOTIMPL;
+#include "sound/win32/producers.h"
+
+namespace melorin {
+namespace {
+
+HRESULT Create(std::initializer_list<MakeProducer> producers, SoundSource** out) {
+  try {
+    return CreatePlatformSource(producers, out);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }
-HRESULT CreateWindowsMediaSource(SoundSource**) {
-  return E_NOTIMPL;
+
+}  // namespace
+
+HRESULT CreateGraphSource(SoundSource** out) {
+  return Create({MakeGraphProducer}, out);
 }
-HRESULT CreateCdSource(SoundSource**) {
-  return E_NOTIMPL;
+
+HRESULT CreateWindowsMediaSource(SoundSource** out) {
+  return Create({MakeWindowsMediaProducer, MakeGraphProducer}, out);
 }
-HRESULT CreateDmoDecoder(SoundDecoder**) {
-  return E_NOTIMPL;
-}
-HRESULT CreateAcmDecoder(SoundDecoder**) {
-  return E_NOTIMPL;
+
+HRESULT CreateCdSource(SoundSource** out) {
+  return Create({MakeCdProducer}, out);
 }
 
 }  // namespace melorin
