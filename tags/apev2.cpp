@@ -59,7 +59,8 @@ void ReadItems(CachedSource& file, int64_t offset, int64_t end, uint32_t count, 
     offset += kItemHeaderSize + static_cast<int64_t>(key.size()) + 1;
     if (value_size > end - offset) return;
     const bool is_text = (flags & 6) == 0;
-    if (is_text && key.size() >= 2 && value_size != 0) {
+    // Keys are ASCII of two characters or more; UTF-8 does no harm.
+    if (is_text && key.size() >= 2 && IsValidUtf8(key) && value_size != 0) {
       --limits.fields_left;
       ReadItem(key, file.At(offset, value_size), fields);
     }

@@ -55,7 +55,7 @@ std::string FieldName(std::string_view foreign) {
 }
 
 void AppendValue(std::string& joined, std::string_view value) {
-  if (value.empty()) return;
+  if (value.empty() || value == joined) return;
   if (!joined.empty()) joined += '/';
   joined += value;
 }

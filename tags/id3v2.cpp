@@ -261,4 +261,22 @@ Id3v2Result ReadId3v2(CachedSource& file, int64_t& offset, TagLimits& limits, Ta
   return end > file.Size() ? Id3v2Result::kTooLong : Id3v2Result::kRead;
 }
 
+bool ReadAppendedId3v2(CachedSource& file, int64_t floor, int64_t& end, TagLimits& limits,
+                       TagFields& fields) {
+  if (end - 2 * kHeaderSize < floor) return false;
+  const auto footer = file.At(end - kHeaderSize, kHeaderSize);
+  if (footer.size() != kHeaderSize || footer[0] != '3' || footer[1] != 'D' || footer[2] != 'I') return false;
+  if (!IsSyncSafe(footer.subspan(6))) return false;
+  const int64_t begin = end - 2 * kHeaderSize - SyncSafe32(footer.subspan(6));
+  if (begin < floor) return false;
+  const auto bytes = file.At(begin, kHeaderSize);
+  Id3v2Header header;
+  if (bytes.size() != kHeaderSize || !ParseId3v2Header(bytes, header) || !header.has_footer) return false;
+  int64_t offset = begin;
+  if (begin + 2 * kHeaderSize + header.body_size != end) return false;
+  ReadId3v2(file, offset, limits, fields);
+  end = begin;
+  return true;
+}
+
 }  // namespace melorin

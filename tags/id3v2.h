@@ -26,4 +26,8 @@ enum class Id3v2Result {
 /// passed over, frames that are not in the list are not even read.
 Id3v2Result ReadId3v2(CachedSource& file, int64_t& offset, TagLimits& limits, TagFields& fields);
 
+/// The same for a tag of version 2.4 that was appended to a file: its footer ends at `end`, and it begins at
+/// `floor` or later. Found: moves `end` to its first byte and returns true.
+bool ReadAppendedId3v2(CachedSource& file, int64_t floor, int64_t& end, TagLimits& limits, TagFields& fields);
+
 }  // namespace melorin

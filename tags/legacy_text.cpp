@@ -2,9 +2,9 @@
 //
 // The rule that tells GBK from Latin-1 (in the shape that programs write it, code page 1252).
 //
-// 1. Well-formed UTF-8 with a sequence of three or more bytes, or with four or more shorter ones, or of
-// accented
-//    Latin letters only that all touch ASCII letters, is UTF-8: GBK text is that practically never by chance.
+// 1. Well-formed UTF-8 is UTF-8 when it has a sequence of three or more bytes, or accented Latin letters that
+// all
+//    touch ASCII letters, or three or more letters of one other alphabet: GBK text is that practically never.
 // 2. What is not well-formed GBK, or uses the areas of the code page that hold no characters, is Western.
 // Most
 //    Western texts end here: an accented letter before a space, a full stop or the end is half a GBK
@@ -15,12 +15,18 @@
 // (版)
 //    after "Live", "éL" (長) or "Äê" (年) after "love" are not: symbols inside words, or a capital after a
 //    small letter. Unnatural everyday pairs weigh most, a pair that stands alone as a word speaks for GBK,
-//    and a natural pair inside a word for Western. The sum decides; a tie stays as the tag marked it,
-//    Western.
-// 5. A text of nothing but two-byte pairs ("無間" is "Ÿoég") that loses narrowly follows the other texts of
-// its
-//    tag when those are GBK.
+//    and a natural pair inside a word for Western. So does, for GBK, a word of two or more pairs and nothing
+//    else
+//    ("後來"). The sum decides; a tie stays as the tag marked it, Western.
+// 5. A text of a single pair ("無" is "Ÿo") that loses narrowly follows the other texts of its tag when those
+// are
+//    GBK.
+//
+// Of 68,000 short texts in 16 Western languages and 28,000 in simplified Chinese (the translations of
+// Debian's programs) 0.1 % and none are read wrongly; of 21,000 in traditional Chinese, 0.25 %.
 #include "tags/legacy_text.h"
+
+#include <algorithm>
 
 #include "platform/text.h"
 
@@ -66,16 +72,18 @@ bool Flows(unsigned char first, unsigned char second) {
   return !(LetterOf(first) == Letter::kLower && LetterOf(second) == Letter::kUpper);
 }
 
-/// Quotation marks and what else opens a word: ‚ „ ‹ ‘ “ ¡ « ¿.
+/// Quotation marks and what else opens a word: ‚ „ … ‹ ‘ “ ¡ « » ¿.
 bool Opens(unsigned char byte) {
   switch (byte) {
     case 0x82:
     case 0x84:
+    case 0x85:
     case 0x8B:
     case 0x91:
     case 0x93:
     case 0xA1:
     case 0xAB:
+    case 0xBB:
     case 0xBF:
       return true;
     default:
@@ -116,6 +124,13 @@ bool Closes(unsigned char byte) {
   }
 }
 
+/// ª ° º, after a number or an abbreviation.
+bool IsRaised(unsigned char byte) {
+  return byte == 0xAA || byte == 0xB0 || byte == 0xBA;
+}
+
+constexpr unsigned char kNoBreakSpace = 0xA0;
+
 /// A pair with its neighbours (0 at the ends of the text).
 struct Pair {
   unsigned char before;
@@ -143,11 +158,11 @@ bool NaturalBeforeAscii(const Pair& pair) {
     if (!Flows(pair.before, pair.lead)) return false;
     return trail_letter ? Flows(pair.lead, pair.trail) : after_letter;
   }
-  if (!trail_letter) return false;
+  if (!trail_letter) return Closes(pair.lead) && (after_letter || pair.before == ' ');
   if (Joins(pair.lead) && after_letter) return true;
   if (Opens(pair.lead) && !after_letter) return true;
   const bool after_digit = pair.before >= '0' && pair.before <= '9';
-  return pair.lead == 0xB0 && after_digit && (pair.trail == 'C' || pair.trail == 'F');
+  return IsRaised(pair.lead) && (after_digit || after_letter);
 }
 
 bool NaturalBeforeHigh(const Pair& pair) {
@@ -155,33 +170,50 @@ bool NaturalBeforeHigh(const Pair& pair) {
   const bool trail_letter = IsLetter(pair.trail);
   if (lead_letter && trail_letter)
     return Flows(pair.before, pair.lead) && Flows(pair.lead, pair.trail) && Flows(pair.trail, pair.after);
-  if (lead_letter) return IsLetter(pair.before) && Flows(pair.before, pair.lead) && Closes(pair.trail);
-  if (trail_letter && LetterOf(pair.after) == Letter::kLower)
-    return IsLetter(pair.before) ? Joins(pair.lead) : Opens(pair.lead);
-  return false;
+  const bool after_letter = IsLetter(pair.before);
+  if (lead_letter)
+    return after_letter && Flows(pair.before, pair.lead) &&
+           (Closes(pair.trail) || pair.trail == kNoBreakSpace);
+  if (trail_letter && after_letter && IsLetter(pair.after))
+    return Joins(pair.lead) && Flows(pair.trail, pair.after);
+  if (trail_letter && LetterOf(pair.after) == Letter::kLower) return Opens(pair.lead);
+  // Quotation marks of French, with their space.
+  return (Opens(pair.lead) && pair.trail == kNoBreakSpace && !after_letter) ||
+         (pair.lead == kNoBreakSpace && Closes(pair.trail));
 }
 
 int Weigh(const Pair& pair) {
   if (pair.trail < 0x80) return NaturalBeforeAscii(pair) ? -1 : 1;
   if (!NaturalBeforeHigh(pair)) return IsEveryday(pair) ? 3 : 2;
-  const bool alone = !IsLetter(pair.before) && !IsLetter(pair.after);
+  const bool alone = !IsLetter(pair.before) && !IsLetter(pair.after) && IsLetter(pair.lead);
   return alone ? 2 : -2;
+}
+
+/// What a run of pairs says as a whole; `before` and `after` are the bytes around it.
+int WeighRun(size_t pairs, unsigned char before, unsigned char after) {
+  return pairs >= 2 && !IsLetter(before) && !IsLetter(after) ? 4 : 0;
 }
 
 /// Step 1 of the rule.
 bool IsSurelyUtf8(std::string_view bytes) {
   if (!IsValidUtf8(bytes)) return false;
   size_t sequences = 0;
+  unsigned first_lead = 0;
   bool latin_words = true;
+  bool one_alphabet = true;
   for (size_t i = 0; i < bytes.size(); ++i) {
     const auto lead = static_cast<unsigned char>(bytes[i]);
     if (lead < 0xC0) continue;
-    if (lead >= 0xE0 || ++sequences >= 4) return true;
+    if (lead >= 0xE0) return true;
+    ++sequences;
+    if (first_lead == 0) first_lead = lead;
+    // An alphabet takes two leads: 0xCE and 0xCF Greek, 0xD0 and 0xD1 Cyrillic.
+    one_alphabet = one_alphabet && (lead | 1u) == (first_lead | 1u);
     const bool touches = (i > 0 && IsAsciiLetter(static_cast<unsigned char>(bytes[i - 1]))) ||
                          (i + 2 < bytes.size() && IsAsciiLetter(static_cast<unsigned char>(bytes[i + 2])));
     latin_words = latin_words && lead <= 0xC5 && touches;
   }
-  return latin_words;
+  return latin_words || (one_alphabet && sequences >= 3);
 }
 
 }  // namespace
@@ -194,41 +226,38 @@ LegacyEvidence WeighLegacy(std::string_view bytes) {
   const auto at = [bytes](size_t i) {
     return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : static_cast<unsigned char>(0);
   };
-  LegacyEvidence evidence{Kind::kScored, 0, true};
+  int score = 0;
+  size_t pairs = 0;
   bool everyday_run = false;
-  bool previous_everyday = false;
   bool one_byte_only = true;
-  unsigned char first_high = 0;
-  size_t i = 0;
-  while (i < bytes.size()) {
-    const unsigned char byte = at(i);
-    if (byte < 0x80) {
-      if (IsLetter(byte)) evidence.only_pairs = false;
-      previous_everyday = false;
-      ++i;
-      continue;
+  const unsigned char sample = static_cast<unsigned char>(*std::find_if(
+      bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; }));
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    if (at(i) < 0x80) continue;
+    const size_t run = i;
+    bool previous_everyday = false;
+    for (; at(i) >= 0x80; i += 2) {
+      const Pair pair{i > 0 ? at(i - 1) : static_cast<unsigned char>(0), at(i), at(i + 1), at(i + 2)};
+      if (!IsGbkLead(pair.lead) || pair.trail < 0x40 || IsPrivate(pair.lead, pair.trail))
+        return {Kind::kWestern, 0, false};
+      one_byte_only = one_byte_only && pair.lead == sample && pair.trail == sample;
+      const bool everyday = IsEveryday(pair);
+      everyday_run = everyday_run || (everyday && previous_everyday);
+      previous_everyday = everyday;
+      score += Weigh(pair);
     }
-    const Pair pair{i > 0 ? at(i - 1) : static_cast<unsigned char>(0), byte, at(i + 1), at(i + 2)};
-    if (!IsGbkLead(byte) || pair.trail < 0x40 || IsPrivate(byte, pair.trail))
-      return {Kind::kWestern, 0, false};
-    if (first_high == 0) first_high = byte;
-    if (byte != first_high || pair.trail != first_high) one_byte_only = false;
-    const bool everyday = IsEveryday(pair);
-    everyday_run = everyday_run || (everyday && previous_everyday);
-    previous_everyday = everyday;
-    evidence.score += Weigh(pair);
-    i += 2;
+    pairs += (i - run) / 2;
+    score += WeighRun((i - run) / 2, run > 0 ? at(run - 1) : static_cast<unsigned char>(0), at(i));
   }
-  if (one_byte_only || !IsValidGbk(bytes)) return {Kind::kWestern, 0, false};
-  if (everyday_run) evidence.kind = Kind::kGbk;
-  return evidence;
+  if ((one_byte_only && pairs >= 2) || !IsValidGbk(bytes)) return {Kind::kWestern, 0, false};
+  return {everyday_run ? Kind::kGbk : Kind::kScored, score, pairs == 1 && bytes.size() == 2};
 }
 
 std::string DecodeLegacy(std::string_view bytes, const LegacyEvidence& evidence, bool neighbours_gbk) {
   using Kind = LegacyEvidence::Kind;
   bool gbk = evidence.kind == Kind::kGbk;
   if (evidence.kind == Kind::kScored) {
-    const int help = neighbours_gbk && evidence.only_pairs ? 3 : 0;
+    const int help = neighbours_gbk && evidence.single_pair ? 3 : 0;
     gbk = evidence.score + help > 0;
   }
   if (evidence.kind == Kind::kAscii || evidence.kind == Kind::kUtf8) return std::string(bytes);

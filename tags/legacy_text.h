@@ -20,8 +20,8 @@ struct LegacyEvidence {
   Kind kind = Kind::kAscii;
   /// Above 0: GBK is the likelier reading.
   int score = 0;
-  /// Every character is a two-byte one, so the neighbours have the say.
-  bool only_pairs = false;
+  /// One two-byte pair is all there is, so the neighbours have the say.
+  bool single_pair = false;
 };
 
 /// Tags mark GBK text as Latin-1, because the oldest tag formats have no mark for GBK and programs wrote the

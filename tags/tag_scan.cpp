@@ -48,6 +48,8 @@ void ReadTrailing(CachedSource& file, uint32_t kinds, int64_t floor, TagScan& sc
   int64_t before = -1;
   while (end != before) {
     before = end;
+    if ((kinds & kTagId3v2) != 0 && ReadAppendedId3v2(file, floor, end, found.limits, found.id3v2))
+      scan.flags |= kTagId3v2;
     if ((kinds & kTagApeV2) != 0 && ReadApe(file, floor, end, found.limits, found.ape))
       scan.flags |= kTagApeV2;
     if ((kinds & kTagLyrics3v2) != 0) {
