@@ -10,7 +10,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 
 #include "platform/clock.h"
@@ -18,6 +17,7 @@
 #include "playback/event_target.h"
 #include "playback/output_device.h"
 #include "playback/playback_chain.h"
+#include "playback/thread_starter.h"
 
 namespace melorin {
 
@@ -46,9 +46,6 @@ struct FadeDurations {
 
 /// What Play, Pause and Stop have asked for; it changes before a fade-out has ended.
 enum class DeviceState : int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
-
-/// Starts the stream's threads; tests replace it to count threads or to fail.
-using ThreadStarter = std::function<bool(Thread& thread, std::function<void()> body)>;
 
 class PlaybackStream {
  public:

@@ -6,6 +6,7 @@
 #include <kiss_fftr.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 namespace melorin {
