@@ -168,7 +168,7 @@ HRESULT GraphProducer::Open(const std::u16string& path, PcmInfo& info) {
   HRESULT result = Build(path);
   if (SUCCEEDED(result)) result = ReadFormat(info);
   if (SUCCEEDED(result)) result = graph_->QueryInterface(__uuidof(IMediaControl), control_.ReceiveVoid());
-  if (SUCCEEDED(result)) result = graph_->QueryInterface(__uuidof(IMediaEvent), events_.ReceiveVoid());
+  if (SUCCEEDED(result)) result = graph_->QueryInterface(IID_IMediaEvent, events_.ReceiveVoid());
   if (FAILED(result)) return result;
   ComPtr<IMediaFilter> filter;
   if (SUCCEEDED(graph_->QueryInterface(__uuidof(IMediaFilter), filter.ReceiveVoid())))
