@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+//
+// What the player does, as one JSON object a line in a UTF-8 file, for scripts and tests. Each line is
+// written at once, so a reader may follow the file.
+//
+//   {"event":"started","window_ms":120}           the window is shown; ms since the process began
+//   {"event":"opened","file":…,"title":…,"artist":…,"codec":…,"duration_ms":…,"sample_rate":…,"channels":…,"bits":…,
+//    "device":…}
+//   {"event":"playing"|"paused"|"stopped","ms":…}
+//   {"event":"position","ms":…}                   about once a second while playing
+//   {"event":"seek","ms":…}
+//   {"event":"ended"}                             the track has played to its end
+//   {"event":"error","file":…,"text":…,"code":"0x80004005"}
+//   {"event":"closed"}
+//
+// Every object has "at_ms" as well: ms since the process began.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "app/win_handle.h"
+
+namespace melorin {
+
+/// One object being put together.
+class LogEntry {
+ public:
+  explicit LogEntry(std::string_view event);
+  LogEntry& Add(std::string_view key, std::u16string_view text);
+  LogEntry& Add(std::string_view key, uint32_t number);
+  /// The whole object, without a line end.
+  std::string Json() const { return json_ + "}"; }
+
+ private:
+  void Key(std::string_view key);
+  std::string json_;
+};
+
+/// `text` as a JSON string with its quotes. A lone surrogate becomes U+FFFD.
+std::string JsonText(std::u16string_view text);
+
+/// Milliseconds since this process was started.
+uint32_t ProcessAgeMs();
+
+/// Does nothing until Open succeeded. Thread: the UI thread.
+class EventLog {
+ public:
+  /// Truncates an existing file. False when it cannot be written.
+  bool Open(const std::u16string& path);
+  bool IsOpen() const { return static_cast<bool>(file_); }
+  void Write(LogEntry entry);
+
+ private:
+  WinHandle file_;
+};
+
+}  // namespace melorin

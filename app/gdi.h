@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+//
+// Owners of GDI objects and device contexts; whatever is selected is put back.
+#pragma once
+
+#include <windows.h>
+
+#include <utility>
+
+namespace melorin {
+
+template <class Handle>
+class GdiObject {
+ public:
+  GdiObject() noexcept = default;
+  explicit GdiObject(Handle handle) noexcept : handle_(handle) {}
+  GdiObject(GdiObject&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+  GdiObject& operator=(GdiObject&& other) noexcept {
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
+  ~GdiObject() {
+    if (handle_) DeleteObject(handle_);
+  }
+  Handle get() const noexcept { return handle_; }
+  explicit operator bool() const noexcept { return handle_ != nullptr; }
+
+ private:
+  Handle handle_ = nullptr;
+};
+
+/// Selects an object for a scope.
+class SelectScope {
+ public:
+  SelectScope(HDC dc, HGDIOBJ object) noexcept : dc_(dc), before_(SelectObject(dc, object)) {}
+  ~SelectScope() { SelectObject(dc_, before_); }
+  SelectScope(const SelectScope&) = delete;
+  SelectScope& operator=(const SelectScope&) = delete;
+
+ private:
+  HDC dc_;
+  HGDIOBJ before_;
+};
+
+/// BeginPaint and EndPaint.
+class PaintScope {
+ public:
+  explicit PaintScope(HWND window) noexcept : window_(window), dc_(BeginPaint(window, &paint_)) {}
+  ~PaintScope() { EndPaint(window_, &paint_); }
+  PaintScope(const PaintScope&) = delete;
+  PaintScope& operator=(const PaintScope&) = delete;
+  HDC dc() const noexcept { return dc_; }
+  const RECT& Dirty() const noexcept { return paint_.rcPaint; }
+
+ private:
+  HWND window_;
+  PAINTSTRUCT paint_{};
+  HDC dc_;
+};
+
+/// An off-screen bitmap with its device context, kept between paints and made anew when the size changes.
+class BackBuffer {
+ public:
+  BackBuffer() = default;
+  ~BackBuffer() { Free(); }
+  BackBuffer(const BackBuffer&) = delete;
+  BackBuffer& operator=(const BackBuffer&) = delete;
+
+  /// Null when memory runs out.
+  HDC Prepare(HDC like, int width, int height) {
+    if (dc_ && width == width_ && height == height_) return dc_;
+    Free();
+    dc_ = CreateCompatibleDC(like);
+    bitmap_ = GdiObject<HBITMAP>(CreateCompatibleBitmap(like, width, height));
+    if (!dc_ || !bitmap_) {
+      Free();
+      return nullptr;
+    }
+    before_ = SelectObject(dc_, bitmap_.get());
+    width_ = width;
+    height_ = height;
+    return dc_;
+  }
+
+ private:
+  void Free() {
+    if (dc_) {
+      if (before_) SelectObject(dc_, before_);
+      DeleteDC(dc_);
+    }
+    dc_ = nullptr;
+    before_ = nullptr;
+    bitmap_ = {};
+  }
+
+  HDC dc_ = nullptr;
+  HGDIOBJ before_ = nullptr;
+  GdiObject<HBITMAP> bitmap_;
+  int width_ = 0;
+  int height_ = 0;
+};
+
+}  // namespace melorin

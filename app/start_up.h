@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+//
+// The program from its first instruction to its exit code, in the order that matters.
+#pragma once
+
+#include <windows.h>
+
+namespace melorin {
+
+/// Sets the thread's locale to Chinese (PRC) and tells the user when a code page is missing.
+void SetUpLocale();
+
+/// Runs the player: 0 after an ordinary end, 1 when the command line went to a running instance, else the
+/// failure.
+int RunPlayer(HINSTANCE instance, int show);
+
+}  // namespace melorin
