@@ -73,7 +73,7 @@ build_bench() {
   local flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
   fetch benchmark
   cross_cmake "$work/benchmark" "$work/benchmark-build" -DBENCHMARK_ENABLE_TESTING=OFF \
-    -DBENCHMARK_ENABLE_WERROR=OFF
+    -DBENCHMARK_ENABLE_WERROR=OFF -DGIT_VERSION=0.0.0
   fetch pugixml
   $cxx $flags -c "$work/pugixml/src/pugixml.cpp" -o "$work/pugixml.o"
   $ar rcs "$prefix/lib/libpugixml.a" "$work/pugixml.o"
