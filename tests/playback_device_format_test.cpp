@@ -39,7 +39,7 @@ TEST(DeviceId, PackedOrDirectSoundsOwn) {
     const DeviceChoice choice = ParseDeviceId(c.id);
     EXPECT_EQ(choice.kind, c.kind);
     EXPECT_EQ(choice.index, c.index);
-    if (c.index == -1) EXPECT_TRUE(SameGuid(choice.guid, c.id));
+    EXPECT_TRUE(c.index != -1 || SameGuid(choice.guid, c.id));
   }
   EXPECT_EQ(ParseDeviceId(PackDeviceId(2, 7)).kind, 2);
   EXPECT_EQ(ParseDeviceId(PackDeviceId(2, 7)).index, 7);
@@ -140,7 +140,7 @@ class FakeRing {
   FakeRing() : memory_(kBytes, 0) {}
   void Run(uint32_t ms) {
     for (uint32_t i = 0; i < ms; ++i)
-      heard_.push_back(memory_[played_++ % kBytes]);
+      heard_.push_back(memory_[static_cast<size_t>(played_++ % kBytes)]);
     tick_ += ms;
   }
   void Poll(uint32_t lead = 0) {
