@@ -200,8 +200,9 @@ HRESULT DirectSoundDevice::Pause() {
   if (playing_) Refresh();
   const HRESULT result = buffer_->Stop();
   if (FAILED(result) && result != DSERR_BUFFERLOST) return result;
-  if (playing_) Refresh();
+  // From here on a buffer that does not play is as it should be.
   playing_ = false;
+  Refresh();
   heard_.SetRunning(false, SystemClock().TickMs());
   return S_OK;
 }
