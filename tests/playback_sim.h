@@ -259,7 +259,9 @@ class SimDevice final : public ComObject<OutputDevice> {
     if (FAILED(setup_.write)) return setup_.write;
     const Lock lock(mutex_);
     const uint64_t played = PlayedLocked();
-    if (setup_.free_override < 0) EXPECT_LE(written_ + bytes, played + setup_.buffer_bytes);
+    if (setup_.free_override < 0) {
+      EXPECT_LE(written_ + bytes, played + setup_.buffer_bytes);
+    }
     played_ = played;  // An empty device has not played on in the meantime.
     since_ms_ = clock_.TickMs();
     written_ += bytes;
