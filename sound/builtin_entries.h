@@ -24,7 +24,8 @@ ComPtr<SoundReader> CreateWaveReader();
 ComPtr<SoundReader> CreateWindowsMediaReader();
 /// "CD Audio Reader": the digital samples of a CD track that a ".cda" file names.
 ComPtr<SoundReader> CreateCdAudioReader();
-/// "CUE Reader".
+/// "CUE Reader". Listed by name and description only: it makes no source yet (E_NOTIMPL), since a sheet's
+/// tracks need the playlist to play them.
 ComPtr<SoundReader> CreateCueReader();
 /// "DirectShow Audio Reader" with the given description: plays a file through the platform's media graph.
 ComPtr<SoundReader> CreateGraphReader(std::u16string_view description);

@@ -149,7 +149,8 @@ TEST(ByteStream, SharesAsItsModeSays) {
 /// of the transfers is taken many times.
 TEST(ByteStream, BehavesLikeAnArrayOfBytes) {
   const std::u16string path = TempPath("model.bin");
-  std::mt19937 random(20261);
+  std::mt19937 generator(20261);
+  const auto random = [&generator] { return static_cast<uint32_t>(generator()); };
   for (int round = 0; round < 20; ++round) {
     auto stream = OpenStream(path, STGM_READWRITE | STGM_CREATE);
     ASSERT_TRUE(stream);
