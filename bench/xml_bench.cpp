@@ -22,7 +22,8 @@ size_t in_use = 0;
 size_t peak = 0;
 constexpr size_t kPrefix = 16;  // Keeps the size of each allocation, and its alignment.
 
-void* CountedAllocate(size_t bytes) {
+// Not inlined: the compiler would see free() called on what operator new gave, and take it for a mistake.
+[[gnu::noinline]] void* CountedAllocate(size_t bytes) {
   char* memory = static_cast<char*>(std::malloc(bytes + kPrefix));
   if (memory == nullptr) return nullptr;
   new (memory) size_t(bytes);
@@ -31,7 +32,7 @@ void* CountedAllocate(size_t bytes) {
   return memory + kPrefix;
 }
 
-void CountedFree(void* memory) {
+[[gnu::noinline]] void CountedFree(void* memory) {
   if (memory == nullptr) return;
   char* begin = static_cast<char*>(memory) - kPrefix;
   in_use -= *reinterpret_cast<size_t*>(begin);
