@@ -1,0 +1,128 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Times whole programs over the same input: melorin-cli beside the command-line tools that do the same.
+
+    bench_processes.py REPETITIONS RESULT.json
+
+The input is made here, always the same; programs take turns, so that a slow spell of the machine hits all alike.
+"""
+import array
+import json
+import math
+import os
+import pathlib
+import random
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import wave
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+HOST = ROOT / "build/bench-host/bin/melorin-cli"
+WINDOWS = ROOT / "build/bench-windows/bin/melorin-cli.exe"
+SECONDS = 300
+RATE = 44100
+
+
+def make_music(path, bits):
+    """Five minutes of chords with noise that comes and goes: enough for an encoder to work on."""
+    chunk = RATE // 2
+    source = random.Random(1)
+    scale = (1 << (bits - 1)) * 0.3
+    with wave.open(str(path), "wb") as out:
+        out.setnchannels(2)
+        out.setsampwidth(bits // 8)
+        out.setframerate(RATE)
+        chunks = []
+        for _ in range(16):
+            tones = [source.uniform(80, 3000) * 2 * math.pi / RATE for _ in range(4)]
+            loud = source.uniform(0, 0.4)
+            samples = []
+            for i in range(chunk):
+                tone = sum(math.sin(i * t) for t in tones) / 4
+                samples += [int(scale * (tone + loud * source.uniform(-1, 1))) for _ in (0, 1)]
+            if bits == 16:
+                chunks.append(array.array("h", samples).tobytes())
+            else:
+                chunks.append(b"".join(s.to_bytes(3, "little", signed=True) for s in samples))
+        for i in range(SECONDS * RATE // chunk):
+            out.writeframesraw(chunks[i * 7 % 16])
+
+
+def time_once(command):
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    start = time.perf_counter()
+    subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+    wall = time.perf_counter() - start
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return wall, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+
+def median(values):
+    ordered = sorted(values)
+    return ordered[len(ordered) // 2]
+
+
+def measure(title, commands, out, repetitions):
+    times = {name: [] for name in commands}
+    for _ in range(repetitions + 1):
+        for name, command in commands.items():
+            out.unlink(missing_ok=True)
+            times[name].append(time_once(command))
+            if not out.exists() or out.stat().st_size < SECONDS * RATE * 4 * 0.99:
+                sys.exit(f"error: {name} did not write all of {out}")
+    rows = []
+    for name, runs in times.items():
+        # The first round warms the caches.
+        walls = [wall for wall, _ in runs[1:]]
+        rows.append({"name": name, "wall_s": median(walls), "cpu_s": median([cpu for _, cpu in runs[1:]]),
+                     "min_s": min(walls), "max_s": max(walls)})
+    return {"title": title, "rows": rows}
+
+
+def main(repetitions, result):
+    # In memory where there is room: the disk is not what is compared.
+    memory = pathlib.Path("/dev/shm")
+    room = memory.is_dir() and os.access(memory, os.W_OK) and shutil.disk_usage(memory).free > 400 << 20
+    with tempfile.TemporaryDirectory(prefix="melorin-bench-", dir=memory if room else None) as name:
+        folder = pathlib.Path(name)
+        music, deep, song, out = (folder / n for n in ("music.wav", "deep.wav", "song.mp3", "out.wav"))
+        make_music(music, 16)
+        subprocess.run(["lame", "--quiet", "-b", "192", music, song], check=True)
+        music.unlink()
+        make_music(deep, 24)
+        wine = [str(ROOT / "scripts/wine.sh"), str(WINDOWS)]
+        subprocess.run(wine + ["--version"], stdout=subprocess.DEVNULL, check=True)
+
+        def ffmpeg(source, *options):
+            return ["ffmpeg", "-v", "error", "-y", "-i", str(source), *options, "-c:a", "pcm_s16le", str(out)]
+
+        def ours(source, *options):
+            return {"melorin-cli": [str(HOST), "decode", str(source), str(out), *options],
+                    "melorin-cli.exe under Wine": wine + ["decode", str(source), str(out), *options]}
+
+        groups = [
+            measure(f"{SECONDS} s of MP3 (192 kbit/s, stereo, 44100 Hz) to a 16-bit Wave file",
+                    {**ours(song), "mpg123 -w": ["mpg123", "-q", "-w", str(out), str(song)],
+                     "sox (no dither)": ["sox", "-D", str(song), "-b", "16", str(out)],
+                     "ffmpeg": ffmpeg(song)}, out, repetitions),
+            measure(f"{SECONDS} s of 24-bit stereo to 16 bits with triangular dither",
+                    {**ours(deep, "--bits", "16", "--dither", "1"), "sox dither": ["sox", str(deep), "-b", "16", str(out), "dither"],
+                     "ffmpeg triangular": ffmpeg(deep, "-af", "aresample=dither_method=triangular:osf=s16")},
+                    out, repetitions),
+            measure(f"{SECONDS} s of 24-bit stereo to 16 bits with noise-shaped dither",
+                    {**ours(deep, "--bits", "16", "--dither", "3"),
+                     "sox dither -f shibata": ["sox", str(deep), "-b", "16", str(out), "dither", "-f", "shibata"],
+                     "ffmpeg shibata": ffmpeg(deep, "-af", "aresample=dither_method=shibata:osf=s16")},
+                    out, repetitions),
+        ]
+    pathlib.Path(result).write_text(json.dumps(groups, indent=1), encoding="utf-8")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    main(int(sys.argv[1]), sys.argv[2])
