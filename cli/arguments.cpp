@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+//
+// Parsing of command-line arguments.
+#include "cli/arguments.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "cli/json_writer.h"
+#include "platform/text.h"
+
+namespace melorin {
+namespace {
+
+/// The first character of a well-formed text that does not survive the way to GBK and back.
+std::string_view FirstLostCharacter(std::string_view utf8) {
+  for (size_t start = 0; start < utf8.size();) {
+    size_t end = start + 1;
+    while (end < utf8.size() && (utf8[end] & 0xC0) == 0x80)
+      ++end;
+    const std::string_view character = utf8.substr(start, end - start);
+    bool lossy = false;
+    GbkFromUtf8(character, &lossy);
+    if (lossy) return character;
+    start = end;
+  }
+  return {};
+}
+
+}  // namespace
+
+const std::string* Arguments::Value(std::string_view name) const {
+  const auto found = std::find_if(options.rbegin(), options.rend(),
+                                  [&](const auto& option) { return option.first == name; });
+  return found == options.rend() ? nullptr : &found->second;
+}
+
+bool ParseArguments(std::span<const std::string> arguments, std::span<const OptionSpec> options,
+                    Arguments* out, std::string* error) {
+  bool only_operands = false;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    if (only_operands || argument.size() < 2 || argument[0] != '-') {
+      out->operands.push_back(argument);
+      continue;
+    }
+    if (argument == "--") {
+      only_operands = true;
+      continue;
+    }
+    const size_t equals = argument.find('=');
+    const std::string name = argument.substr(0, equals);
+    const auto spec = std::find_if(options.begin(), options.end(),
+                                   [&](const OptionSpec& option) { return option.name == name; });
+    if (spec == options.end()) {
+      *error = "unknown option " + name;
+      return false;
+    }
+    std::string value;
+    if (equals != std::string::npos) {
+      if (!spec->takes_value) {
+        *error = name + " takes no value";
+        return false;
+      }
+      value = argument.substr(equals + 1);
+    } else if (spec->takes_value) {
+      if (++i == arguments.size()) {
+        *error = name + " needs a value";
+        return false;
+      }
+      value = arguments[i];
+    }
+    out->options.emplace_back(name, std::move(value));
+  }
+  return true;
+}
+
+std::optional<uint32_t> ParseNumber(std::string_view text) {
+  uint32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stopped, result] = std::from_chars(text.data(), end, number);
+  if (text.empty() || result != std::errc() || stopped != end) return std::nullopt;
+  return number;
+}
+
+std::optional<std::string> PathFromArgument(std::string_view utf8, std::string* error) {
+  if (!IsValidUtf8(utf8)) {
+    *error = PrintableLine(utf8) + ": the name is not valid UTF-8";
+    return std::nullopt;
+  }
+  bool lossy = false;
+  std::string gbk = GbkFromUtf8(utf8, &lossy);
+  if (lossy) {
+    *error = PrintableLine(utf8) + ": the name holds a character that code page 936 lacks: " +
+             PrintableLine(FirstLostCharacter(utf8));
+    return std::nullopt;
+  }
+  return gbk;
+}
+
+std::string PrintableLine(std::string_view utf8) {
+  std::string line;
+  AppendWellFormedUtf8(utf8, line);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }, '?');
+  return line;
+}
+
+}  // namespace melorin

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+//
+// melorin-cli decode: a track through the player's own chain and conversion, into a Wave file.
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "cli/commands.h"
+#include "cli/decode_range.h"
+#include "cli/result_text.h"
+#include "cli/wave_target.h"
+#include "platform/clock.h"
+#include "platform/com_ptr.h"
+#include "platform/file.h"
+#include "platform/text.h"
+#include "playback/device_format.h"
+#include "playback/dither_shaper.h"
+#include "playback/sample_convert.h"
+#include "playback/source_chain.h"
+#include "sound/exports.h"
+
+namespace melorin {
+namespace {
+
+constexpr OptionSpec kOptions[] = {
+    {"--bits", true}, {"--dither", true}, {"--start", true}, {"--length", true}};
+constexpr uint32_t kProgressEveryMs = 200;
+
+struct DecodeOptions {
+  uint32_t bits = 0;  ///< 0: the source's own.
+  uint32_t dither = 0;
+  uint32_t start_ms = 0;
+  std::optional<uint32_t> length_ms;
+};
+
+/// False, with the reason in `error`, when an option's value is none of those allowed.
+bool ReadOptions(const Arguments& arguments, DecodeOptions* out, std::string* error) {
+  const auto read = [&](std::string_view name, std::optional<uint32_t>* number) {
+    const std::string* value = arguments.Value(name);
+    if (!value) return true;
+    *number = ParseNumber(*value);
+    if (!*number) *error = std::string(name) + ": not a number: " + *value;
+    return number->has_value();
+  };
+  std::optional<uint32_t> bits;
+  std::optional<uint32_t> dither;
+  std::optional<uint32_t> start;
+  if (!read("--bits", &bits) || !read("--dither", &dither) || !read("--start", &start) ||
+      !read("--length", &out->length_ms))
+    return false;
+  if (bits && *bits != 8 && *bits != 16 && *bits != 24 && *bits != 32) {
+    *error = "--bits is 8, 16, 24 or 32";
+    return false;
+  }
+  if (dither && *dither > 4) {
+    *error = "--dither is 0 to 4";
+    return false;
+  }
+  out->bits = bits.value_or(0);
+  out->dither = dither.value_or(0);
+  out->start_ms = start.value_or(0);
+  return true;
+}
+
+/// One run of the command: the opened track, where it goes, and how far it is.
+class DecodeJob {
+ public:
+  DecodeJob(const CommandContext& context, const DecodeOptions& options, std::string in_name,
+            std::string out_name)
+      : context_(context), options_(options), in_name_(std::move(in_name)), out_name_(std::move(out_name)) {}
+
+  int Run(const SoundLibrary& library, const std::string& in_path,
+          const std::optional<std::string>& out_path);
+
+ private:
+  int CheckTarget(const std::string& out_path) const;
+  int OpenTarget(const std::optional<std::string>& out_path);
+  uint64_t SkipBySeeking(uint64_t first_frame);
+  int Pump();
+  int WriteBlock(SoundBuffer& block, RangeCutter& cutter);
+  void ShowProgress();
+  void Report() const;
+
+  const CommandContext& context_;
+  const DecodeOptions& options_;
+  std::string in_name_;
+  std::string out_name_;
+  std::unique_ptr<SourceChain> chain_;
+  WAVEFORMATEX format_ = {};
+  std::unique_ptr<DitherShaper> dither_;
+  std::unique_ptr<WaveTarget> target_;
+  uint64_t frames_written_ = 0;
+  uint32_t started_ms_ = 0;
+  uint32_t shown_ms_ = 0;
+};
+
+int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
+                   const std::optional<std::string>& out_path) {
+  started_ms_ = shown_ms_ = SystemClock().TickMs();
+  if (const int failed = out_path ? CheckTarget(*out_path) : kExitDone) return failed;
+  const HRESULT result = SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), 0, &chain_);
+  if (FAILED(result)) return context_.Fail(in_name_, OpenFailureText(library, in_path, result));
+  format_ = MakePcmFormat(chain_->Channels(), chain_->SampleRate(),
+                          ChooseOutputBits(options_.bits, chain_->SourceBits()));
+  if (options_.dither != 0) {
+    DitherParameters parameters;
+    parameters.channels = format_.nChannels;
+    parameters.sample_rate = format_.nSamplesPerSec;
+    parameters.bits = format_.wBitsPerSample;
+    parameters.type = static_cast<int32_t>(options_.dither) - 1;
+    dither_ = DitherShaper::Create(parameters);
+    if (!dither_) return context_.Fail(ResultText(E_OUTOFMEMORY));
+  }
+  if (const int failed = OpenTarget(out_path)) return failed;
+  if (const int failed = Pump()) return failed;
+  // The input may be the very file that is replaced now.
+  chain_.reset();
+  if (FAILED(target_->Finish())) return context_.Fail(out_name_, "cannot be written");
+  Report();
+  return kExitDone;
+}
+
+/// Before the input is opened, since that may be the very file.
+int DecodeJob::CheckTarget(const std::string& out_path) const {
+  if (DirectoryExists(out_path)) return context_.Fail(out_name_, "is a folder");
+  // Swapping a device for a file would be a nasty surprise.
+  if (FileExists(out_path) && !MappedFile().Open(out_path))
+    return context_.Fail(out_name_, "is in use, or is something else than a file");
+  return kExitDone;
+}
+
+int DecodeJob::OpenTarget(const std::optional<std::string>& out_path) {
+  // More than two channels need the layout that says which speaker each is for.
+  const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format_);
+  const WAVEFORMATEX& written = format_.nChannels > 2 ? extensible.Format : format_;
+  if (!out_path) {
+    const HRESULT result = CreateWaveStreamTarget(context_.console, written, &target_);
+    return FAILED(result) ? context_.Fail(out_name_, "cannot be written: " + ResultText(result)) : kExitDone;
+  }
+  const HRESULT result = CreateWaveFileTarget(*out_path, written, &target_);
+  return FAILED(result) ? context_.Fail(out_name_, "cannot be created: " + ResultText(result)) : kExitDone;
+}
+
+/// Samples that need no decoding are skipped by a seek to the whole second before the start, which is exact;
+/// all else is decoded and dropped, since a seek in compressed audio is only near. Returns the frame arrived
+/// at.
+uint64_t DecodeJob::SkipBySeeking(uint64_t first_frame) {
+  WAVEFORMATEX* source_format = nullptr;
+  if (options_.start_ms < 1000 || FAILED(chain_->Source()->GetFormat(&source_format))) return 0;
+  const bool exact =
+      source_format->wFormatTag == WAVE_FORMAT_PCM &&
+      source_format->nAvgBytesPerSec == source_format->nSamplesPerSec * source_format->nBlockAlign;
+  CoTaskMemFree(source_format);
+  const uint64_t frame = first_frame - first_frame % chain_->SampleRate();
+  const uint32_t whole_seconds_ms = options_.start_ms / 1000 * 1000;
+  return exact && SUCCEEDED(chain_->Seek(whole_seconds_ms)) ? frame : 0;
+}
+
+int DecodeJob::Pump() {
+  const FrameRange range = RangeOfTimes(options_.start_ms, options_.length_ms, chain_->SampleRate());
+  ComPtr<SoundBuffer> block;
+  if (FAILED(CreateSoundBuffer(block.Receive(), chain_->BlockBytes())))
+    return context_.Fail(ResultText(E_OUTOFMEMORY));
+  RangeCutter cutter(range, SkipBySeeking(range.first));
+  HRESULT result = chain_->NotifyStart();
+  while (SUCCEEDED(result) && !cutter.Done()) {
+    result = chain_->NextBlock(*block);
+    if (result != S_OK) break;
+    if (const int failed = WriteBlock(*block, cutter)) return failed;
+    ShowProgress();
+  }
+  chain_->NotifyStop();
+  if (FAILED(result)) {
+    const uint64_t at_ms = options_.start_ms + frames_written_ * 1000 / chain_->SampleRate();
+    return context_.Fail(in_name_,
+                         "decoding failed at " + std::to_string(at_ms) + " ms: " + ResultText(result));
+  }
+  if (frames_written_ == 0 && options_.start_ms != 0 && !cutter.Done())
+    return context_.Fail(in_name_,
+                         "--start " + std::to_string(options_.start_ms) + " lies at or past the end");
+  return kExitDone;
+}
+
+int DecodeJob::WriteBlock(SoundBuffer& block, RangeCutter& cutter) {
+  uint8_t* data = nullptr;
+  uint32_t bytes = 0;
+  block.GetData(&data, &bytes);
+  const size_t channels = format_.nChannels;
+  const RangeCutter::Part part = cutter.Next(bytes / (sizeof(float) * channels));
+  if (part.frames == 0) return kExitDone;
+  uint8_t* const samples = data + part.skip_frames * channels * sizeof(float);
+  const auto float_bytes = static_cast<uint32_t>(part.frames * channels * sizeof(float));
+  const uint32_t converted = dither_ ? dither_->Convert(samples, float_bytes)
+                                     : ConvertSamples(samples, float_bytes, format_.wBitsPerSample);
+  if (FAILED(target_->Write({samples, converted}))) return context_.Fail(out_name_, "cannot be written");
+  frames_written_ += part.frames;
+  return kExitDone;
+}
+
+void DecodeJob::ShowProgress() {
+  const uint32_t now_ms = SystemClock().TickMs();
+  if (now_ms - shown_ms_ < kProgressEveryMs) return;
+  shown_ms_ = now_ms;
+  const uint64_t done_ms = frames_written_ * 1000 / format_.nSamplesPerSec;
+  context_.console.Progress(in_name_ + ": " + std::to_string(done_ms / 1000) + " of " +
+                            std::to_string(chain_->DurationMs() / 1000) + " s");
+}
+
+void DecodeJob::Report() const {
+  const uint32_t spent_ms = std::max(SystemClock().TickMs() - started_ms_, uint32_t{1});
+  char facts[160];
+  std::snprintf(facts, sizeof(facts), "%llu frames, %u Hz, %u channels, %u bits, %.3f s in %.3f s",
+                static_cast<unsigned long long>(frames_written_),
+                static_cast<unsigned>(format_.nSamplesPerSec), static_cast<unsigned>(format_.nChannels),
+                static_cast<unsigned>(format_.wBitsPerSample),
+                static_cast<double>(frames_written_) / format_.nSamplesPerSec, spent_ms / 1000.0);
+  context_.console.Message(PrintableLine(out_name_) + ": " + facts);
+}
+
+int RunDecode(const CommandContext& context, const Arguments& arguments) {
+  DecodeOptions options;
+  std::string error;
+  if (!ReadOptions(arguments, &options, &error)) return context.FailUsage(error);
+  const std::string& in_name = arguments.operands[0];
+  const std::string& out_name = arguments.operands[1];
+  const auto in_path = PathFromArgument(in_name, &error);
+  if (!in_path) return context.Fail(error);
+  std::optional<std::string> out_path;
+  if (out_name != "-") {
+    out_path = PathFromArgument(out_name, &error);
+    if (!out_path) return context.Fail(error);
+  }
+  SoundLibrary library;
+  if (!context.StartSoundLibrary(library)) return kExitFailed;
+  const int exit_code = DecodeJob(context, options, in_name, out_path ? out_name : "standard output")
+                            .Run(library, *in_path, out_path);
+  library.Shutdown();
+  return exit_code;
+}
+
+}  // namespace
+
+constexpr Command kDecodeCommand = {
+    "decode",
+    "FILE OUT.wav [--bits N] [--dither N] [--start MS] [--length MS]",
+    "Decodes a sound file to a Wave file, through the same chain and conversion as playing",
+    "\n--bits    8, 16, 24 or 32; without it the file's own width, 16 for compressed ones\n"
+    "--dither  0 off (the default), 1 triangular, 2 with first-order error feedback, 3 noise shaping for the "
+    "rate,\n"
+    "          4 the alternative shapers at 44100 and 48000 Hz\n"
+    "--start, --length   milliseconds, rounded down to frames; exact for every format\n\n"
+    "OUT.wav is written beside its place and swapped in when it is whole. OUT \"-\" is standard output, "
+    "with\n"
+    "0xFFFFFFFF for the sizes that are not known yet. Progress goes to standard error.\n",
+    2,
+    2,
+    kOptions,
+    RunDecode};
+
+}  // namespace melorin

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+//
+// Where decoded samples go: a Wave file that appears under its name only when it is whole, or standard
+// output.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "cli/console.h"
+#include "platform/com.h"
+
+namespace melorin {
+
+/// One stream of PCM. Destroyed without a successful Finish, it leaves nothing behind.
+class WaveTarget {
+ public:
+  virtual ~WaveTarget() = default;
+  virtual HRESULT Write(std::span<const uint8_t> pcm) = 0;
+  virtual HRESULT Finish() = 0;
+};
+
+/// Writes beside `path_gbk`, through the sound library's Wave output, and Finish swaps the file in.
+/// E_FAIL when the file cannot be created.
+HRESULT CreateWaveFileTarget(const std::string& path_gbk, const WAVEFORMATEX& format,
+                             std::unique_ptr<WaveTarget>* out);
+
+/// Writes to standard output, as programs at the other end of a pipe expect it: the length is not known when
+/// the header goes out, so both sizes in it are 0xFFFFFFFF.
+HRESULT CreateWaveStreamTarget(Console& console, const WAVEFORMATEX& format,
+                               std::unique_ptr<WaveTarget>* out);
+
+}  // namespace melorin

@@ -1,0 +1,349 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Drives the built melorin-cli from outside: exit codes, error lines, JSON, samples, names.
+
+    cli_end_to_end.py PROGRAM…      PROGRAM may be several words (a wrapper such as scripts/wine.sh in front)
+"""
+import array
+import json
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+import wave
+
+PROGRAM = []
+
+
+def run(*arguments, **options):
+    done = subprocess.run(PROGRAM + list(arguments), stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
+                          check=False, **options)
+    # A wrapper may have lines of its own.
+    done.errors = [line for line in done.stderr.decode("utf-8", "strict").splitlines()
+                   if line.startswith("melorin-cli: ")]
+    return done
+
+
+def noise(count, seed, bits):
+    """The same pseudo-random full-scale samples everywhere."""
+    half = 1 << (bits - 1)
+    state = seed
+    for _ in range(count):
+        state = (state * 6364136223846793005 + 1442695040888963407) & 0xFFFFFFFFFFFFFFFF
+        yield (state >> (64 - bits)) - half
+
+
+def pack(samples, bits):
+    if bits == 8:
+        return bytes(s + 128 for s in samples)
+    return b"".join((s & ((1 << bits) - 1)).to_bytes(bits // 8, "little") for s in samples)
+
+
+def write_wave(path, data, bits=16, channels=2, rate=44100):
+    with wave.open(path, "wb") as out:
+        out.setnchannels(channels)
+        out.setsampwidth(bits // 8)
+        out.setframerate(rate)
+        out.writeframes(data)
+
+
+def read_wave(path):
+    with wave.open(path, "rb") as source:
+        return source.getparams(), source.readframes(source.getnframes())
+
+
+def ints(data, bits):
+    if bits == 8:
+        return [b - 128 for b in data]
+    step = bits // 8
+    return [int.from_bytes(data[i:i + step], "little", signed=True) for i in range(0, len(data), step)]
+
+
+class EndToEnd(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="melorin-cli-")
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def wave(self, name, frames=10000, bits=16, channels=2, rate=44100):
+        data = pack(noise(frames * channels, 7, bits), bits)
+        write_wave(self.path(name), data, bits, channels, rate)
+        return data
+
+    def text(self, name, content):
+        with open(self.path(name), "wb") as out:
+            out.write(content)
+        return self.path(name)
+
+    def assert_fails(self, done, code, *words):
+        """Exit code, exactly one error line, and what it must say."""
+        self.assertEqual(done.returncode, code, done.stderr)
+        self.assertEqual(len(done.errors), 1, done.stderr)
+        for word in words:
+            self.assertIn(word, done.errors[0])
+
+    def assert_only(self, *names):
+        self.assertEqual(sorted(os.listdir(self.folder)), sorted(names))
+
+    def decode(self, source, *options, out="out.wav"):
+        done = run("decode", self.path(source), self.path(out), *options)
+        self.assertEqual((done.returncode, done.errors), (0, []), done.stderr)
+        self.assertIn(b"frames", done.stderr)
+        return read_wave(self.path(out))
+
+    # The command line.
+
+    def test_usage_is_exit_code_2(self):
+        self.assert_fails(run(), 2)
+        self.assert_fails(run("info"), 2, "usage")
+        self.assert_fails(run("info", "--fast", "x"), 2, "--fast")
+        self.assert_fails(run("decode", "a", "b", "--bits", "20"), 2, "--bits")
+
+    def test_help_and_version(self):
+        self.assertRegex(run("--version").stdout, rb"^melorin-cli \d+\.\d+\.\d+\n$")
+        for line in (["--help"], ["decode", "--help"]):
+            done = run(*line)
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            self.assertIn(b"--start", done.stdout)
+
+    def test_formats_lists_in_the_order_of_preference(self):
+        done = run("formats")
+        self.assertEqual((done.returncode, done.errors), (0, []))
+        records = [line.split("\t") for line in done.stdout.decode("utf-8").splitlines()]
+        readers = [r[1:] for r in records if r[0] == "reader"]
+        self.assertEqual([r[0] for r in readers[:2]], ["MPEG Audio Reader", "Wave Audio Reader"])
+        self.assertEqual(readers[1][1], "Wave 音频文件(*.wav)")
+        self.assertEqual(readers[-1], ["DirectShow Audio Reader"])
+        decoders = [r[1] for r in records if r[0] == "decoder"]
+        self.assertEqual((decoders[0], decoders[-1]), ("MPEG Audio Decoder (mpg123)", "ACM Audio Decoders"))
+        self.assertIn(["filter", "Wave 音频文件", "*.wav"],
+                      [[r[0], r[1].split("(")[0].strip(), r[2]] for r in records if r[0] == "filter"])
+
+    # info
+
+    def test_info_describes_wave_files(self):
+        for bits, channels, rate in ((16, 2, 44100), (8, 1, 8000), (24, 2, 96000)):
+            with self.subTest(bits=bits):
+                self.wave("a.wav", rate // 4, bits, channels, rate)
+                done = run("info", self.path("a.wav"))
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                facts = json.loads(done.stdout)
+                want = {"file": self.path("a.wav"), "reader": "Wave Audio Reader", "codec": "PCM|PCM Audio",
+                        "duration_ms": 250, "sample_rate": rate, "channels": channels, "bits": bits,
+                        "bitrate": rate * channels * bits, "tags": [], "tag_flags": 0, "tag_kinds": [],
+                        "audio_start": 0, "audio_end": os.path.getsize(self.path("a.wav"))}
+                self.assertEqual(facts, want)
+
+    def test_info_goes_on_after_a_failure(self):
+        self.wave("a.wav")
+        self.wave("b.wav")
+        self.text("empty.wav", b"")
+        self.text("text.txt", b"hello")
+        self.text("text.mp3", b"hello")
+        os.mkdir(self.path("folder.wav"))
+        names = ["a.wav", "missing.wav", "empty.wav", "text.txt", "text.mp3", "folder.wav", "b.wav"]
+        done = run("info", *[self.path(name) for name in names])
+        self.assertEqual(done.returncode, 1)
+        found = [json.loads(line)["file"] for line in done.stdout.decode("utf-8").splitlines()]
+        self.assertEqual(found, [self.path("a.wav"), self.path("b.wav")])
+        self.assertEqual(len(done.errors), 5, done.stderr)
+        for line, (name, word) in zip(done.errors, [("missing.wav", "no such file"), ("empty.wav", "refused"),
+                                                    ("text.txt", "no reader"), ("text.mp3", "refused"),
+                                                    ("folder.wav", "folder")]):
+            self.assertIn(name, line)
+            self.assertIn(word, line)
+
+    def test_info_writes_json_whatever_a_tag_holds(self):
+        data = bytearray(self.mpeg_frames())
+        field = lambda value, size: value.ljust(size, b"\0")
+        data += b"TAG" + field("音乐\\\"".encode("gbk"), 30) + field(b"\x01\x1f\t\xff\x80", 30) + field(b"", 30)
+        data += b"2001" + field(b"ok", 28) + b"\0\x07" + b"\x11"
+        self.text("a.mp3", bytes(data))
+        done = run("info", self.path("a.mp3"))
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        facts = json.loads(done.stdout.decode("utf-8", "strict"))
+        tags = {tag["name"]: tag["value"] for tag in facts["tags"]}
+        self.assertEqual((tags["Title"], tags["Date"], tags["Tracknumber"]), ("音乐\\\"", "2001", "7"))
+        self.assertTrue(tags["Artist"].startswith("\x01\x1f\t"))
+        self.assertEqual((facts["reader"], facts["tag_kinds"], facts["audio_end"]),
+                         ("MPEG Audio Reader", ["ID3v1"], len(data) - 128))
+
+    @staticmethod
+    def mpeg_frames(count=40):
+        """Silent MPEG-1 layer 3 frames, 128 kbit/s, 44100 Hz, stereo: a header and no main data."""
+        return (b"\xff\xfb\x90\x00" + bytes(413)) * count
+
+    # decode
+
+    def test_decode_keeps_16_bit_samples(self):
+        data = self.wave("a.wav")
+        params, out = self.decode("a.wav")
+        self.assertEqual((params.nchannels, params.sampwidth, params.framerate), (2, 2, 44100))
+        self.assertEqual(out, data)
+        self.assert_only("a.wav", "out.wav")
+
+    def test_decode_keeps_8_and_24_bit_samples(self):
+        for bits in (8, 24):
+            with self.subTest(bits=bits):
+                data = self.wave("a.wav", bits=bits)
+                self.assertEqual(self.decode("a.wav")[1], data)
+
+    def test_decode_changes_the_width(self):
+        samples = ints(self.wave("a.wav", channels=1), 16)
+        for bits in (8, 24, 32):
+            with self.subTest(bits=bits):
+                params, out = self.decode("a.wav", "--bits", str(bits))
+                self.assertEqual((params.sampwidth, params.nframes), (bits // 8, 10000))
+                if bits == 8:
+                    # To the nearest, within the range.
+                    for before, after in zip(samples, ints(out, 8)):
+                        self.assertLessEqual(abs(max(-128, min(127, before / 256)) - after), 0.5)
+                else:
+                    self.assertEqual(ints(out, bits), [s << (bits - 16) for s in samples])
+
+    def test_dither_stays_near_the_samples_and_differs_by_kind(self):
+        samples = ints(self.wave("a.wav", channels=1, bits=24), 24)
+        results = {}
+        for kind in range(5):
+            params, out = self.decode("a.wav", "--bits", "16", "--dither", str(kind))
+            self.assertEqual(params.nframes, 10000)
+            # Noise shaping moves the error out of the ear's way at the price of more of it.
+            limit = (0.5, 1.0, 2.0, 40.0, 40.0)[kind]
+            errors = [abs(max(-32768, min(32767, s / 256)) - o) for s, o in zip(samples, ints(out, 16))]
+            self.assertLessEqual(max(errors), limit + 0.001, kind)
+            results[kind] = out
+        self.assertEqual(len(set(results.values())), 5)
+
+    def test_start_and_length_count_frames_exactly(self):
+        data = self.wave("a.wav", frames=120000)
+        for start, length in ((0, 100), (9, 1), (1, 1500), (1000, 250), (1999, 333), (2700, None), (0, 9000), (7, 0)):
+            with self.subTest(start=start, length=length):
+                options = ["--start", str(start)] + (["--length", str(length)] if length is not None else [])
+                first = start * 44100 // 1000
+                end = 120000 if length is None else min(120000, (start + length) * 44100 // 1000)
+                self.assertEqual(self.decode("a.wav", *options)[1], data[first * 4:end * 4])
+
+    def test_start_past_the_end_is_refused(self):
+        self.wave("a.wav")
+        done = run("decode", self.path("a.wav"), self.path("out.wav"), "--start", "5000")
+        self.assert_fails(done, 1, "a.wav", "5000")
+        self.assert_only("a.wav")
+
+    def test_decode_to_standard_output(self):
+        data = self.wave("a.wav")
+        done = run("decode", self.path("a.wav"), "-")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(done.stdout[:4] + done.stdout[8:16], b"RIFFWAVEfmt ")
+        self.assertEqual(struct.unpack("<HHIIHH", done.stdout[20:36]), (1, 2, 44100, 176400, 4, 16))
+        self.assertEqual(done.stdout[44:], data)
+        # And what a pipe delivers can be read again.
+        self.text("pipe.wav", done.stdout)
+        self.assertEqual(self.decode("pipe.wav")[1], data)
+
+    def test_decode_of_mpeg_agrees_with_itself_in_parts(self):
+        self.text("a.mp3", self.mpeg_frames())
+        params, whole = self.decode("a.mp3")
+        self.assertEqual((params.nchannels, params.sampwidth, params.framerate), (2, 2, 44100))
+        self.assertEqual(len(whole) // 4, 40 * 1152)
+        self.assertEqual(set(whole), {0})
+        if not shutil.which("lame"):
+            return
+        source = array.array("h", [int(12000 * ((i // 50) % 2 * 2 - 1) * (i % 44100) / 44100)
+                                   for i in range(100000) for _ in (0, 1)])
+        write_wave(self.path("b.wav"), source.tobytes())
+        subprocess.run(["lame", "--quiet", "-b", "192", self.path("b.wav"), self.path("b.mp3")], check=True)
+        params, whole = self.decode("b.mp3")
+        # The encoder's delay and padding are in the file's header and must be gone.
+        self.assertEqual(params.nframes, 100000)
+        error = sum(abs(a - b) for a, b in zip(ints(whole, 16), source)) / len(source)
+        self.assertLess(error, 600)
+        for start, length in ((0, 500), (500, 700), (1200, 5000)):
+            part = self.decode("b.mp3", "--start", str(start), "--length", str(length))[1]
+            first, end = start * 44100 // 1000, (start + length) * 44100 // 1000
+            self.assertEqual(part, whole[first * 4:end * 4])
+
+    def test_decode_replaces_its_own_input(self):
+        data = self.wave("a.wav")
+        self.assertEqual(self.decode("a.wav", "--start", "100", out="a.wav")[1], data[4410 * 4:])
+        self.assert_only("a.wav")
+
+    def test_a_failed_decode_leaves_the_old_file(self):
+        self.text("old.wav", b"old")
+        self.text("bad.wav", b"RIFF\0\0\0\0WAVEjunk")
+        self.assert_fails(run("decode", self.path("bad.wav"), self.path("old.wav")), 1, "bad.wav", "refused")
+        self.assert_fails(run("decode", self.path("none.wav"), self.path("new.wav")), 1, "none.wav", "no such file")
+        self.assert_only("old.wav", "bad.wav")
+        with open(self.path("old.wav"), "rb") as old:
+            self.assertEqual(old.read(), b"old")
+
+    def test_decode_refuses_places_that_cannot_be_written(self):
+        self.wave("a.wav")
+        os.mkdir(self.path("folder"))
+        self.assert_fails(run("decode", self.path("a.wav"), self.path("folder")), 1, "folder")
+        self.assert_fails(run("decode", self.path("a.wav"), self.path("none/out.wav")), 1, "none/out.wav")
+        self.assert_only("a.wav", "folder")
+
+    # Names
+
+    def test_names_in_gbk(self):
+        # The last has a backslash as the second byte of its last character in GBK.
+        for name in ("音乐 测试.wav", "€1.wav", "歌誠.wav"):
+            with self.subTest(name=name):
+                data = self.wave(name, frames=1000)
+                done = run("info", self.path(name))
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                self.assertEqual(json.loads(done.stdout)["file"], self.path(name))
+                self.assertEqual(self.decode(name, out="输出 " + name)[1], data)
+
+    def test_a_name_outside_gbk_is_refused_by_name(self):
+        self.wave("a.wav")
+        for name in ("♪🎵.wav", "한국.wav"):
+            self.assert_fails(run("info", self.path(name)), 1, name, "936")
+            self.assert_fails(run("decode", self.path("a.wav"), self.path(name)), 1, name, "936")
+        self.assert_only("a.wav")
+
+    # xml
+
+    def test_xml_prints_what_it_parsed(self):
+        source = '<?xml version="1.0" encoding="GB2312"?>\n<设置 a="1&lt;2" b="音"><!--c--><x/><y>你好&amp;</y></设置>'
+        path = self.text("a.xml", source.encode("gbk").replace("设置".encode("gbk"), b"root"))
+        done = run("xml", path, "--compact")
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        self.assertIn('<root a="1&lt;2" b="音">', done.stdout.decode("utf-8"))
+        self.assertIn("<y>你好&amp;</y></root>", done.stdout.decode("utf-8"))
+        self.assertNotIn(b"\n", done.stdout)
+        indented = run("xml", path).stdout
+        self.assertIn("\r\n\t<y>你好&amp;</y>".encode(), indented)
+        self.assertEqual(indented.count(b"\n"), indented.count(b"\r\n"))
+        # The printed form parses to the same document.
+        again = self.text("b.xml", indented.replace(b"GB2312", b"UTF-8"))
+        self.assertEqual(run("xml", again).stdout, indented.replace(b"GB2312", b"UTF-8"))
+
+    def test_xml_says_where_it_failed(self):
+        self.assert_fails(run("xml", self.text("a.xml", b"<a><b><c/></d></a>")), 1, "a.xml", "/a/b", "error 9")
+        self.assert_fails(run("xml", self.text("b.xml", b"hello")), 1, "b.xml", "error 13")
+        self.assert_fails(run("xml", self.path("none.xml")), 1, "none.xml", "no such file", "error 2")
+        self.assert_fails(run("xml", self.folder), 1, "folder")
+
+    @unittest.skipUnless(os.path.exists("/dev/full"), "no device that is always full")
+    def test_lost_output_is_an_error(self):
+        path = self.text("a.xml", b"<a/>")
+        self.wave("a.wav")
+        for line in (["xml", path], ["info", self.path("a.wav")], ["decode", self.path("a.wav"), "-"]):
+            with self.subTest(line=line), open("/dev/full", "wb") as full:
+                done = subprocess.run(PROGRAM + line, stdin=subprocess.DEVNULL, stdout=full, stderr=subprocess.PIPE,
+                                      timeout=60, check=False)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(b"standard output", done.stderr)
+
+
+if __name__ == "__main__":
+    PROGRAM = sys.argv[1:]
+    if not PROGRAM:
+        sys.exit(__doc__)
+    unittest.main(argv=sys.argv[:1], verbosity=1)
