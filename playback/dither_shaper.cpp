@@ -2,6 +2,10 @@
 //
 // Two channels are shaped at a time, as doubles in one SSE register. The errors of a chunk are laid one after
 // the other behind those of the chunk before, so nothing is ever shifted.
+//
+// The error fed back is the output less the input, the sign that the published coefficients are made for: -1
+// alone gives the high pass 1 - z^-1, and the 44100 Hz set takes 22 dB off the rounding noise at 3.5 kHz. The
+// other sign would add 6 dB there.
 #include "playback/dither_shaper.h"
 
 #include <emmintrin.h>
@@ -195,7 +199,7 @@ void DitherShaper::Shape(const float* in, int32_t* out, uint32_t frames, uint32_
         x = _mm_add_pd(_mm_add_pd(x, other), term);
     }
     const __m128d rounded = _mm_sub_pd(_mm_add_pd(x, rounder), rounder);
-    if constexpr (kLength > 0) _mm_store_pd(errors + kHistory + 2 * n, _mm_sub_pd(x, rounded));
+    if constexpr (kLength > 0) _mm_store_pd(errors + kHistory + 2 * n, _mm_sub_pd(rounded, x));
     const __m128i integers = _mm_cvttpd_epi32(_mm_max_pd(_mm_min_pd(rounded, highest), lowest));
     if constexpr (kPair)
       _mm_storel_epi64(reinterpret_cast<__m128i*>(out), integers);
