@@ -23,7 +23,7 @@
 #include "sound/builtin_entries.h"
 #include "sound/fault_guard.h"
 #include "sound/held_samples.h"
-#include "sound/mpeg_header.h"
+#include "sound/mpeg_resync.h"
 #include "sound/text_out.h"
 
 namespace melorin {
@@ -33,6 +33,7 @@ namespace {
 constexpr uint32_t kSmallestPacket = 4096;
 constexpr uint32_t kLargestBlockFrames = 2304;
 constexpr uint16_t kOutputBits = 32;
+constexpr uint32_t kHighestRate = 48000;
 /// Fed at once; libmpg123's own buffers have this size and are kept in a pool.
 constexpr size_t kFeedBytes = 4096;
 constexpr long kFeedPool = 8;
@@ -40,37 +41,12 @@ constexpr long kFeedPool = 8;
 constexpr int kMostErrors = 16;
 /// Delay of the decoder itself, which the stated padding makes up for.
 constexpr int64_t kDecoderDelay = 529;
-/// A layer 3 frame reaches back so far for its data (a 9-bit count).
-constexpr uint32_t kReservoirBytes = 511;
-constexpr uint32_t kMostMutedFrames = 12;
 constexpr uint32_t kFadeInFrames = 128;
 
 struct HandleDeleter {
   void operator()(mpg123_handle* handle) const { mpg123_delete(handle); }
 };
 using Handle = std::unique_ptr<mpg123_handle, HandleDeleter>;
-
-/// Whether decoding may begin at these bytes: a frame's header, and no data from before it.
-bool BeginsCleanly(std::span<const uint8_t> bytes) {
-  if (bytes.size() < 8) return false;
-  const auto header = DecodeMpegHeader(bytes.data());
-  if (!header) return false;
-  if (header->layer != 3) return true;
-  const uint8_t* side = bytes.data() + 4 + (header->no_checksum ? 0 : 2);
-  const bool first_version = header->version == MpegVersion::k1;
-  return side[0] == 0 && (!first_version || (side[1] & 0x80) == 0);
-}
-
-/// Frames that cannot be decoded rightly when decoding begins in the middle of a stream.
-uint32_t FramesToMute(const mpg123_frameinfo& info) {
-  if (info.layer != 3) return 1;
-  const bool mono = info.mode == MPG123_M_MONO;
-  const int side = info.version == MPG123_1_0 ? (mono ? 17 : 32) : (mono ? 9 : 17);
-  const int data = std::max(info.framesize - 4 - side, 1);
-  const uint32_t reach = info.version == MPG123_1_0 ? kReservoirBytes : kReservoirBytes / 2;
-  const uint32_t borrowed = (reach + static_cast<uint32_t>(data) - 1) / static_cast<uint32_t>(data);
-  return std::min(borrowed + 1, kMostMutedFrames);
-}
 
 class Mpg123Decoder final : public ComObject<SoundDecoder> {
  public:
@@ -89,7 +65,8 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     if (!in || !out) return E_POINTER;
     if (in->wFormatTag != WAVE_FORMAT_MPEGLAYER3 && in->wFormatTag != WAVE_FORMAT_MPEG) return E_INVALIDARG;
     if (out->wFormatTag != WAVE_FORMAT_PCM && out->wFormatTag != WAVE_FORMAT_IEEE_FLOAT) return E_INVALIDARG;
-    if (in->nChannels != 1 && in->nChannels != 2) return E_INVALIDARG;
+    if ((in->nChannels != 1 && in->nChannels != 2) || in->nSamplesPerSec == 0) return E_INVALIDARG;
+    if (in->nSamplesPerSec > kHighestRate) return E_INVALIDARG;
     WAVEFORMATEX format{};
     format.wFormatTag = out->wFormatTag;
     format.nChannels = in->nChannels;
@@ -272,7 +249,11 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
   bool Feed() {
     const size_t count = std::min(kFeedBytes, store_end_ - store_begin_);
     const uint8_t* bytes = store_.get() + store_begin_;
-    if (nothing_fed_ && BeginsCleanly({bytes, count})) in_midst_ = false;
+    if (nothing_fed_ && in_midst_) {
+      const std::span<const uint8_t> at_hand(bytes, store_end_ - store_begin_);
+      if (BeginsCleanly(at_hand)) in_midst_ = false;
+      undecodable_frames_ = FramesToMute(at_hand);
+    }
     nothing_fed_ = false;
     store_begin_ += count;
     return mpg123_feed(handle_.get(), bytes, count) == MPG123_OK;
@@ -318,7 +299,7 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     mpg123_frameinfo info{};
     if (mpg123_info(handle_.get(), &info) != MPG123_OK) return;
     const uint32_t spf = info.layer == 1 ? 384 : info.layer == 3 && info.version != MPG123_1_0 ? 576 : 1152;
-    muted_frames_ = FramesToMute(info) * spf;
+    muted_frames_ = undecodable_frames_ * spf;
     fade_position_ = 0;
   }
 
@@ -357,7 +338,8 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
   bool in_midst_ = false;
   bool nothing_fed_ = true;
   bool nothing_made_ = true;
-  uint32_t muted_frames_ = 0;  ///< Sample frames still to be replaced by silence.
+  uint32_t undecodable_frames_ = 0;  ///< MPEG frames, of the bytes that came first after a seek.
+  uint32_t muted_frames_ = 0;        ///< Sample frames still to be replaced by silence.
   uint32_t fade_position_ = kFadeInFrames;
   size_t padding_frames_ = 0;  ///< Sample frames at the end of the file that are no music.
   HeldSamples held_;
