@@ -46,7 +46,7 @@ constexpr Exception kExceptions[] = {
     {"deadbeef__tone1sec_id3v1.mp3", 367, kMonoXing},
     {"deadbeef__vbr_rhytm_30sec_lamehdr.mp3", 9560, kMonoXing},
     {"fuzzcorp__vbr-head.mp3", 279, kMonoXing},
-    {"mutagen__audacious-trailing-id32-apev2.mp3", 363, kMonoXing},
+    {"mutagen__audacious-trailing-id32-apev2.mp3", 319, kMonoXing},
     {"taglib__mpeg2.mp3", 2048, kMonoXing},
     {"tinytag__synced_lyrics_milliseconds.mp3", 58, kMonoXing},
     {"tinytag__vbr44.mp3", 2288, kMonoXing},
