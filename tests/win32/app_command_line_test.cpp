@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+//
+// What the player understands of its command line, and that a command line survives the way to another
+// instance.
+#include <gtest/gtest.h>
+
+#include "app/command_line.h"
+#include "app/event_log.h"
+#include "app/player_text.h"
+
+namespace melorin {
+namespace {
+
+using Arguments = std::vector<std::u16string>;
+
+TEST(AppCommandLine, JoinedArgumentsSplitIntoTheSame) {
+  const Arguments cases[] = {
+      {u"a.mp3"},
+      {u"D:\\音乐\\一 首.mp3", u"/volume=30"},
+      {u"ends with\\", u"next"},
+      {u"quote\"inside", u"back\\\"slash", u"two\\\\", u"two spaced\\\\"},
+      {u"", u"after an empty one"},
+      {},
+  };
+  for (const Arguments& arguments : cases) {
+    const std::u16string line = JoinArguments(arguments);
+    SCOPED_TRACE(std::string(line.begin(), line.end()));
+    EXPECT_EQ(SplitCommandLine(line, false), arguments);
+  }
+}
+
+TEST(AppCommandLine, TheProgramsNameIsLeftOut) {
+  EXPECT_EQ(SplitCommandLine(u"\"C:\\Program Files\\melorin.exe\" x y", true), (Arguments{u"x", u"y"}));
+}
+
+TEST(AppCommandLine, TellsSwitchesFromPaths) {
+  const CommandLine line =
+      ParseArguments({u"/ADD", u"-volume=30", u"/Seek=1500", u"/device=WaveOut", u"/home/a.mp3", u"C:\\b.mp3",
+                      u"/x.mp3", u"/log=C:\\日志.txt", u"/autoclose"});
+  EXPECT_TRUE(line.add);
+  EXPECT_TRUE(line.auto_close);
+  EXPECT_FALSE(line.exit);
+  EXPECT_EQ(line.volume, 30);
+  EXPECT_EQ(line.seek_ms, 1500u);
+  EXPECT_EQ(line.device, CommandLine::Device::kWaveOut);
+  EXPECT_EQ(line.log_path, u"C:\\日志.txt");
+  EXPECT_EQ(line.paths, (Arguments{u"/home/a.mp3", u"C:\\b.mp3", u"/x.mp3"}));
+  EXPECT_TRUE(line.problems.empty());
+}
+
+TEST(AppCommandLine, BadSwitchesAreNamedAndTheRestIsCarriedOut) {
+  for (const char16_t* bad : {u"/volume=101", u"/volume=", u"/volume=-1", u"/seek=4294967296", u"/seek=1x",
+                              u"/device=tape", u"/log=", u"/nonsense", u"/nonsense=1"}) {
+    const CommandLine line = ParseArguments({bad, u"a.mp3"});
+    ASSERT_EQ(line.problems.size(), 1u);
+    EXPECT_NE(line.problems[0].find(bad), std::u16string::npos);
+    EXPECT_EQ(line.paths, Arguments{u"a.mp3"});
+  }
+}
+
+TEST(AppCommandLine, OnlyPathsAreMadeAbsolute) {
+  const Arguments full = FullArguments({u"a.mp3", u"/pause", u"/seek=5"});
+  ASSERT_EQ(full.size(), 3u);
+  EXPECT_GT(full[0].size(), 5u);
+  EXPECT_TRUE(full[0].ends_with(u"\\a.mp3"));
+  EXPECT_EQ(full[1], u"/pause");
+  EXPECT_EQ(full[2], u"/seek=5");
+}
+
+TEST(AppText, TimesAndPositionsStayWithinTheTrack) {
+  EXPECT_EQ(FormatTime(59999), u"0:59");
+  EXPECT_EQ(FormatTime(3723000), u"1:02:03");
+  EXPECT_EQ(StepPosition(300, -1000, 20000), 0u);
+  EXPECT_EQ(StepPosition(19500, 1000, 20000), 19999u);
+  EXPECT_EQ(StepPosition(0, 5000, 0), 0u);
+  EXPECT_EQ(PositionAt(150, 100, 100, 20000), 10000u);
+  EXPECT_EQ(PositionAt(500, 100, 100, 20000), 19999u);
+  EXPECT_EQ(PositionAt(0, 100, 0, 20000), 0u);
+  EXPECT_EQ(PositionAt(4000, 0, 4000, 0xFFFFFFFF), 0xFFFFFFFEu);
+}
+
+TEST(AppLog, TextIsValidJson) {
+  EXPECT_EQ(JsonText(u"a\"b\\c\n晨"), "\"a\\\"b\\\\c\\u000a\xE6\x99\xA8\"");
+}
+
+}  // namespace
+}  // namespace melorin

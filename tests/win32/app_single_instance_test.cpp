@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+//
+// The hand-over between instances: several senders, a first instance that dies, a mapping that lies.
+// Instances are threads here, since the mutexes belong to threads.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "app/single_instance.h"
+
+namespace melorin {
+namespace {
+
+using Role = SingleInstance::Role;
+
+std::u16string UniqueName() {
+  static int number = 0;
+  const std::string name =
+      "MelorinTest" + std::to_string(GetCurrentProcessId()) + "." + std::to_string(++number);
+  return std::u16string(name.begin(), name.end());
+}
+
+TEST(AppSingleInstance, EverySenderIsHeardOnce) {
+  const std::u16string name = UniqueName();
+  SingleInstance first(name);
+  ASSERT_EQ(first.Enter(u""), Role::kFirst);
+  std::mutex lock;
+  std::multiset<std::u16string> heard;
+  ASSERT_TRUE(first.Listen([&](std::u16string text) {
+    const std::lock_guard hold(lock);
+    heard.insert(std::move(text));
+    return true;
+  }));
+  std::multiset<std::u16string> sent;
+  std::atomic<int> handed_over{0};
+  std::vector<std::thread> senders;
+  for (char16_t c = u'a'; c < u'i'; ++c) {
+    const std::u16string text(1000u * (c - u'a'), c);
+    sent.insert(text);
+    senders.emplace_back([&, text] {
+      SingleInstance second(name);
+      if (second.Enter(text) == Role::kHandedOver) ++handed_over;
+    });
+  }
+  for (std::thread& sender : senders)
+    sender.join();
+  first.StopListening();
+  EXPECT_EQ(handed_over, 8);
+  EXPECT_EQ(heard, sent);
+}
+
+TEST(AppSingleInstance, ADeadFirstInstanceIsReplaced) {
+  const std::u16string name = UniqueName();
+  // Kept alive beyond its thread: the mutex is then abandoned, as after a crash.
+  SingleInstance dead(name);
+  std::thread([&] { ASSERT_EQ(dead.Enter(u""), Role::kFirst); }).join();
+  SingleInstance next(name);
+  EXPECT_EQ(next.Enter(u"x"), Role::kFirst);
+}
+
+TEST(AppSingleInstance, AFirstInstanceThatEndsWhileAskedIsReplaced) {
+  const std::u16string name = UniqueName();
+  std::thread sender;
+  std::atomic<Role> role{Role::kNotTaken};
+  {
+    SingleInstance first(name);
+    ASSERT_EQ(first.Enter(u""), Role::kFirst);
+    std::atomic<bool> asked{false};
+    ASSERT_TRUE(first.Listen([&](std::u16string) {
+      asked = true;
+      return false;
+    }));
+    sender = std::thread([&] {
+      SingleInstance second(name);
+      role = second.Enter(u"x");
+    });
+    while (!asked)
+      Sleep(1);
+  }
+  sender.join();
+  EXPECT_EQ(role, Role::kFirst);
+}
+
+TEST(AppSingleInstance, ASilentFirstInstanceIsNotWaitedForLongerThanAsked) {
+  const std::u16string name = UniqueName();
+  SingleInstance first(name);
+  ASSERT_EQ(first.Enter(u""), Role::kFirst);
+  std::thread([&] {
+    SingleInstance second(name);
+    const DWORD start = GetTickCount();
+    EXPECT_EQ(second.Enter(u"x", 200), Role::kNotTaken);
+    EXPECT_LT(GetTickCount() - start, 2000u);
+    SingleInstance third(name);
+    EXPECT_EQ(third.Enter(std::u16string(InstanceBlock::kCapacity + 1, u'x')), Role::kNotTaken);
+  }).join();
+}
+
+TEST(AppSingleInstance, LengthsInTheMappingAreNotTrusted) {
+  auto block = std::make_unique<InstanceBlock>();
+  block->length = 0xFFFFFFFF;
+  std::fill(std::begin(block->text), std::end(block->text), u'x');
+  EXPECT_EQ(ReadHandedOver(*block).size(), InstanceBlock::kCapacity);
+  block->text[3] = u'\0';
+  EXPECT_EQ(ReadHandedOver(*block), u"xxx");
+}
+
+}  // namespace
+}  // namespace melorin
