@@ -15,6 +15,8 @@
 #include <cstring>
 #include <new>
 #include <numbers>
+#include <type_traits>
+#include <utility>
 
 #include "playback/sample_convert.h"
 
@@ -147,6 +149,30 @@ void DitherShaper::ConvertChunk(uint8_t* in, uint8_t* out, uint32_t samples) {
   counter_ = (counter_ + samples) % kNoiseEntries;
 }
 
+namespace {
+
+// Adds the past errors' share, oldest error first, so that only the last product waits for the frame before.
+// Two sums halve the chain. Spelt out by the pack: a loop of 20 is not unrolled by every compiler, which
+// doubles its time.
+template <uint32_t kLength, size_t... kIndex>
+inline __m128d AddPast(__m128d x, const double* past, const double* coefficients,
+                       std::index_sequence<kIndex...>) {
+  [[maybe_unused]] __m128d other = _mm_setzero_pd();
+  [[maybe_unused]] const auto add = [&]<size_t k>(std::integral_constant<size_t, k>) {
+    const __m128d term = _mm_mul_pd(_mm_load_pd(past + 2 * k), _mm_load_pd(coefficients + 2 * k));
+    if constexpr (k + 1 == kLength)
+      x = _mm_add_pd(_mm_add_pd(x, other), term);
+    else if constexpr (k % 2 == 0)
+      other = _mm_add_pd(other, term);
+    else
+      x = _mm_add_pd(x, term);
+  };
+  (add(std::integral_constant<size_t, kIndex>{}), ...);
+  return x;
+}
+
+}  // namespace
+
 template <uint32_t kLength>
 void DitherShaper::ShapeAll(const float* in, int32_t* out, uint32_t frames) {
   uint32_t channel = 0;
@@ -183,21 +209,7 @@ void DitherShaper::Shape(const float* in, int32_t* out, uint32_t frames, uint32_
     }
     noise_at = (noise_at + stride) % kNoiseEntries;
     x = _mm_add_pd(_mm_mul_pd(_mm_cvtps_pd(sample), scale), x);
-    // Oldest error first, so that only the last product waits for the frame before. Two sums halve the chain.
-    const double* past = errors + 2 * n;
-    __m128d other = _mm_setzero_pd();
-#pragma GCC unroll 20
-    for (uint32_t k = 0; k < kLength; ++k) {
-      const __m128d term = _mm_mul_pd(_mm_load_pd(past + 2 * k), _mm_load_pd(coefficients + 2 * k));
-      if (k % 2 == 0 && k + 1 < kLength)
-        other = _mm_add_pd(other, term);
-      else if (k + 2 < kLength)
-        x = _mm_add_pd(x, term);
-      else if (k + 1 < kLength)
-        x = _mm_add_pd(x, term);
-      else
-        x = _mm_add_pd(_mm_add_pd(x, other), term);
-    }
+    x = AddPast<kLength>(x, errors + 2 * n, coefficients, std::make_index_sequence<kLength>{});
     const __m128d rounded = _mm_sub_pd(_mm_add_pd(x, rounder), rounder);
     if constexpr (kLength > 0) _mm_store_pd(errors + kHistory + 2 * n, _mm_sub_pd(rounded, x));
     const __m128i integers = _mm_cvttpd_epi32(_mm_max_pd(_mm_min_pd(rounded, highest), lowest));
