@@ -3,6 +3,7 @@
 
 #include "playback/device_format.h"
 #include "playback/source_chain.h"
+#include "playback/watched_device.h"
 
 namespace melorin {
 
@@ -24,6 +25,8 @@ HRESULT OpenForChain(std::unique_ptr<PlaybackChain> chain, const PlaybackSetting
   ComPtr<OutputDevice> device;
   HRESULT result = OpenDevice(*factory, settings, format, plan, device.Receive());
   if (FAILED(result)) return result;
+  device = WatchDevice(std::move(device), format, clock);
+  if (!device) return E_OUTOFMEMORY;
   *out = PlaybackStream::Create(std::move(chain), std::move(device), format, settings.dither, clock, &result);
   return result;
 }

@@ -22,9 +22,9 @@ namespace melorin {
 /// the source, of the device (see OpenDevice) or of the stream. Source and device are tried once each, so a
 /// machine without a sound card answers at once.
 ///
-/// A device that disappears while playing: DirectSound is restored and goes on where it can; otherwise its
-/// writes fail, the stream keeps its state, and Stop and Release work as ever.
-/// Thread: the UI thread. The library and the clock must outlive the stream.
+/// A device that disappears while playing is replaced by silence that keeps time (see WatchDevice): the track
+/// runs to its end, and the next one opens a device anew. Thread: the UI thread. The library and the clock
+/// must outlive the stream.
 HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, const PlaybackSettings& settings,
                      void* window, Clock& clock, ComPtr<PlaybackStream>* out,
                      DeviceFactory* factory = nullptr);

@@ -13,6 +13,7 @@
 #include "platform/clock.h"
 #include "platform/com_ptr.h"
 #include "playback/open_device.h"
+#include "playback/watched_device.h"
 
 namespace melorin {
 namespace {
@@ -41,6 +42,7 @@ class Devices : public testing::TestWithParam<DeviceKind> {
       EXPECT_EQ(device_.get(), nullptr);
       GTEST_SKIP() << "no device here";
     }
+    device_ = WatchDevice(std::move(device_), format_, SystemClock());
   }
 
   uint32_t Position(OutputDevice& device) {
