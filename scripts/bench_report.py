@@ -22,7 +22,7 @@ def first_line(*command):
 
 
 def version_of(package):
-    return first_line("dpkg-query", "-W", "-f", "${Package} ${Version}", package)
+    return first_line("dpkg-query", "-W", "-f", "${Package} ${Version}\n", package)
 
 
 def show_time(seconds):
