@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft; with `bench` also
 # what the benchmarks compare with (Google Benchmark, pugixml, tinyxml2, TagLib).
-# The result lies in the cache and is built again only when this script or a source version changes.
+# The results lie in the cache and are built again only when their recipe here or the toolchain changes.
 
 . "$(dirname "$0")/lib.sh"
 
-prefix=$MELORIN_CACHE/deps/windows
-work=$MELORIN_CACHE/deps/src
+deps=$MELORIN_CACHE/deps
+work=$deps/src
 toolchain=$MELORIN_ROOT/cmake/toolchain-windows.cmake
-want=$(sha256sum "$0" "$toolchain" | sha256sum | cut -c1-16)
+flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
 cc=$MELORIN_TRIPLE-gcc-posix
 cxx=$MELORIN_TRIPLE-g++-posix
 ar=$MELORIN_TRIPLE-gcc-ar-posix
@@ -44,33 +44,43 @@ cross_cmake() {
     && cmake --build "$build" --target install >>"$build.log" 2>&1 || { tail -30 "$build.log" >&2; return 1; }
 }
 
-prepare() {
+# recipe FUNCTION: what the result of that function depends on, as a short text.
+recipe() {
+  { declare -f fetch cross_cmake "$1"; cat "$toolchain"; } | sha256sum | cut -c1-16
+}
+
+# once NAME FUNCTION: runs the function, which fills $prefix, unless $deps/NAME was made by the same recipe; puts
+# the result in place in one step.
+once() {
+  local target=$deps/$1 want
+  want=$(recipe "$2")
+  [ "$(cat "$target/stamp" 2>/dev/null)" != "$want" ] || return 0
   mapfile -t apt < <(main_archive_options)
   as_root apt-get "${apt[@]}" update -q >/dev/null
+  prefix=$target.new
+  rm -rf "$prefix"
   mkdir -p "$work" "$prefix/include" "$prefix/lib"
+  "$2"
+  echo "$want" > "$prefix/stamp"
+  rm -rf "$target"
+  mv "$prefix" "$target"
 }
 
 build_core() {
   say "building libmpg123 and kissfft for the target"
-  rm -rf "$prefix"
-  prepare
   fetch mpg123
   cross_cmake "$work/mpg123/ports/cmake" "$work/mpg123-build" \
     -DBUILD_PROGRAMS=OFF -DBUILD_LIBOUT123=OFF -DPORTABLE_API=ON
   fetch kissfft
-  local flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
   $cc $flags -I "$work/kissfft" -c "$work/kissfft/kiss_fft.c" -o "$work/kiss_fft.o"
   $cc $flags -I "$work/kissfft" -c "$work/kissfft/kiss_fftr.c" -o "$work/kiss_fftr.o"
   rm -f "$prefix/lib/libkissfft.a"
   $ar rcs "$prefix/lib/libkissfft.a" "$work/kiss_fft.o" "$work/kiss_fftr.o"
   cp "$work/kissfft/kiss_fft.h" "$work/kissfft/kiss_fftr.h" "$work/kissfft/kiss_fft_log.h" "$prefix/include/"
-  echo "$want" > "$prefix/stamp"
 }
 
 build_bench() {
   say "building the benchmarks' peers for the target"
-  prepare
-  local flags="-O2 -msse2 -mfpmath=sse -mstackrealign"
   fetch benchmark
   cross_cmake "$work/benchmark" "$work/benchmark-build" -DBENCHMARK_ENABLE_TESTING=OFF \
     -DBENCHMARK_ENABLE_WERROR=OFF -DGIT_VERSION=0.0.0
@@ -82,15 +92,17 @@ build_bench() {
   $cxx $flags -c "$work/tinyxml2/tinyxml2.cpp" -o "$work/tinyxml2.o"
   $ar rcs "$prefix/lib/libtinyxml2.a" "$work/tinyxml2.o"
   cp "$work/tinyxml2/tinyxml2.h" "$prefix/include/"
+  # Debian's TagLib takes this header library from its own package; a copy, so that nothing else of the host's
+  # headers is seen.
+  mkdir -p "$work/utfcpp"
+  cp -r /usr/include/utf8cpp/. "$work/utfcpp/"
   fetch taglib
-  cross_cmake "$work/taglib" "$work/taglib-build" -DBUILD_TESTING=OFF
-  echo "$want" > "$prefix/stamp-bench"
+  cross_cmake "$work/taglib" "$work/taglib-build" -DBUILD_TESTING=OFF \
+    -DCMAKE_CXX_FLAGS="$flags -I$work/utfcpp"
 }
 
 mkdir -p "$MELORIN_CACHE"
 exec 9> "$MELORIN_CACHE/deps.lock"
 flock 9
-[ "$(cat "$prefix/stamp" 2>/dev/null)" = "$want" ] || build_core
-if [ "${1:-}" = bench ] && [ "$(cat "$prefix/stamp-bench" 2>/dev/null)" != "$want" ]; then
-  build_bench
-fi
+once windows build_core
+[ "${1:-}" != bench ] || once windows-bench build_bench

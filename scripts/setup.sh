@@ -17,7 +17,9 @@ native_packages=(
   fonts-wqy-zenhei pulseaudio pulseaudio-utils wine
 )
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
-bench_packages=(ffmpeg libbenchmark-dev libpugixml-dev libsox-fmt-mp3 libtag1-dev libtinyxml2-dev mpg123 sox)
+bench_packages=(
+  ffmpeg libbenchmark-dev libpugixml-dev libsox-fmt-mp3 libtag1-dev libtinyxml2-dev libutfcpp-dev mpg123 sox
+)
 
 wanted=("${native_packages[@]}" "${foreign_packages[@]}")
 case "${1:-}" in
