@@ -25,9 +25,9 @@ namespace melorin {
 /// Release. Cost: a seek inside what the buffer holds reads nothing; the file's size is asked for once.
 class ByteStream final : public ComObject<IStream> {
  public:
-  /// One read this long covers a frame scan's first window; the buffer is neither cleared nor, until the
-  /// first small transfer, allocated.
-  static constexpr uint32_t kBufferSize = 64 * 1024;
+  /// Reads this long or longer, such as a frame scan's first window, go straight into the caller's memory;
+  /// the buffer is neither cleared nor, until the first small transfer, allocated.
+  static constexpr uint32_t kBufferSize = 32 * 1024;
 
   /// `mode`: see CreateStreamOnFile. E_FAIL when the file cannot be opened or the path is not GBK.
   static HRESULT Open(std::u16string_view path, uint32_t mode, IStream** out);

@@ -17,7 +17,7 @@ namespace {
 constexpr size_t kSmallestWindow = 5;
 constexpr size_t kRefillBelow = 2560;
 constexpr size_t kLookAhead = 8;  ///< What must follow a frame in the window.
-constexpr uint64_t kGiveUpAt = 1048576;
+constexpr int64_t kGiveUpAt = 1048576;
 constexpr size_t kFirstTableSize = 4096;
 
 std::optional<MpegHeader> AcceptFrame(const uint8_t* data, size_t left) {
@@ -34,7 +34,7 @@ class Scanner {
       : window_(window), frames_left_(frame_count), full_scan_(full_scan) {}
 
   std::optional<MpegScan> Run() {
-    if (window_.Left() < MpegWindow::kBytes) window_.Fill();
+    if (window_.Left() < kRefillBelow) window_.Fill();
     if (window_.Left() < kSmallestWindow) return std::nullopt;
     while (window_.Left() >= kSmallestWindow) {
       if (const auto header = AcceptFrame(window_.Data(), window_.Left())) {
@@ -119,7 +119,7 @@ void MpegWindow::Fill() {
   if (exhausted_) return;
   const size_t left = Left();
   if (position_ > 0 && left > 0) std::memmove(storage_.data(), storage_.data() + position_, left);
-  offset_ += position_;
+  offset_ += static_cast<int64_t>(position_);
   position_ = 0;
   valid_ = left;
   const size_t got = refill_(storage_.subspan(left));

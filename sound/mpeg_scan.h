@@ -36,16 +36,20 @@ class MpegWindow {
   /// Puts bytes into the span and returns how many; 0 at the end of the audio or on failure.
   using Refill = std::function<size_t(std::span<uint8_t>)>;
 
-  /// `storage` is the window's memory; its first `valid` bytes are the first bytes to scan.
-  MpegWindow(std::span<uint8_t> storage, size_t valid, Refill refill)
-      : storage_(storage), valid_(valid), refill_(std::move(refill)) {}
+  /// `storage` is the window's memory; its bytes from `begin` to `end` are the first bytes to scan.
+  MpegWindow(std::span<uint8_t> storage, size_t begin, size_t end, Refill refill)
+      : storage_(storage),
+        valid_(end),
+        position_(begin),
+        offset_(-static_cast<int64_t>(begin)),
+        refill_(std::move(refill)) {}
 
   const uint8_t* Data() const { return storage_.data() + position_; }
   size_t Left() const { return valid_ - position_; }
   bool Exhausted() const { return exhausted_; }
   /// Of the window's first byte, from where the scan began.
-  uint64_t WindowOffset() const { return offset_; }
-  uint64_t Offset() const { return offset_ + position_; }
+  int64_t WindowOffset() const { return offset_; }
+  uint64_t Offset() const { return static_cast<uint64_t>(offset_ + static_cast<int64_t>(position_)); }
   void Advance(size_t bytes) { position_ += bytes; }
   /// Moves what is left to the window's front and fills it up.
   void Fill();
@@ -53,8 +57,8 @@ class MpegWindow {
  private:
   std::span<uint8_t> storage_;
   size_t valid_;
-  size_t position_ = 0;
-  uint64_t offset_ = 0;
+  size_t position_;
+  int64_t offset_;
   bool exhausted_ = false;
   Refill refill_;
 };

@@ -186,21 +186,21 @@ class MpegSource final : public FileSource {
 
   HRESULT FindAudio(HeadedSource& source, std::span<uint8_t> storage, int64_t head, const TagScan& tags,
                     bool full_scan) {
-    // What the first read brought of the audio moves to the window's front; the scan reads the rest if it
-    // must.
-    const int64_t ready = std::clamp<int64_t>(std::min(head, tags.audio_end) - tags.audio_start, 0, head);
-    if (ready > 0 && tags.audio_start > 0)
-      std::memmove(storage.data(), storage.data() + tags.audio_start, static_cast<size_t>(ready));
-    int64_t next = tags.audio_start + ready;
-    // The window's memory is what `source` serves the file's start from, so the refill goes past it.
+    // The scan begins in what the first read brought of the audio and reads on behind that if it must. The
+    // window's memory is what `source` serves the file's start from, so from here on that is read from the
+    // stream.
+    const int64_t end = std::min(head, tags.audio_end);
+    const int64_t begin = std::min(tags.audio_start, end);
+    int64_t next = tags.audio_start < end ? end : tags.audio_start;
     source.DropHead();
-    MpegWindow window(storage, static_cast<size_t>(ready), [&](std::span<uint8_t> to) -> size_t {
+    const auto refill = [&](std::span<uint8_t> to) -> size_t {
       const int64_t left = std::max<int64_t>(tags.audio_end - next, 0);
-      const size_t got = source.ReadAt(
-          next, to.first(static_cast<size_t>(std::min<int64_t>(left, static_cast<int64_t>(to.size())))));
+      const size_t count = left < static_cast<int64_t>(to.size()) ? static_cast<size_t>(left) : to.size();
+      const size_t got = source.ReadAt(next, to.first(count));
       next += static_cast<int64_t>(got);
       return got;
-    });
+    };
+    MpegWindow window(storage, static_cast<size_t>(begin), static_cast<size_t>(end), refill);
     auto scan = ScanMpegFrames(window, kFramesToScan, full_scan);
     if (!scan) return E_FAIL;
     scan_ = std::move(*scan);

@@ -54,7 +54,7 @@ TEST(MpegHeader, FrameLengthsOfTheStandards) {
 std::optional<MpegScan> Scan(const Bytes& file, bool full = false, int count = 16) {
   Bytes storage(MpegWindow::kBytes);
   size_t at = 0;
-  MpegWindow window(storage, 0, [&](std::span<uint8_t> to) {
+  MpegWindow window(storage, 0, 0, [&](std::span<uint8_t> to) {
     const size_t taken = std::min(to.size(), file.size() - at);
     std::copy_n(file.begin() + static_cast<ptrdiff_t>(at), taken, to.begin());
     at += taken;
