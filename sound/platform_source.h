@@ -23,7 +23,7 @@ struct PcmInfo {
   TagFields tags;             ///< Used when the file itself carries no tag that the player reads.
 };
 
-/// Thread: one at a time, with the component runtime initialised.
+/// Thread: one at a time, with or without an apartment of the component runtime.
 class PcmProducer {
  public:
   virtual ~PcmProducer() = default;

@@ -5,6 +5,7 @@
 
 #include <new>
 
+#include "sound/win32/component_runtime.h"
 #include "sound/win32/producers.h"
 
 namespace melorin {
@@ -21,10 +22,12 @@ HRESULT Create(std::initializer_list<MakeProducer> producers, SoundSource** out)
 }  // namespace
 
 HRESULT CreateGraphSource(SoundSource** out) {
+  if (!KeepComponentRuntime()) return E_OUTOFMEMORY;
   return Create({MakeGraphProducer}, out);
 }
 
 HRESULT CreateWindowsMediaSource(SoundSource** out) {
+  if (!KeepComponentRuntime()) return E_OUTOFMEMORY;
   return Create({MakeWindowsMediaProducer, MakeGraphProducer}, out);
 }
 
