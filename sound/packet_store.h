@@ -21,6 +21,10 @@ class PacketStore {
     uint32_t length = 0;
     const HRESULT result = packet.GetData(&data, &length);
     if (FAILED(result)) return result;
+    if (length > bytes_.max_size() - bytes_.size()) {
+      Clear();
+      return E_OUTOFMEMORY;
+    }
     try {
       bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<ptrdiff_t>(taken_));
       taken_ = 0;

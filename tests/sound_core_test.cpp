@@ -16,6 +16,7 @@
 #include "sound/reader_patterns.h"
 #include "sound/sound_buffer.h"
 #include "sound/text_out.h"
+#include "tests/sound_test_files.h"
 
 namespace melorin {
 namespace {
@@ -55,6 +56,56 @@ void ExpectIdentities(IUnknown& object, std::initializer_list<GUID> own) {
   out = &object;
   EXPECT_EQ(object.QueryInterface(WaveSubtype(0x1234), &out), E_NOINTERFACE);
   EXPECT_EQ(out, nullptr);
+}
+
+/// The operation's place in its interface, which the compilers of both builds keep in the member pointer.
+template <class Operation>
+size_t Slot(Operation operation) {
+  uintptr_t place = 0;
+  std::memcpy(&place, &operation, sizeof place);
+  return (place - 1) / sizeof(void*);
+}
+
+/// Add-ins are built against these numbers, with other compilers and long ago.
+TEST(Interfaces, KeepTheirOperationsInTheirSlots) {
+  const size_t ascending[] = {Slot(&SoundBuffer::SetLength),
+                              Slot(&SoundBuffer::GetCapacity),
+                              Slot(&SoundBuffer::GetData),
+                              Slot(&SoundSource::Open),
+                              Slot(&SoundSource::IsSeekable),
+                              Slot(&SoundSource::GetDuration),
+                              Slot(&SoundSource::GetFormat),
+                              Slot(&SoundSource::GetReadSize),
+                              Slot(&SoundSource::GetCodecName),
+                              Slot(&SoundSource::GetBitrate),
+                              Slot(&SoundSource::GetBitsPerSample),
+                              Slot(&SoundSource::Start),
+                              Slot(&SoundSource::Pause),
+                              Slot(&SoundSource::Stop),
+                              Slot(&SoundSource::Read),
+                              Slot(&SoundSource::Seek),
+                              Slot(&SoundFileSource::OpenFile),
+                              Slot(&SoundDecoder::SetFormat),
+                              Slot(&SoundDecoder::GetBufferSizes),
+                              Slot(&SoundDecoder::AcceptsInput),
+                              Slot(&SoundDecoder::HasOutput),
+                              Slot(&SoundDecoder::ProcessInput),
+                              Slot(&SoundDecoder::ProcessOutput),
+                              Slot(&SoundDecoder::Flush),
+                              Slot(&SoundReader::CreateSource),
+                              Slot(&SoundReader::GetName),
+                              Slot(&SoundReader::GetDescription),
+                              Slot(&SoundDecoderEntry::CreateDecoder),
+                              Slot(&SoundDecoderEntry::GetName),
+                              Slot(&SoundDecoderEntry::CanDecode),
+                              Slot(&SoundExtension::Reserved),
+                              Slot(&SoundExtension::Register),
+                              Slot(&SoundAddIn::GetEntry)};
+  EXPECT_EQ(std::vector<size_t>(std::begin(ascending), std::end(ascending)),
+            (std::vector<size_t>{3, 4, 5,                                          // SoundBuffer
+                                 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16,  // SoundSource and file
+                                 3, 4, 5, 6, 7, 8, 9,                              // SoundDecoder
+                                 3, 4, 5, 3, 4, 5, 3, 4,  3}));                    // the others
 }
 
 TEST(SoundBuffer, KeepsItsLengthWithinItsCapacity) {
@@ -210,6 +261,30 @@ TEST(ByteStream, BehavesLikeAnArrayOfBytes) {
     ASSERT_EQ(ReadFileBytes(path), model) << "round " << round;
   }
   DeleteFileAt(GbkFromUtf16(path));
+}
+
+TEST(StdContent, HandsOutTheTagsAndTheirExtentOrNothing) {
+  test::Bytes file(500, 0x55);
+  test::Bytes tag(128);
+  std::memcpy(tag.data(), "TAGSong", 7);
+  tag[127] = 255;
+  file.insert(file.end(), tag.begin(), tag.end());
+  const auto stream = test::StreamOf(file);
+  ComPtr<TagSet> tags;
+  uint32_t extent[2] = {7, 7};
+  EXPECT_EQ(CreateStdContent(nullptr, 0, tags.Receive(), nullptr), E_POINTER);
+  EXPECT_EQ(CreateStdContent(stream.get(), 0, nullptr, extent), E_POINTER);
+  ASSERT_EQ(CreateStdContent(stream.get(), 0, tags.Receive(), extent), S_OK);
+  EXPECT_EQ(extent[0], 0u);
+  EXPECT_EQ(extent[1], 500u);
+  TaskText title;
+  EXPECT_EQ(tags->GetValue(AsWide(u"title"), title.Receive()), S_OK);
+  EXPECT_EQ(std::u16string(title.get()), u"Song");
+  ExpectIdentities(*tags, {kIidTagSet});
+  EXPECT_EQ(tags.Detach()->Release(), 0u) << "one reference is the caller's";
+  // Only the asked kinds are looked for: to the others the tag is audio.
+  ASSERT_EQ(CreateStdContent(stream.get(), kTagApeV2, tags.Receive(), extent), S_OK);
+  EXPECT_EQ(extent[1], 628u);
 }
 
 TEST(CodecName, NamesFormats) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // "ACM Audio Decoders": whatever the platform's audio compression manager converts to 16-bit PCM. One stream
-// of the manager a decoder; blocks are converted straight from the input store into the caller's buffer.
+// of the manager a decoder; blocks are converted straight from the input store into the caller's buffer. A
+// fault inside a codec ends the call: the stream is given up as it is and a new one opened.
 #include <windows.h>
 
 #include <mmreg.h>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "platform/com_ptr.h"
+#include "sound/fault_guard.h"
 #include "sound/packet_store.h"
 #include "sound/platform_codecs.h"
 
@@ -36,7 +38,7 @@ class AcmDecoder final : public ComObject<SoundDecoder> {
 
  private:
   const WAVEFORMATEX& In() const { return *reinterpret_cast<const WAVEFORMATEX*>(in_.data()); }
-  bool OpenStream(const WAVEFORMATEX& target);
+  bool OpenStream();
   void CloseStream();
   void WantInput(bool wants) {
     wants_input_ = wants;
@@ -46,6 +48,7 @@ class AcmDecoder final : public ComObject<SoundDecoder> {
                   uint32_t* made);
 
   std::vector<uint8_t> in_;  ///< The input format with its extension.
+  WAVEFORMATEX out_{};
   HACMSTREAM stream_ = nullptr;
   PacketStore store_;
   bool wants_input_ = true;
@@ -62,11 +65,15 @@ HRESULT AcmDecoder::QueryInterface(REFIID iid, void** out) {
   return S_OK;
 }
 
-bool AcmDecoder::OpenStream(const WAVEFORMATEX& target) {
+bool AcmDecoder::OpenStream() {
   CloseStream();
-  WAVEFORMATEX to = target;
-  return acmStreamOpen(&stream_, nullptr, reinterpret_cast<WAVEFORMATEX*>(in_.data()), &to, nullptr, 0, 0,
-                       ACM_STREAMOPENF_NONREALTIME) == MMSYSERR_NOERROR;
+  WAVEFORMATEX to = out_;
+  HACMSTREAM opened = nullptr;
+  if (acmStreamOpen(&opened, nullptr, reinterpret_cast<WAVEFORMATEX*>(in_.data()), &to, nullptr, 0, 0,
+                    ACM_STREAMOPENF_NONREALTIME) != MMSYSERR_NOERROR)
+    return false;
+  stream_ = opened;
+  return true;
 }
 
 void AcmDecoder::CloseStream() {
@@ -84,18 +91,18 @@ HRESULT AcmDecoder::SetFormat(const WAVEFORMATEX* in, WAVEFORMATEX* out) {
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
-  WAVEFORMATEX target = PcmFormatLike(*in, 16);
-  if (!OpenStream(target)) {
+  out_ = PcmFormatLike(*in, 16);
+  if (!OpenStream()) {
     // Some codecs only make one format of their own choice, another rate or channel count.
-    target = {};
-    target.wFormatTag = WAVE_FORMAT_PCM;
-    if (acmFormatSuggest(nullptr, reinterpret_cast<WAVEFORMATEX*>(in_.data()), &target, sizeof target,
-                         ACM_FORMATSUGGESTF_WFORMATTAG) != MMSYSERR_NOERROR ||
-        !OpenStream(target))
+    out_ = {};
+    out_.wFormatTag = WAVE_FORMAT_PCM;
+    if (acmFormatSuggest(nullptr, reinterpret_cast<WAVEFORMATEX*>(in_.data()), &out_, sizeof out_,
+                         ACM_FORMATSUGGESTF_WFORMATTAG) != MMSYSERR_NOERROR)
       return E_INVALIDARG;
-    target.cbSize = 0;
+    out_.cbSize = 0;
+    if (!OpenStream()) return E_INVALIDARG;
   }
-  *out = target;
+  *out = out_;
   store_.Clear();
   WantInput(true);
   has_output_ = false;
@@ -132,8 +139,24 @@ HRESULT AcmDecoder::Convert(uint8_t* from, uint32_t from_bytes, uint8_t* to, uin
   header.pbDst = to;
   header.cbDstLength = to_bytes;
   if (acmStreamPrepareHeader(stream_, &header, 0) != MMSYSERR_NOERROR) return E_FAIL;
-  const DWORD flags = ACM_STREAMCONVERTF_BLOCKALIGN | (at_start_ ? ACM_STREAMCONVERTF_START : 0u);
-  const MMRESULT result = acmStreamConvert(stream_, &header, flags);
+  struct Call {
+    HACMSTREAM stream;
+    ACMSTREAMHEADER* header;
+    DWORD flags;
+    MMRESULT result;
+  } call{stream_, &header, ACM_STREAMCONVERTF_BLOCKALIGN | (at_start_ ? ACM_STREAMCONVERTF_START : 0u), 0};
+  const auto convert = [](void* context) {
+    auto* c = static_cast<Call*>(context);
+    c->result = acmStreamConvert(c->stream, c->header, c->flags);
+  };
+  if (!CallGuarded(convert, &call)) {
+    // Not to be touched again, not even to close it.
+    stream_ = nullptr;
+    at_start_ = true;
+    OpenStream();
+    return E_FAIL;
+  }
+  const MMRESULT result = call.result;
   *used = std::min<uint32_t>(header.cbSrcLengthUsed, from_bytes);
   *made = std::min<uint32_t>(header.cbDstLengthUsed, to_bytes);
   // Unpreparing wants the lengths that were prepared.

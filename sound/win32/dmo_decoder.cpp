@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // See dmo_decoder.h. An object may keep an input buffer until it has used it up, so packets are copied;
-// output goes straight into the caller's buffer.
+// output goes straight into the caller's buffer. An object that faults is given up: it is not called again,
+// and neither it nor the buffers that it may still hold are released.
 #include "sound/win32/dmo_decoder.h"
 
 #include <windows.h>
@@ -16,9 +17,11 @@
 #include <utility>
 #include <vector>
 
+#include "sound/fault_guard.h"
 #include "sound/packet_store.h"
 #include "sound/platform_codecs.h"
 #include "sound/sound_buffer.h"
+#include "sound/win32/component_runtime.h"
 
 namespace melorin {
 namespace {
@@ -88,6 +91,23 @@ class DmoDecoder final : public ComObject<SoundDecoder> {
   void WantInput(bool wants) {
     wants_input_ = wants;
     has_output_ = !wants;
+  }
+
+  /// Calls the object; E_FAIL and no object any more when that faults.
+  template <class Body>
+  HRESULT CallObject(Body body) {
+    struct Call {
+      Body* body;
+      IMediaObject* object;
+      HRESULT result;
+    } call{&body, object_.get(), S_OK};
+    const auto run = [](void* context) {
+      auto* c = static_cast<Call*>(context);
+      c->result = (*c->body)(*c->object);
+    };
+    if (CallGuarded(run, &call)) return call.result;
+    static_cast<void>(object_.Detach());
+    return E_FAIL;
   }
 
   VisitMediaObjects visit_;
@@ -165,7 +185,9 @@ HRESULT DmoDecoder::ProcessInput(SoundBuffer* packet) {
   std::memcpy(to, data, length);
   const auto buffer = ComPtr<MediaBuffer>::Adopt(new (std::nothrow) MediaBuffer(copy));
   if (!buffer) return E_OUTOFMEMORY;
-  const HRESULT result = object_->ProcessInput(0, buffer.get(), DMO_INPUT_DATA_BUFFERF_SYNCPOINT, 0, 0);
+  const HRESULT result = CallObject([&](IMediaObject& object) {
+    return object.ProcessInput(0, buffer.get(), DMO_INPUT_DATA_BUFFERF_SYNCPOINT, 0, 0);
+  });
   // S_FALSE: taken, but it makes no output yet.
   WantInput(result != S_OK);
   return FAILED(result) ? E_FAIL : S_OK;
@@ -182,7 +204,8 @@ HRESULT DmoDecoder::ProcessOutput(SoundBuffer* pcm) {
   DMO_OUTPUT_DATA_BUFFER output{};
   output.pBuffer = buffer.get();
   DWORD status = 0;
-  const HRESULT result = object_->ProcessOutput(0, 1, &output, &status);
+  const HRESULT result =
+      CallObject([&](IMediaObject& object) { return object.ProcessOutput(0, 1, &output, &status); });
   if (FAILED(result)) {
     pcm->SetLength(0);
     WantInput(true);
@@ -228,6 +251,7 @@ HRESULT CreateDmoDecoder(VisitMediaObjects visit, SoundDecoder** out) {
 }
 
 HRESULT CreateDmoDecoder(SoundDecoder** out) {
+  if (!KeepComponentRuntime()) return E_OUTOFMEMORY;
   return CreateDmoDecoder(VisitPlatformMediaObjects, out);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // The platform's decoders and sources. Real ones where the test system has them, a media object of our own
-// for the rest.
+// for the rest. No test initialises the component runtime: callers of the library need not.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -11,10 +11,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/file.h"
 #include "platform/text.h"
+#include "sound/builtin_entries.h"
+#include "sound/exports.h"
 #include "sound/platform_codecs.h"
 #include "sound/sound_buffer.h"
 #include "sound/sound_library.h"
@@ -23,14 +26,6 @@
 
 namespace melorin {
 namespace {
-
-class ComRuntime : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))); }
-  void TearDown() override { CoUninitialize(); }
-};
-using PlatformDecoder = ComRuntime;
-using PlatformSources = ComRuntime;
 
 ComPtr<SoundBuffer> BufferOf(const std::vector<uint8_t>& bytes) {
   const auto size = static_cast<uint32_t>(bytes.size());
@@ -56,6 +51,70 @@ std::vector<int16_t> Drain(SoundDecoder& decoder, uint32_t capacity) {
   return samples;
 }
 
+/// A caller's buffer that says anything.
+class FakeBuffer final : public ComObject<SoundBuffer> {
+ public:
+  FakeBuffer(uintptr_t data, uint32_t capacity, uint32_t length)
+      : data_(data), capacity_(capacity), length_(length) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  HRESULT STDMETHODCALLTYPE SetLength(uint32_t length) override {
+    length_ = length;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetCapacity(uint32_t* capacity) override {
+    *capacity = capacity_;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetData(uint8_t** data, uint32_t* length) override {
+    if (data) *data = reinterpret_cast<uint8_t*>(data_);
+    if (length) *length = length_;
+    return S_OK;
+  }
+
+ private:
+  uintptr_t data_;
+  uint32_t capacity_;
+  uint32_t length_;
+};
+
+constexpr WAVEFORMATEX kMuLaw = {WAVE_FORMAT_MULAW, 1, 8000, 8000, 1, 8, 0};
+
+TEST(PlatformDecoder, AFaultInsideACodecEndsTheCallOnly) {
+  WAVEFORMATEX out{};
+  out.wFormatTag = WAVE_FORMAT_PCM;
+  ComPtr<SoundDecoder> decoder;
+  ASSERT_EQ(CreateAcmDecoder(decoder.Receive()), S_OK);
+  ASSERT_EQ(decoder->SetFormat(&kMuLaw, &out), S_OK);
+  const auto nowhere = ComPtr<FakeBuffer>::Adopt(new FakeBuffer(16, 4096, 0));
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_EQ(decoder->ProcessInput(BufferOf(std::vector<uint8_t>(10)).get()), S_OK);
+    EXPECT_EQ(decoder->ProcessOutput(nowhere.get()), E_FAIL);
+    EXPECT_EQ(Drain(*decoder, 4096).size(), 9u) << "all but the block that was lost";
+  }
+}
+
+TEST(PlatformDecoder, APacketThatNoMemoryHoldsEmptiesTheStore) {
+  const WAVEFORMATEX mpeg = {WAVE_FORMAT_MPEGLAYER3, 2, 44100, 16000, 1, 16, 0};
+  ComPtr<SoundDecoder> acm;
+  ComPtr<SoundDecoder> mpg123;
+  ASSERT_EQ(CreateAcmDecoder(acm.Receive()), S_OK);
+  ASSERT_EQ(CreateMpegDecoderEntry()->CreateDecoder(mpg123.Receive()), S_OK);
+  const auto endless = ComPtr<FakeBuffer>::Adopt(new FakeBuffer(0x10000, 0xFFFFFFF0, 0xFFFFFFF0));
+  for (SoundDecoder* decoder : {acm.get(), mpg123.get()}) {
+    WAVEFORMATEX out{};
+    out.wFormatTag = WAVE_FORMAT_PCM;
+    ASSERT_EQ(decoder->SetFormat(decoder == acm.get() ? &kMuLaw : &mpeg, &out), S_OK);
+    ASSERT_EQ(decoder->ProcessInput(BufferOf(std::vector<uint8_t>(100)).get()), S_OK);
+    EXPECT_EQ(decoder->ProcessInput(endless.get()), E_OUTOFMEMORY);
+    EXPECT_EQ(decoder->AcceptsInput(), S_OK);
+    EXPECT_EQ(decoder->HasOutput(), S_FALSE);
+    ASSERT_EQ(decoder->ProcessInput(BufferOf(std::vector<uint8_t>(10)).get()), S_OK);
+    // Ten bytes are no frame, so the MPEG decoder makes nothing of them.
+    const size_t want = decoder == acm.get() ? 10 : 0;
+    EXPECT_EQ(Drain(*decoder, 65536).size(), want) << "the first packet is gone";
+  }
+}
+
 /// ITU-T G.711 µ-law expansion.
 int16_t ExpandMuLaw(uint8_t code) {
   code = static_cast<uint8_t>(~code);
@@ -63,13 +122,12 @@ int16_t ExpandMuLaw(uint8_t code) {
   return static_cast<int16_t>((code & 0x80) ? -magnitude : magnitude);
 }
 
-TEST_F(PlatformDecoder, AcmExpandsMuLaw) {
-  const WAVEFORMATEX in = {WAVE_FORMAT_MULAW, 1, 8000, 8000, 1, 8, 0};
+TEST(PlatformDecoder, AcmExpandsMuLaw) {
   WAVEFORMATEX out{};
   out.wFormatTag = WAVE_FORMAT_PCM;
   ComPtr<SoundDecoder> decoder;
   ASSERT_EQ(CreateAcmDecoder(decoder.Receive()), S_OK);
-  ASSERT_EQ(decoder->SetFormat(&in, &out), S_OK);
+  ASSERT_EQ(decoder->SetFormat(&kMuLaw, &out), S_OK);
   EXPECT_EQ(out.wBitsPerSample, 16);
   EXPECT_EQ(out.nAvgBytesPerSec, 16000u);
   EXPECT_EQ(decoder->AcceptsInput(), S_OK);
@@ -95,7 +153,7 @@ TEST_F(PlatformDecoder, AcmExpandsMuLaw) {
   EXPECT_EQ(decoder->HasOutput(), S_FALSE);
 }
 
-TEST_F(PlatformDecoder, AcmWaitsForWholeBlocks) {
+TEST(PlatformDecoder, AcmWaitsForWholeBlocks) {
   struct {
     WAVEFORMATEX format = {WAVE_FORMAT_IMA_ADPCM, 1, 8000, 4055, 256, 4, 2};
     WORD samples_per_block = 505;
@@ -114,7 +172,7 @@ TEST_F(PlatformDecoder, AcmWaitsForWholeBlocks) {
   EXPECT_EQ(Drain(*decoder, 8192).size(), 505u);
 }
 
-TEST_F(PlatformDecoder, RefusesFormatsOfNobody) {
+TEST(PlatformDecoder, RefusesFormatsOfNobody) {
   const WAVEFORMATEX in = {0x7FFF, 2, 44100, 16000, 1, 16, 0};
   for (auto* create : {static_cast<HRESULT (*)(SoundDecoder**)>(CreateAcmDecoder),
                        static_cast<HRESULT (*)(SoundDecoder**)>(CreateDmoDecoder)}) {
@@ -128,7 +186,8 @@ TEST_F(PlatformDecoder, RefusesFormatsOfNobody) {
   }
 }
 
-/// Doubles bytes: one input byte becomes two, at most as many as the output buffer holds.
+/// Doubles bytes: one input byte becomes two, at most as many as the output buffer holds. Refuses a packet
+/// that begins with 0xEE and faults over one that begins with 0xFA.
 class DoublingObject final : public ComObject<IMediaObject> {
  public:
   explicit DoublingObject(bool implemented) : implemented_(implemented) { ++live; }
@@ -179,6 +238,7 @@ class DoublingObject final : public ComObject<IMediaObject> {
     input_->GetBufferAndLength(&from, &length);
     output->pBuffer->GetBufferAndLength(&to, nullptr);
     output->pBuffer->GetMaxLength(&room);
+    if (from[0] == 0xFA) to = reinterpret_cast<BYTE*>(uintptr_t{16});
     DWORD made = 0;
     for (; used_ < length && made + 2 <= room; ++used_, made += 2)
       to[made] = to[made + 1] = from[used_];
@@ -195,7 +255,7 @@ class DoublingObject final : public ComObject<IMediaObject> {
   DWORD used_ = 0;
 };
 
-TEST_F(PlatformDecoder, DmoTakesTheFirstObjectThatAcceptsTheFormat) {
+TEST(PlatformDecoder, DmoTakesTheFirstObjectThatAcceptsTheFormat) {
   const VisitMediaObjects visit = [](const GUID&,
                                      const std::function<bool(ComPtr<IMediaObject>)>& try_object) {
     for (const bool implemented : {false, true, true})
@@ -220,6 +280,15 @@ TEST_F(PlatformDecoder, DmoTakesTheFirstObjectThatAcceptsTheFormat) {
   EXPECT_EQ(decoder->HasOutput(), S_FALSE);
   decoder.Reset();
   EXPECT_EQ(DoublingObject::live, 0);
+
+  ASSERT_EQ(CreateDmoDecoder(visit, decoder.Receive()), S_OK);
+  ASSERT_EQ(decoder->SetFormat(&in, &out), S_OK);
+  ASSERT_EQ(decoder->ProcessInput(BufferOf({0xFA, 1}).get()), S_OK);
+  const auto pcm = MemorySoundBuffer::Create(100);
+  EXPECT_EQ(decoder->ProcessOutput(pcm.get()), E_FAIL);
+  EXPECT_EQ(decoder->AcceptsInput(), S_OK);
+  EXPECT_EQ(decoder->ProcessInput(BufferOf({1}).get()), E_FAIL) << "the object is given up";
+  EXPECT_EQ(decoder->Flush(), S_OK);
 }
 
 /// An AU file: 16-bit big-endian mono at 8000 Hz, a sine of 500 Hz.
@@ -249,7 +318,22 @@ size_t ReadAll(SoundSource& source, std::vector<uint8_t>& all) {
   return all.size();
 }
 
-TEST_F(PlatformSources, TheMediaGraphPlaysAuFiles) {
+TEST(PlatformSources, AndDecodersKeepTheComponentRuntimeForEveryThread) {
+  ComPtr<SoundSource> source;
+  ComPtr<SoundDecoder> decoder;
+  ASSERT_EQ(CreateGraphSource(source.Receive()), S_OK);
+  ASSERT_EQ(CreateDmoDecoder(decoder.Receive()), S_OK);
+  const GUID no_such_class = WaveSubtype(0x1234);
+  std::thread([&] {
+    void* out = nullptr;
+    EXPECT_EQ(CoCreateInstance(no_such_class, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &out),
+              REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK) << "may still have one of its own";
+    CoUninitialize();
+  }).join();
+}
+
+TEST(PlatformSources, TheMediaGraphPlaysAuFiles) {
   constexpr uint32_t kSamples = 400000;  // More than the queue between the graph and the reader holds.
   const std::string file = AuFile(kSamples);
   const std::string path = TempDirectory() + "melorin_graph.au";
@@ -258,8 +342,12 @@ TEST_F(PlatformSources, TheMediaGraphPlaysAuFiles) {
   ASSERT_EQ(library.Start(""), S_OK);
   ComPtr<SoundSource> source;
   size_t reader = 0;
-  if (FAILED(library.OpenSource(AsWide(Utf16FromGbk(path).c_str()), 0, source.Receive(), &reader)))
-    GTEST_SKIP() << "the system's media graph has no AU splitter";
+  // Opened on one thread and used on another, neither of which has an apartment.
+  HRESULT opened = E_FAIL;
+  std::thread([&] {
+    opened = library.OpenSource(AsWide(Utf16FromGbk(path).c_str()), 0, source.Receive(), &reader);
+  }).join();
+  if (FAILED(opened)) GTEST_SKIP() << "the system's media graph has no AU splitter";
   EXPECT_EQ(reader, 6u);
   WAVEFORMATEX* format = nullptr;
   ASSERT_EQ(source->GetFormat(&format), S_OK);
@@ -287,7 +375,27 @@ TEST_F(PlatformSources, TheMediaGraphPlaysAuFiles) {
   EXPECT_EQ(source->Seek(duration), E_INVALIDARG);
 }
 
-TEST_F(PlatformSources, RefuseWhatIsNotTheirs) {
+TEST(OpenSource, TakesAFileThatOthersLetBeReadOnly) {
+  const std::string path = TempDirectory() + "melorin_held.wav";
+  const std::string file(
+      "RIFF\x2C\0\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1F\0\0\x80\x3E\0\0\2\0\x10\0"
+      "data\4\0\0\0\1\2\3\4",
+      48);
+  ASSERT_TRUE(WriteFileSafely(path, {reinterpret_cast<const uint8_t*>(file.data()), file.size()}));
+  const std::u16string path16 = Utf16FromGbk(path);
+  ComPtr<IStream> holder;
+  ASSERT_EQ(CreateStreamOnFile(AsWide(path16.c_str()), STGM_READ, holder.Receive()), S_OK);
+  ComPtr<IStream> writer;
+  EXPECT_EQ(
+      CreateStreamOnFile(AsWide(path16.c_str()), STGM_READWRITE | STGM_SHARE_DENY_NONE, writer.Receive()),
+      E_FAIL);
+  SoundLibrary library;
+  ASSERT_EQ(library.Start(""), S_OK);
+  ComPtr<SoundSource> source;
+  EXPECT_EQ(library.OpenSource(AsWide(path16.c_str()), 0, source.Receive()), S_OK);
+}
+
+TEST(PlatformSources, RefuseWhatIsNotTheirs) {
   SoundLibrary library;
   ASSERT_EQ(library.Start(""), S_OK);
   const std::string text = "nothing that anybody plays, but long enough to be looked at";
