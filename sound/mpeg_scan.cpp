@@ -38,7 +38,7 @@ class Scanner {
     if (window_.Left() < kSmallestWindow) return std::nullopt;
     while (window_.Left() >= kSmallestWindow) {
       if (const auto header = AcceptFrame(window_.Data(), window_.Left())) {
-        TakeFrame(*header);
+        if (!TakeFrame(*header)) return std::nullopt;
         --frames_left_;
         const bool follow = full_scan_ && scan_.vbr;
         if (frames_left_ <= 0 && start_ && !follow) break;
@@ -66,7 +66,8 @@ class Scanner {
     window_.Advance(found ? static_cast<size_t>(static_cast<const uint8_t*>(found) - window_.Data()) : most);
   }
 
-  void TakeFrame(const MpegHeader& header) {
+  /// False when the frame table cannot grow.
+  bool TakeFrame(const MpegHeader& header) {
     if (!start_) start_ = window_.Offset();
     if (!scan_.header) {
       const std::span<const uint8_t> from_frame(window_.Data(), window_.Left());
@@ -80,18 +81,24 @@ class Scanner {
       reference_offset_ = window_.Offset();
       table_.clear();
       running_bytes_ = 0;
-      return;
+      return true;
     }
     if (header.bitrate != scan_.reference.bitrate) scan_.vbr = true;
-    if (full_scan_) Record();
+    if (full_scan_ && !Record()) return false;
     running_bytes_ += header.frame_bytes;
+    return true;
   }
 
-  void Record() {
+  bool Record() {
     if (table_.empty()) scan_.frames.base_offset = window_.Offset() - *start_;
-    if (table_.capacity() == 0) table_.reserve(kFirstTableSize);
-    if (table_.size() + 1 >= table_.capacity()) table_.reserve(table_.capacity() + table_.capacity() / 2);
+    try {
+      if (table_.capacity() == 0) table_.reserve(kFirstTableSize);
+      if (table_.size() + 1 >= table_.capacity()) table_.reserve(table_.capacity() + table_.capacity() / 2);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
     table_.push_back(running_bytes_);
+    return true;
   }
 
   std::optional<MpegScan> Finish() {

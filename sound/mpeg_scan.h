@@ -70,7 +70,7 @@ class MpegWindow {
 /// A frame that disagrees becomes the new reference, and the audio begins at the frame after it; when there
 /// is none any more, at that frame itself. With `full_scan` a stream whose bit rate varies is followed to its
 /// end and its frames are recorded; the table begins anew with each new reference. Thread: any. Cost: one
-/// pass; allocates only for the VBRI table and the frame table. May throw std::bad_alloc.
+/// pass; allocates only for the VBRI table and the frame table. May throw std::bad_alloc for the former.
 std::optional<MpegScan> ScanMpegFrames(MpegWindow& window, int frame_count, bool full_scan);
 
 }  // namespace melorin

@@ -206,6 +206,7 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     store_begin_ = 0;
     store_end_ = held;
     if (bytes.size() > store_capacity_ - held) {
+      if (bytes.size() > static_cast<size_t>(PTRDIFF_MAX) - held) return false;
       const size_t capacity = std::max({held + bytes.size(), store_capacity_ * 2, size_t{in_bytes_}});
       std::unique_ptr<uint8_t[]> larger(new (std::nothrow) uint8_t[capacity]);
       if (!larger) return false;
@@ -233,9 +234,9 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
         if (store_begin_ == store_end_) break;
         if (!Feed()) return E_OUTOFMEMORY;
       } else if (status != MPG123_OK && status != MPG123_NEW_FORMAT) {
-        if (++errors_ > kMostErrors) TakeUpAnew();
+        if (++errors_ > kMostErrors && !TakeUpAnew()) return E_FAIL;
       } else if (got == 0 && ++idle_turns > kMostErrors) {
-        TakeUpAnew();
+        if (!TakeUpAnew()) return E_FAIL;
         idle_turns = 0;
       }
     }
@@ -259,12 +260,12 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     return mpg123_feed(handle_.get(), bytes, count) == MPG123_OK;
   }
 
-  /// Drops what the library holds and goes on with the next bytes as after a seek.
-  void TakeUpAnew() {
+  /// Drops what the library holds and goes on with the next bytes as after a seek. False when it cannot.
+  bool TakeUpAnew() {
     errors_ = 0;
     in_midst_ = true;
     nothing_fed_ = nothing_made_ = true;
-    mpg123_open_feed(handle_.get());
+    return mpg123_open_feed(handle_.get()) == MPG123_OK;
   }
 
   /// Gives fresh samples their final form in place; the bytes that may go out now.

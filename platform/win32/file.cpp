@@ -248,7 +248,8 @@ bool OnModuleSearchPath(const std::string& name_gbk) {
   const std::wstring name = WidePath(name_gbk);
   if (name.empty()) return false;
   wchar_t found[MAX_PATH];
-  if (SearchPathW(nullptr, name.c_str(), nullptr, MAX_PATH, found, nullptr) == 0) return false;
+  const DWORD length = SearchPathW(nullptr, name.c_str(), nullptr, MAX_PATH, found, nullptr);
+  if (length == 0 || length >= MAX_PATH) return false;  // A longer path is told by its length, not stored.
   const DWORD attributes = GetFileAttributesW(found);
   return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
