@@ -6,9 +6,11 @@ if(MELORIN_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${MELORIN_CCACHE})
 endif()
 
+# -Wnon-virtual-dtor stays off: interface classes are deleted through Release, as the component runtime has it, and
+# their slot order has no room for a destructor.
 add_library(melorin_flags INTERFACE)
 target_compile_options(melorin_flags INTERFACE
-  -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Werror)
+  -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast -Werror)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(melorin_flags INTERFACE -Wthread-safety)
 endif()
@@ -17,11 +19,6 @@ if(WIN32)
   # Windows 7 interfaces are the floor.
   target_compile_definitions(melorin_flags INTERFACE
     UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601 WINVER=0x0601)
-  # Interface classes are deleted through Release, as the component runtime has it; their slot order has no
-  # room for a destructor.
-  target_compile_options(melorin_flags INTERFACE -Wno-non-virtual-dtor)
-else()
-  target_compile_options(melorin_flags INTERFACE -Wno-non-virtual-dtor)
 endif()
 
 if(MELORIN_SANITIZE)
@@ -44,11 +41,6 @@ function(melorin_library name)
     list(APPEND ARG_SOURCES ${ARG_WIN32})
   else()
     list(APPEND ARG_SOURCES ${ARG_HOST})
-  endif()
-  if(NOT ARG_SOURCES)
-    add_library(${name} INTERFACE)
-    target_link_libraries(${name} INTERFACE melorin_flags ${ARG_LINKS})
-    return()
   endif()
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC melorin_flags ${ARG_LINKS})
