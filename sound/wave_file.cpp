@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// RIFF layout: "RIFF" size "WAVE", then chunks of identifier, size, body. Source: Multimedia Programming
-// Interface and Data Specifications 1.0 (IBM, Microsoft), chapter 3.
+// RIFF layout: "RIFF" size "WAVE", then chunks of identifier, size, body. Source: Microsoft and IBM,
+// Multimedia Programming Interface 1.0 (1991), chapter 3.
 #include "sound/wave_file.h"
 
 #include <algorithm>
