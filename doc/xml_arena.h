@@ -7,7 +7,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
+
+#include "doc/xml_scan.h"
+#include "doc/xml_string.h"
 
 namespace melorin {
 
@@ -19,11 +23,42 @@ class XmlArena {
   XmlArena& operator=(const XmlArena&) = delete;
 
   /// Memory for a node, aligned for pointers. Null when memory runs out.
-  void* AllocateNode(size_t bytes);
+  void* AllocateNode(size_t bytes) {
+    constexpr size_t mask = alignof(void*) - 1;
+    return Allocate(nodes_, (bytes + mask) & ~mask);
+  }
   /// A copy of `text` as a record of XmlString. Null when memory runs out or the text is too long.
   const char* StoreText(std::string_view text);
   /// The same for element and attribute names, which repeat: an equal name stored lately is shared.
-  const char* StoreName(std::string_view name);
+  const char* StoreName(std::string_view name) {
+    if (name.empty()) return StoreText(name);
+    const auto first = static_cast<unsigned char>(name.front());
+    const auto last = static_cast<unsigned char>(name.back());
+    const char*& slot = names_[(first + last * 5 + name.size() * 11) % kNameSlots];
+    if (slot != nullptr) {
+      uint32_t length;
+      std::memcpy(&length, slot, sizeof length);
+      if (length == name.size() && xml::EqualShort(slot + XmlString::kHeaderBytes, name.data(), length))
+        return slot;
+    }
+    const char* record = StoreText(name);
+    if (record != nullptr) slot = record;
+    return record;
+  }
+
+  /// For a text that is put together in place: where its bytes go, and where the memory for them ends.
+  /// Nothing is taken until CloseText. Null when there is no room for any.
+  char* OpenText() const {
+    return texts_.Room() > XmlString::kHeaderBytes ? texts_.cursor + XmlString::kHeaderBytes : nullptr;
+  }
+  const char* OpenTextLimit() const { return texts_.end; }
+  /// Takes the text from what OpenText returned to `end`, as a record of XmlString.
+  const char* CloseText(char* end) {
+    char* const record = texts_.cursor;
+    XmlString::WriteHeader(record, static_cast<size_t>(end - record) - XmlString::kHeaderBytes);
+    texts_.cursor = end;
+    return record;
+  }
   /// Frees everything.
   void Reset();
 
@@ -42,7 +77,13 @@ class XmlArena {
   static constexpr size_t kNameSlots = 64;
 
   char* NewChunk(size_t bytes);
-  char* Allocate(Region& region, size_t bytes);
+  char* Allocate(Region& region, size_t bytes) {
+    if (bytes > region.Room()) return AllocateFromNewChunk(region, bytes);
+    char* const memory = region.cursor;
+    region.cursor += bytes;
+    return memory;
+  }
+  char* AllocateFromNewChunk(Region& region, size_t bytes);
 
   Chunk* chunks_ = nullptr;
   Region nodes_;

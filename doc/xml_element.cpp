@@ -25,13 +25,6 @@ XmlElement::~XmlElement() {
   }
 }
 
-void XmlElement::AppendAttribute(XmlAttribute* attribute) {
-  attribute->previous_ = attributes_.previous_;
-  attribute->next_ = &attributes_;
-  attributes_.previous_->next_ = attribute;
-  attributes_.previous_ = attribute;
-}
-
 void XmlElement::RemoveAttribute(XmlAttribute* attribute) {
   attribute->previous_->next_ = attribute->next_;
   attribute->next_->previous_ = attribute->previous_;

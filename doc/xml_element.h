@@ -75,7 +75,12 @@ class XmlElement final : public XmlNode {
   const XmlAttribute* At(const XmlAttributeLinks* links) const {
     return links == &attributes_ ? nullptr : static_cast<const XmlAttribute*>(links);
   }
-  void AppendAttribute(XmlAttribute* attribute);
+  void AppendAttribute(XmlAttribute* attribute) {
+    attribute->previous_ = attributes_.previous_;
+    attribute->next_ = &attributes_;
+    attributes_.previous_->next_ = attribute;
+    attributes_.previous_ = attribute;
+  }
   void RemoveAttribute(XmlAttribute* attribute);
   void DestroyAttribute(XmlAttribute* attribute);
 

@@ -5,31 +5,6 @@
 
 namespace melorin {
 
-XmlAttribute* XmlFactory::NewAttribute(const XmlElement& element) const {
-  XmlAttribute* attribute = nullptr;
-  if (!element.InArena()) {
-    attribute = new (std::nothrow) XmlAttribute;
-  } else if (void* memory = arena_->AllocateNode(sizeof(XmlAttribute))) {
-    attribute = new (memory) XmlAttribute;
-  }
-  if (attribute != nullptr) attribute->document_ = document_;
-  return attribute;
-}
-
-bool XmlFactory::Store(XmlString& out, std::string_view text) const {
-  if (arena_ == nullptr) return out.Assign(text);
-  const char* record = arena_->StoreText(text);
-  if (record != nullptr) out.Adopt(record);
-  return record != nullptr;
-}
-
-bool XmlFactory::StoreName(XmlString& out, std::string_view name) const {
-  if (arena_ == nullptr) return out.Assign(name);
-  const char* record = arena_->StoreName(name);
-  if (record != nullptr) out.Adopt(record);
-  return record != nullptr;
-}
-
 bool XmlFactory::CopyAttributes(const XmlElement& from, XmlElement& to) const {
   for (const auto* attribute = from.FirstAttribute(); attribute != nullptr;
        attribute = from.NextAttribute(*attribute)) {

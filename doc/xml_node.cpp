@@ -123,14 +123,6 @@ XmlElement* XmlNode::NextSiblingElement(std::string_view name) const {
   return ElementFrom(next_, name);
 }
 
-void XmlNode::Append(XmlNode* node) {
-  node->parent_ = this;
-  node->previous_ = last_child_;
-  node->next_ = nullptr;
-  (last_child_ == nullptr ? first_child_ : last_child_->next_) = node;
-  last_child_ = node;
-}
-
 XmlNode* XmlNode::LinkEndChild(std::unique_ptr<XmlNode> node) {
   if (node == nullptr || node->kind_ == XmlKind::kDocument) return nullptr;
   XmlNode* const linked = node.release();

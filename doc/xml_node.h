@@ -104,7 +104,13 @@ class XmlNode {
   friend class XmlFactory;
   friend class XmlParser;
 
-  void Append(XmlNode* node);
+  void Append(XmlNode* node) {
+    node->parent_ = this;
+    node->previous_ = last_child_;
+    node->next_ = nullptr;
+    (last_child_ == nullptr ? first_child_ : last_child_->next_) = node;
+    last_child_ = node;
+  }
   void DestroyChildren();
   /// Destroys a node wherever it lies; one in an arena keeps its memory.
   static void Destroy(XmlNode* node);

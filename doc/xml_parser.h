@@ -55,7 +55,9 @@ class XmlParser {
                             const char* (XmlParser::*parse)(const char*, Node&));
 
   const char* ReadQuoted(const char* p, char quote, XmlString& out);
+  const char* ReadQuotedInPlace(const char* p, char quote, XmlString& out);
   const char* ReadCondensed(const char* p, XmlString& out);
+  const char* DecodeEntity(const char* p, char& character) const;
   const char* DecodeEntity(const char* p);
   void Store(XmlString& out, std::string_view raw);
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -90,6 +91,48 @@ inline const char* FindSpecial(const char* p, const char* end) {
   while (p != end && *p != '&' && *p != '<' && *p != '>' && *p != '"' && *p != '\'')
     ++p;
   return p;
+}
+
+/// Copies a run that is short as a rule: calling the C library takes longer than copying one, the more so on
+/// Windows. The runs do not overlap.
+inline void CopyShort(char* to, const char* from, size_t length) {
+  if (length > 256) {
+    std::memcpy(to, from, length);
+  } else if (length >= 8) {
+    size_t done = 0;
+#if defined(__SSE2__)
+    for (; length - done >= 16; done += 16)
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + done),
+                       _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done)));
+#endif
+    for (; length - done >= 8; done += 8)
+      std::memcpy(to + done, from + done, 8);
+    std::memcpy(to + length - 8, from + length - 8, 8);
+  } else if (length >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + length - 4, from + length - 4, 4);
+  } else if (length != 0) {
+    to[0] = from[0];
+    to[length / 2] = from[length / 2];
+    to[length - 1] = from[length - 1];
+  }
+}
+
+/// Whether two runs of that length, which is short as a rule, are equal.
+inline bool EqualShort(const char* a, const char* b, size_t length) {
+  const auto word = [](const char* p) {
+    uint32_t value;
+    std::memcpy(&value, p, sizeof value);
+    return value;
+  };
+  if (length < 4) {
+    for (size_t i = 0; i < length; ++i)
+      if (a[i] != b[i]) return false;
+    return true;
+  }
+  for (size_t i = 0; i + 4 < length; i += 4)
+    if (word(a + i) != word(b + i)) return false;
+  return word(a + length - 4) == word(b + length - 4);
 }
 
 /// True when any byte is 0x80 or above.

@@ -251,6 +251,32 @@ TEST(XmlParse, TellsTheObserverInDocumentOrder) {
   EXPECT_EQ(recorder.log, "<a 1><b 2></b><c ><d 3></d></c></a><e ><f >");
 }
 
+TEST(XmlParse, ReadsValuesOfAnyLengthInOneGoAsStepByStep) {
+  // Within a document values are decoded straight into its memory, of a free element they are not. The
+  // lengths cross blocks and chunks at every offset.
+  static constexpr std::string_view kPieces[] = {"x",      "&amp;",    "&",      "'",
+                                                 "&#x41;", "\xD6\xD0", "&quot;", "0123456789"};
+  std::string text = "<r>";
+  uint32_t random = 1;
+  for (size_t i = 0; i < 3000; ++i) {
+    text += "<e n='' a=\"";
+    for (size_t n = i % 90; n != 0; --n) {
+      random = random * 1664525 + 1013904223;
+      text += kPieces[random >> 29];
+    }
+    text += "\"/>";
+  }
+  text += "</r>";
+  for (const int code_page : {65001, 936}) {
+    SCOPED_TRACE(code_page);
+    XmlDocument document;
+    ASSERT_TRUE(document.Parse(text, code_page));
+    const auto element = NewXmlElement("free");
+    ASSERT_EQ(element->Parse(text.data(), text.data() + text.size(), code_page), text.data() + text.size());
+    EXPECT_TRUE(Show(*document.RootElement()) == Show(*element));
+  }
+}
+
 TEST(XmlParse, TakesAnyNestingAndAnyPrefix) {
   std::string deep;
   constexpr int kDepth = 200000;
