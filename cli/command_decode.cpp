@@ -173,8 +173,7 @@ int DecodeJob::Pump() {
   chain_->NotifyStop();
   if (FAILED(result)) {
     const uint64_t at_ms = options_.start_ms + frames_written_ * 1000 / chain_->SampleRate();
-    return context_.Fail(in_name_,
-                         "decoding failed at " + std::to_string(at_ms) + " ms: " + ResultText(result));
+    return context_.Fail(in_name_, "broken off at " + std::to_string(at_ms) + " ms: " + ResultText(result));
   }
   if (frames_written_ == 0 && options_.start_ms != 0 && !cutter.Done())
     return context_.Fail(in_name_,

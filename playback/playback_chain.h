@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Where a playback stream gets its samples: a source, its decoder and the effects behind them, delivering blocks of
-// 32-bit floats with full scale ±1.0.
+// Where a playback stream gets its samples: a source, its decoder and the effects behind them, delivering
+// blocks of 32-bit floats with full scale ±1.0.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace melorin {
 
-/// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls them from,
-/// never at the same time as NextBlock.
+/// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls
+/// them from, never at the same time as NextBlock.
 class PlaybackChain {
  public:
   virtual ~PlaybackChain() = default;
@@ -27,8 +27,8 @@ class PlaybackChain {
   virtual uint16_t SourceBits() const = 0;  ///< The source's own sample width.
   virtual uint32_t DurationMs() const = 0;
 
-  /// Fills the block and sets its length. S_OK: delivered; anything else: the source has ended or failed. Never
-  /// allocates once the first block was delivered.
+  /// Fills the block and sets its length. S_OK: delivered; S_FALSE: the source has ended; a failure: it broke
+  /// off there. Never allocates once the first block was delivered.
   virtual HRESULT NextBlock(SoundBuffer& block) = 0;
   virtual HRESULT Seek(uint32_t position_ms) = 0;
 

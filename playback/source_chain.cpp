@@ -136,6 +136,7 @@ HRESULT SourceChain::ReadPacket() {
   const HRESULT result = source_->Read(packet_.get());
   uint32_t length = 0;
   packet_->GetData(nullptr, &length);
+  if (FAILED(result)) failure_ = result;
   if (result != S_OK || length == 0) source_ended_ = true;
   return source_ended_ ? S_FALSE : S_OK;
 }
@@ -228,19 +229,22 @@ HRESULT SourceChain::NextBlock(SoundBuffer& block) {
 
   size_t frames = 0;
   while (!ended_ && frames < wanted) {
-    if (rest_bytes_ == 0 && Refill() != S_OK) {
-      ended_ = true;
-      break;
+    if (rest_bytes_ == 0) {
+      const HRESULT result = Refill();
+      if (FAILED(result)) failure_ = result;
+      ended_ = result != S_OK;
+      if (ended_) break;
     }
     frames += TakeFrames(reinterpret_cast<float*>(data) + frames * layout_.channels, wanted - frames);
   }
-  if (frames == 0) return S_FALSE;
+  if (frames == 0) return FAILED(failure_) ? failure_ : S_FALSE;
   block.SetLength(static_cast<uint32_t>(frames) * float_frame_bytes);
   for (const auto& stage : stages_) {
     if (stage->IsIdle()) continue;
     const HRESULT result = stage->Process(block);
     if (FAILED(result)) {
       ended_ = true;
+      failure_ = result;
       block.SetLength(0);
       return result;
     }
@@ -255,6 +259,7 @@ HRESULT SourceChain::Seek(uint32_t position_ms) {
   split_bytes_ = 0;
   source_ended_ = FAILED(result);
   ended_ = FAILED(result);
+  failure_ = S_OK;
   if (decoder_) decoder_->Flush();
   for (const auto& stage : stages_)
     stage->Flush();

@@ -37,8 +37,9 @@ class SoundStage {
 /// block of a track is shorter; all are whole frames.
 ///
 /// A packet that cannot be decoded is skipped; after 16 such packets in a row, or when the source fails, the
-/// track ends there as if it were over. Nothing is retried for ever.
-/// Thread: see PlaybackChain. After Create nothing allocates, decoders and sources aside.
+/// track ends there: what was decoded is still delivered, then NextBlock answers with the failure until a
+/// seek. After an ordinary end, that of a file cut short included, it answers S_FALSE. Nothing is retried for
+/// ever. Thread: see PlaybackChain. After Create nothing allocates, decoders and sources aside.
 class SourceChain final : public PlaybackChain {
  public:
   /// As SoundLibrary::CreateDecoder.
@@ -105,6 +106,7 @@ class SourceChain final : public PlaybackChain {
 
   bool source_ended_ = false;
   bool ended_ = false;
+  HRESULT failure_ = S_OK;  ///< What broke the track off.
   std::vector<std::unique_ptr<SoundStage>> stages_;
 };
 

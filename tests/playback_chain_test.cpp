@@ -51,7 +51,7 @@ class FakeSource final : public Fake<SoundSource> {
   HRESULT STDMETHODCALLTYPE Stop() override { return S_OK; }
   HRESULT STDMETHODCALLTYPE Read(SoundBuffer* packet) override {
     ++reads_;
-    if (position_ >= fail_at_) return E_FAIL;
+    if (position_ >= fail_at_) return E_UNEXPECTED;
     uint8_t* data = nullptr;
     uint32_t capacity = 0;
     packet->GetData(&data, nullptr);
@@ -347,24 +347,25 @@ TEST(SourceChain, DecodesInPiecesAndForgetsThemOnSeek) {
   EXPECT_EQ(Drain(opened), samples);
 }
 
-TEST(SourceChain, EndsCleanlyWhateverFails) {
+TEST(SourceChain, EndsCleanlyWhateverFailsAndTellsIt) {
   using Fault = FakeDecoder::Fault;
   struct Case {
     const char* name;
     Fault fault;
     size_t fail_at;
     size_t samples;
+    HRESULT end;
   };
   const size_t never = std::numeric_limits<size_t>::max();
   const Case cases[] = {
-      {"source fails in the middle", Fault::kNone, 2000, 2000},
-      {"source fails at once", Fault::kNone, 0, 0},
-      {"decoder takes nothing and gives nothing", Fault::kStuck, never, 0},
-      {"decoder never gives anything", Fault::kNeverOutput, never, 0},
-      {"decoder refuses every packet", Fault::kFailsInput, never, 0},
-      {"decoder fails at every packet", Fault::kFailsOutput, never, 0},
+      {"source fails in the middle", Fault::kNone, 2000, 2000, E_UNEXPECTED},
+      {"source fails at once", Fault::kNone, 0, 0, E_UNEXPECTED},
+      {"decoder takes nothing and gives nothing", Fault::kStuck, never, 0, E_FAIL},
+      {"decoder never gives anything", Fault::kNeverOutput, never, 0, S_FALSE},
+      {"decoder refuses every packet", Fault::kFailsInput, never, 0, E_FAIL},
+      {"decoder fails at every packet", Fault::kFailsOutput, never, 0, E_FAIL},
       // Each packet gives one piece of 32, then the rest of it is skipped.
-      {"decoder fails now and then", Fault::kFailsEverySecondOutput, never, 32 * 100},
+      {"decoder fails now and then", Fault::kFailsEverySecondOutput, never, 32 * 100, S_FALSE},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -373,8 +374,10 @@ TEST(SourceChain, EndsCleanlyWhateverFails) {
     EXPECT_EQ(Drain(opened).size(), c.samples);
     EXPECT_LE(opened.source->reads_, 102);
     const int reads = opened.source->reads_;
-    EXPECT_NE(opened.chain->NextBlock(*opened.block), S_OK);
+    EXPECT_EQ(opened.chain->NextBlock(*opened.block), c.end);
     EXPECT_EQ(opened.source->reads_, reads) << "what has ended is not asked again";
+    EXPECT_EQ(opened.chain->Seek(1000000), E_INVALIDARG);
+    EXPECT_EQ(opened.chain->NextBlock(*opened.block), S_FALSE) << "a seek to the end is none of its failures";
   }
   Opened refused = OpenChain(Format(2, 2, 8000, 4), Pattern(10));
   EXPECT_EQ(refused.result, E_NOTIMPL);
