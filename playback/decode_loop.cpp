@@ -151,8 +151,10 @@ void DecodeLoop::Step() {
 
 void DecodeLoop::StepPlaying() {
   wait_ms_ = std::max<uint32_t>(block_ms_ / 4, 5);
-  if (Fill() == S_OK) wait_ms_ = WaitAfterFill();
-  if (state_.kind == DeviceKind::kAsio) wait_ms_ = std::min(wait_ms_, kAsioLongestWaitMs);
+  if (Fill() == S_OK) {
+    wait_ms_ = WaitAfterFill();
+    if (state_.kind == DeviceKind::kAsio) wait_ms_ = std::min(wait_ms_, kAsioLongestWaitMs);
+  }
   if (status_ == Status::kFadingIn) StepFadeIn();
   if (state_.end_of_source && state_.PositionMs() >= state_.end_time_ms) {
     StopDevice();

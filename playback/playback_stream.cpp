@@ -224,8 +224,9 @@ HRESULT PlaybackStream::GetVisualData(VisualData* out, int32_t spectrum_mode, in
     const Lock lock(state.ring_lock);
     const uint64_t written = state.bytes_written;
     const uint64_t queued = written > played ? written - played : 0;
-    state.ring.DiscardDownTo(
-        static_cast<uint32_t>(std::clamp<uint64_t>(queued, wanted, state.device_buffer_bytes)));
+    // Never less than what is drawn; the buffer of a slow format may be shorter than that.
+    const uint64_t keep = std::max<uint64_t>(std::min<uint64_t>(queued, state.device_buffer_bytes), wanted);
+    state.ring.DiscardDownTo(static_cast<uint32_t>(keep));
     taken = state.ring.Peek({state.visual_scratch.data(), wanted});
   }
   if (taken == 0) return S_FALSE;

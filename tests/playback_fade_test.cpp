@@ -165,6 +165,22 @@ TEST_F(StreamTest, OnlyADeviceWithVolumeFades) {
   EXPECT_EQ(Happened({"A.P", "A.R", "post"}), "A.Pause, A.Reset");
 }
 
+TEST_F(StreamTest, TheFaderGivesUpWhenTheDeviceRefusesVolume) {
+  OpenAndPlay();
+  stream_->Pause();
+  clock_.Advance(100);
+  const uint32_t start = clock_.TickMs();
+  journal_.Take();
+  device_setup_.volume = E_FAIL;
+  clock_.Advance(1000);
+  const std::vector<Journal::Entry> entries = journal_.Take();
+  // The fader's last step and its pause; then the stream's pause, the volume as it was, the report.
+  EXPECT_EQ(Journal::Filter(entries, {"A.Pause", "chain", "post"}),
+            "A.Pause, A.Pause, chain.Pause, post 20001");
+  EXPECT_EQ(Volumes(entries, 'A').size(), 2u);
+  EXPECT_NEAR(TimeOf(entries, "post 20001"), start + 10.0, 11);
+}
+
 TEST_F(StreamTest, DevicesWithoutAFaderActAtOnceButFadeIn) {
   for (const DeviceKind kind : {DeviceKind::kWaveOut, DeviceKind::kKernelStreaming, DeviceKind::kAsio}) {
     device_setup_.kind = kind;
