@@ -20,6 +20,7 @@ WORK = os.environ.get("MELORIN_SESSION_DIR", "/tmp")
 # A device block: what the chain delivers at once.
 BLOCK_FRAMES = 4096
 FADE_IN_MS = 300
+TRIES = 5
 
 
 def wine(program, *arguments, **options):
@@ -116,7 +117,9 @@ class EndToEnd(unittest.TestCase):
         first = (FADE_IN_MS + 100) * RATE // 1000
         offsets = sound.matching_segments(recording, reference, first, total)
         missing = [i for i, offset in enumerate(offsets) if offset is None]
-        self.assertEqual(missing, [], f"segments not found bit for bit; offsets {offsets}")
+        heard = f"{len(recording) // FRAME} frames recorded, sounding {sound.sounding(recording)}, " \
+                f"peak {sound.peak(recording)} of {sound.peak(reference)}"
+        self.assertEqual(missing, [], f"segments not found bit for bit; offsets {offsets}; {heard}")
         self.assertEqual(len(set(offsets)), 1, f"a gap: offsets {offsets}")
         start, end = sound.sounding(recording)
         want_start, want_end = sound.sounding(reference)
@@ -126,8 +129,8 @@ class EndToEnd(unittest.TestCase):
         self.assertEqual(end - offsets[0], want_end)
 
     def play_compared(self, path, device, reference):
-        # A machine whose cores are busy elsewhere can starve the mixer; three tries tell that from a fault.
-        for attempt in range(3):
+        # A machine whose cores are busy elsewhere can starve the mixer; several tries tell that from a fault.
+        for attempt in range(TRIES):
             recording, player, code = play_and_record(f"/device={device}", windows_path(path))
             self.assertEqual(code, 0, player.events())
             self.assertEqual(len(player.events("ended")), 1, player.events())
@@ -135,7 +138,7 @@ class EndToEnd(unittest.TestCase):
                 self.check_agreement(recording, reference)
                 return
             except AssertionError:
-                if attempt == 2:
+                if attempt == TRIES - 1:
                     raise
 
     def test_wav_directsound(self):

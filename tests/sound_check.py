@@ -94,17 +94,8 @@ def sounding(recording, threshold=1):
     return (loud[0] // 2, loud[-1] // 2 + 1) if loud else (0, 0)
 
 
-def difference(recording, at, reference):
-    """(largest, mean square) difference of the recording from frame `at` on to the reference."""
-    got = array.array("h", recording[at * FRAME: at * FRAME + len(reference)])
-    want = array.array("h", reference[: len(got) * 2])
-    largest = 0
-    square = 0
-    for a, b in zip(got, want):
-        d = a - b
-        largest = max(largest, abs(d))
-        square += d * d
-    return largest, square / max(1, len(got))
+def peak(frames):
+    return max(map(abs, array.array("h", frames)), default=0)
 
 
 def matching_segments(recording, reference, first_frame, last_frame, segment=RATE // 10):
