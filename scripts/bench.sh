@@ -58,6 +58,10 @@ run_programs() {
 selection=("$@")
 build host
 build windows
+# A minute of noise and tones as bench/decode_bench.cpp wants it.
+export MELORIN_BENCH_MP3=$results/minute.mp3
+sox -n -r 44100 -c 2 -b 16 "$results/minute.wav" synth 60 pinknoise mix sine 220 synth 60 sine amod 3 gain -8
+lame --quiet -b 192 "$results/minute.wav" "$MELORIN_BENCH_MP3"
 run_programs host
 export MELORIN_WINE_TIMEOUT=${MELORIN_WINE_TIMEOUT:-1800}
 run_programs windows scripts/wine.sh

@@ -57,8 +57,8 @@ def header():
     cores = len([l for l in open("/proc/cpuinfo", encoding="utf-8") if l.startswith("processor")])
     yield f"- date: {datetime.date.today().isoformat()}"
     yield f"- machine: {cpu_name()}, {cores} cores, {memory} MB, Linux {platform.release()}"
-    yield f"- native compiler: {first_line('clang++', '--version')}, -O3"
-    yield f"- Windows compiler: {first_line('i686-w64-mingw32-g++-posix', '--version')}, -O3 -msse2 -mfpmath=sse"
+    yield f"- native compiler: {first_line('clang++', '--version')}, -O2"
+    yield f"- Windows compiler: {first_line('i686-w64-mingw32-g++-posix', '--version')}, -O2 -msse2 -mfpmath=sse"
     yield f"- {first_line('wine', '--version')}"
     names = ("libmpg123-0", "mpg123", "sox", "ffmpeg", "libtag1v5", "libpugixml-dev", "libtinyxml2-dev")
     yield "- peers: " + ", ".join(version_of(name) for name in names)
