@@ -88,7 +88,13 @@ bool DeleteFileAt(const std::string& path_gbk);
 /// Puts `from` in the place of `to` in one step: afterwards `to` is the old or the new file, never a part.
 bool ReplaceFileAt(const std::string& from_gbk, const std::string& to_gbk);
 std::string FullPath(const std::string& path_gbk);  ///< The input when it cannot be resolved.
-std::string TempDirectory();                        ///< With a separator at the end.
+/// The full path of a name seen from a folder: absolute names (a drive letter or two backslashes; on the host
+/// a slash) are only tidied up, a name that begins with one separator is seen from the folder's drive. Does
+/// not touch the process's current folder.
+std::string FullPathFrom(const std::string& folder_gbk, const std::string& path_gbk);
+/// Seconds since 1970 (UTC) of the last change, cut to 32 bits; 0 when there is no such file.
+uint32_t FileTimeStamp(const std::string& path_gbk);
+std::string TempDirectory();  ///< With a separator at the end.
 /// A file (not a folder) of that name on the platform's module search path. Always false on the host.
 bool OnModuleSearchPath(const std::string& name_gbk);
 
