@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -38,11 +39,11 @@ class PlayListItem {
   uint32_t Subtrack() const { return subtrack_; }  ///< 0: the whole file.
 
   const std::string& TitleGbk() const { return title_gbk_; }  ///< Empty until known.
-  void SetTitle(std::string title_gbk) { title_gbk_ = std::move(title_gbk); }
+  void SetTitle(std::string title_gbk);
   int32_t DurationMs() const { return duration_ms_; }  ///< kUnknownDuration until known.
   void SetDuration(int32_t duration_ms) { duration_ms_ = duration_ms; }
-  const std::string& CodecGbk() const { return codec_gbk_; }  ///< "short|long"
-  void SetCodec(std::string codec_gbk) { codec_gbk_ = std::move(codec_gbk); }
+  const std::string& CodecGbk() const;  ///< "short|long"; empty until known.
+  void SetCodec(const std::string& codec_gbk);
   const StreamFormat& Format() const { return format_; }
   void SetFormat(const StreamFormat& format) { format_ = format; }
   uint32_t TimeStamp() const { return time_stamp_; }  ///< FileTimeStamp when it was read; 0: not read.
@@ -71,12 +72,12 @@ class PlayListItem {
   std::atomic<int32_t> references_{1};
   std::string path_gbk_;
   std::string title_gbk_;
-  std::string codec_gbk_;
+  std::shared_ptr<const std::string> codec_gbk_;  ///< Shared: whole lists have the same.
   int32_t duration_ms_ = kUnknownDuration;
   uint32_t subtrack_ = 0;
   StreamFormat format_;
   uint32_t time_stamp_ = 0;
-  std::string packed_tags_;  ///< name NUL value NUL …, one block for all: a list of 100,000 holds many.
+  std::string packed_tags_;  ///< One block for all (packed_tags.h): a list of 100,000 holds many.
 };
 
 using ItemRef = ComPtr<PlayListItem>;
@@ -95,6 +96,8 @@ class ItemCache {
 
  private:
   friend class PlayListItem;
+  /// Gives back what may be the last reference.
+  static void ReleaseLast(PlayListItem* item);
 };
 
 /// The file-name part of a path, which stands for a title that is not known.
