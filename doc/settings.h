@@ -88,7 +88,7 @@ struct PlaybackOptions {
   int32_t tracks_interval = 0;  ///< Seconds.
   int32_t thread_priority = 2;
   int32_t sound_fade_mode = 15;  ///< 1 play, 2 pause, 4 seek, 8 stop.
-  FadeDurations fade_duration = {300, 500, 800, 800};
+  FadeTimes fade_duration = {300, 500, 800, 800};
   int32_t auto_gain = 0;
   int32_t auto_scan_gain = 0;
   int32_t skip_scan_gain = 1;  ///< Files whose gain is known are not scanned again.

@@ -27,7 +27,7 @@ struct SettingsColour {
 };
 
 /// Milliseconds: play, pause, seek, stop.
-using FadeDurations = std::array<int32_t, 4>;
+using FadeTimes = std::array<int32_t, 4>;
 
 /// A font as the platform's record for ANSI programs has it, 60 bytes in the same order.
 struct FontRecord {
