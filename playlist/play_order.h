@@ -25,9 +25,17 @@ PlayMode PlayModeFrom(int32_t value);
 
 /// Returns a number from 0 up to but not including `bound` (>= 1).
 using RandomSource = std::function<uint32_t(uint32_t bound)>;
+/// A generator of good quality (not for secrets): every number below the bound is equally likely. The same
+/// seed gives the same numbers; the application seeds from the clock. Copies go on by themselves.
+RandomSource SeededRandom(uint64_t seed);
 
 /// The order of random mode: a permutation of the playing list's indexes and a position in it. Rebuilt when
 /// its size differs from the entry count or the position has left it. 100,000 entries take under 1 ms.
+///
+/// A rebuilt order stands at its first place, and the position moves before an entry is taken. So one round
+/// of Next gives every entry once: those from the second place on, then the first; the step after that
+/// rebuilds. Without a playing entry the whole order is shuffled. With one, that entry is exchanged with the
+/// first place and the places in between are shuffled; the last place keeps what it has, which is deliberate.
 class RandomOrder {
  public:
   explicit RandomOrder(RandomSource random);
@@ -54,8 +62,9 @@ struct AfterEnd {
   enum class Action { kStop, kReplay, kPlay, kEndOfList } action = Action::kStop;
   size_t index = 0;  ///< With kPlay.
 };
-/// kReplay: the current entry again, also when the list is empty. kEndOfList: mode kInOrder has played the
-/// last one.
+/// kReplay: the current entry again, also when the list is empty (kRepeatOne and kInOrder; the others stop).
+/// kEndOfList: mode kInOrder has played the last one. Without a playing entry kInOrder and kRepeatAll begin
+/// with the first.
 AfterEnd ChooseAfterEnd(PlayMode mode, size_t count, std::optional<size_t> playing, RandomOrder& order);
 
 /// The user's own next and previous; they always wrap. No entry when the list is empty.
