@@ -97,7 +97,9 @@ TEST(ItemCache, LastReleaseAndObtainOnOtherThreads) {
       if (!item) continue;
       ASSERT_EQ(item->PathGbk(), path);
       if (i % 16 == 0) item->SetTag("Artist", std::to_string(thread));
-      if (i % 16 == 8) EXPECT_LE(item->TagValue("Artist").size(), 1u);
+      if (i % 16 == 8) {
+        EXPECT_LE(item->TagValue("Artist").size(), 1u);
+      }
     }
   };
   {
