@@ -130,7 +130,16 @@ struct VisualSettings {
 /// "微软雅黑", of which the system takes another where it lacks it.
 FontRecord DefaultFont(int32_t height);
 
-struct LyricSettings {
+// What a profile holds as well (see doc/profile.h) is the base of its section.
+
+struct LyricLook {
+  FontRecord font = DefaultFont(-16);
+  SettingsColour text_color = {0x00737373};
+  SettingsColour hilight_color = {0x00B85C00};
+  SettingsColour bkgnd_color = {0x00FAFAFA};
+};
+
+struct LyricSettings : LyricLook {
   int32_t scroll_mode = 0;  ///< 0 upwards, 1 sideways.
   int32_t char_set = 0;     ///< 0 simplified, 1 traditional, as the lyric has it when negative.
   int32_t text_align = 1;   ///< 0 left, 1 centre, 2 right.
@@ -140,10 +149,6 @@ struct LyricSettings {
   int32_t karaoke_mode = 0;
   int32_t transparent = 0;
   int32_t trans_skin = 0;
-  FontRecord font = DefaultFont(-16);
-  SettingsColour text_color = {0x00737373};
-  SettingsColour hilight_color = {0x00B85C00};
-  SettingsColour bkgnd_color = {0x00FAFAFA};
   int32_t auto_load_lyric = 1;
   int32_t auto_save_lyric_tag = 0;
   int32_t auto_visible = 0;
@@ -168,7 +173,17 @@ struct LyricSettings {
   std::vector<std::string> folders_gbk = {kSongFolderEntryGbk, kDownloadFolderEntryGbk};
 };
 
-struct PlayListSettings {
+struct PlayListLook {
+  FontRecord font = DefaultFont(-12);
+  SettingsColour color_text = {0x00333333};
+  SettingsColour color_hilight = {0x00B85C00};
+  SettingsColour color_bkgnd = {0x00FFFFFF};
+  SettingsColour color_number = {0x00999999};
+  SettingsColour color_duration = {0x00777777};
+  SettingsColour color_bkgnd2 = {0x00F7F4F2};  ///< Of every second row.
+};
+
+struct PlayListSettings : PlayListLook {
   int32_t item_tips = 1;
   int32_t disable_del_file = 0;
   int32_t enable_drag_drop = 1;
@@ -180,13 +195,6 @@ struct PlayListSettings {
   int32_t tag_format = 0;  ///< Titles of files with tags are made by tag_title_format.
   std::string tag_title_format_gbk = "%(Artist) - %(Title)";
   std::string def_title_format_gbk = "%(Artist) - %(Title)";
-  FontRecord font = DefaultFont(-12);
-  SettingsColour color_text = {0x00333333};
-  SettingsColour color_hilight = {0x00B85C00};
-  SettingsColour color_bkgnd = {0x00FFFFFF};
-  SettingsColour color_number = {0x00999999};
-  SettingsColour color_duration = {0x00777777};
-  SettingsColour color_bkgnd2 = {0x00F7F4F2};  ///< Of every second row.
 };
 
 struct ConvertSettings {
@@ -201,11 +209,14 @@ struct ConvertSettings {
   int32_t thread_priority = 0;
 };
 
-struct EqualizerSettings {
+struct EqualizerCurve {
+  EqualizerBands custom;  ///< The user's own curve.
+};
+
+struct EqualizerSettings : EqualizerCurve {
   int32_t profile = 0;
   int32_t profile_last = 0;
   int32_t surround = 0;
-  EqualizerBands custom;   ///< The user's own curve.
   EqualizerBands current;  ///< What sounds.
 };
 
