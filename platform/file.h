@@ -89,10 +89,14 @@ bool DeleteFileAt(const std::string& path_gbk);
 bool ReplaceFileAt(const std::string& from_gbk, const std::string& to_gbk);
 std::string FullPath(const std::string& path_gbk);  ///< The input when it cannot be resolved.
 /// The full path of a name seen from a folder: absolute names (a drive letter or two backslashes; on the host
-/// a slash) are only tidied up, a name that begins with one separator is seen from the folder's drive. Does
-/// not touch the process's current folder.
+/// a slash) are only tidied up, a name that begins with one separator is seen from the folder's drive. "."
+/// and
+/// ".." are worked out in the text, never above the root; nothing is asked of the file system unless the
+/// folder is no full path itself. "c:song" is seen from the folder when that is on c:, else from the drive's
+/// root. Does not touch the process's current folder.
 std::string FullPathFrom(const std::string& folder_gbk, const std::string& path_gbk);
-/// Seconds since 1970 (UTC) of the last change, cut to 32 bits; 0 when there is no such file.
+/// Seconds since 1970 (UTC) of the last change, rounded down and cut to 32 bits; 0 when there is no
+/// such file.
 uint32_t FileTimeStamp(const std::string& path_gbk);
 std::string TempDirectory();  ///< With a separator at the end.
 /// A file (not a folder) of that name on the platform's module search path. Always false on the host.
@@ -101,7 +105,8 @@ bool OnModuleSearchPath(const std::string& name_gbk);
 /// "dir/name.ext" → ".ext" without the dot, as it is written; empty when the name has none.
 std::string_view PathExtension(std::string_view path_gbk);
 std::string_view PathFileName(std::string_view path_gbk);
-std::string_view PathDirectory(std::string_view path_gbk);  ///< Without the separator at the end.
+/// Without the separator at the end, unless that is all there is ("/", "c:\").
+std::string_view PathDirectory(std::string_view path_gbk);
 std::string JoinPath(std::string_view folder_gbk, std::string_view name_gbk);
 
 /// Writes a file beside its place and swaps it in; false leaves the old file as it was.

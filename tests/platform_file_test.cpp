@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "platform/file.h"
+#include "platform/folders.h"
 #include "platform/text.h"
 
 namespace melorin {
@@ -68,6 +70,99 @@ TEST_F(FileTest, ReadsAndWritesAtOffsets) {
   EXPECT_TRUE(file.SetSize(4));
   EXPECT_EQ(file.Size(), 4);
 }
+
+TEST_F(FileTest, TimeStampsAreWholeSecondsRoundedDown) {
+  const std::string path = Path("stamp");
+  ASSERT_TRUE(WriteFileSafely(path, Bytes("x")));
+  const std::filesystem::path name(Utf16FromGbk(path));
+  using namespace std::chrono;
+  struct {
+    milliseconds since_1970;
+    uint32_t stamp;
+  } cases[] = {{1'600'000'000'000ms, 1'600'000'000},
+               {1'600'000'000'999ms, 1'600'000'000},
+               {4'294'967'295'500ms, 0xFFFFFFFF},
+               {4'294'967'297'000ms, 1}};  // After 2106: cut, not stuck.
+  for (const auto& c : cases) {
+    const auto time = file_clock::from_sys(sys_time<milliseconds>(c.since_1970));
+    std::filesystem::last_write_time(name, time);
+    EXPECT_EQ(FileTimeStamp(path), c.stamp);
+  }
+  EXPECT_EQ(FileTimeStamp(folder_), 0u);
+  EXPECT_EQ(FileTimeStamp(Path("missing")), 0u);
+}
+
+TEST_F(FileTest, WritableFoldersAreTriedAndLeftClean) {
+  const size_t before = ListDirectory(folder_).size();
+  EXPECT_TRUE(IsWritableFolder(folder_));
+  EXPECT_EQ(ListDirectory(folder_).size(), before);
+  EXPECT_FALSE(IsWritableFolder(Path("missing")));
+  const std::string file = Path("a file");
+  ASSERT_TRUE(WriteFileSafely(file, {}));
+  EXPECT_FALSE(IsWritableFolder(file));
+#if !defined(_WIN32)
+  EXPECT_FALSE(IsWritableFolder("/proc"));
+#endif
+}
+
+TEST(Folders, OfTheProgramAndTheUser) {
+  EXPECT_TRUE(DirectoryExists(ProgramFolder()));
+  EXPECT_NE(ProgramFolder().back(), kPathSeparator);
+  EXPECT_FALSE(UserDataFolder().empty());
+#if !defined(_WIN32)
+  EXPECT_EQ(ResolveShortcut("/tmp/some.lnk"), "");
+#endif
+}
+
+TEST(Path, FullPathFromAFolder) {
+  struct {
+    const char* folder;
+    const char* path;
+    const char* full;
+  } cases[] = {
+#if defined(_WIN32)
+    {"c:\\music\\lists", "a.mp3", "c:\\music\\lists\\a.mp3"},
+    {"c:\\music\\lists\\", "sub/b\\a.mp3", "c:\\music\\lists\\sub\\b\\a.mp3"},
+    {"c:\\music", ".\\..\\x\\.\\a.mp3", "c:\\x\\a.mp3"},
+    {"c:\\music", "..\\..\\..\\a.mp3", "c:\\a.mp3"},
+    {"c:\\music", "\\a.mp3", "c:\\a.mp3"},
+    {"c:\\music", "/a.mp3", "c:\\a.mp3"},
+    {"c:", "a.mp3", "c:\\a.mp3"},
+    {"c:\\", "a.mp3", "c:\\a.mp3"},
+    {"c:\\music", "D:\\x\\..\\a.mp3", "D:\\a.mp3"},
+    {"c:\\music", "d:/x//a.mp3", "d:\\x\\a.mp3"},
+    {"c:\\music", "C:a.mp3", "c:\\music\\a.mp3"},
+    {"c:\\music", "d:a.mp3", "d:\\a.mp3"},
+    {"c:\\music", "d:", "d:\\"},
+    {"c:\\music", "\\\\nas\\share\\..\\..\\a.mp3", "\\\\nas\\share\\a.mp3"},
+    {"\\\\nas\\share\\lists", "..\\..\\a.mp3", "\\\\nas\\share\\a.mp3"},
+    {"\\\\nas\\share\\lists", "\\a.mp3", "\\\\nas\\share\\a.mp3"},
+    {"c:\\music", "\\\\?\\c:\\x\\..\\a.", "\\\\?\\c:\\x\\..\\a."},
+    // Second bytes that look like a backslash: of the name, of the last name and of the folder.
+    {"c:\\\x95\x5C", "\x95\x5C\\..\\\x81\x5C.mp3", "c:\\\x95\x5C\\\x81\x5C.mp3"},
+    {"c:\\\x95\x5C", "..\\\x81\x5C", "c:\\\x81\x5C"},
+    {"\\\\\x95\x5C\\\x95\x5C\\x", "\\a", "\\\\\x95\x5C\\\x95\x5C\\a"},
+#else
+    {"/music/lists", "a.mp3", "/music/lists/a.mp3"},
+    {"/music/lists/", "../../../x/./a.mp3", "/x/a.mp3"},
+    {"/music", "/x/../a.mp3", "/a.mp3"},
+    {"/music", "b\\a.mp3", "/music/b\\a.mp3"},  // Just a letter here.
+    {"/music", "\x95\x5C/../\x81\x5C.mp3", "/music/\x81\x5C.mp3"},
+    {"/", "..", "/"},
+#endif
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(FullPathFrom(c.folder, c.path), c.full) << c.folder << " + " << c.path;
+  EXPECT_EQ(FullPathFrom("", "a.mp3"), JoinPath(FullPath("."), "a.mp3"));
+}
+
+#if defined(_WIN32)
+TEST(Path, FolderOfAFileInADrivesRoot) {
+  EXPECT_EQ(PathDirectory("c:\\a.mp3"), "c:\\");
+  EXPECT_EQ(JoinPath(PathDirectory("c:\\a.mp3"), "b.mp3"), "c:\\b.mp3");
+  EXPECT_EQ(PathDirectory("c:a.mp3"), "c:");
+}
+#endif
 
 TEST(Path, PartsOfNames) {
   const std::string separator(1, kPathSeparator);

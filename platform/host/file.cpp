@@ -220,6 +220,12 @@ std::string FullPath(const std::string& path_gbk) {
   return lossy ? path_gbk : full;
 }
 
+uint32_t FileTimeStamp(const std::string& path_gbk) {
+  struct stat info;
+  if (!Stat(path_gbk, info) || S_ISDIR(info.st_mode)) return 0;
+  return static_cast<uint32_t>(info.st_mtim.tv_sec);
+}
+
 std::string TempDirectory() {
   const char* folder = std::getenv("TMPDIR");
   std::string path = folder && *folder ? GbkFromUtf8(folder) : std::string("/tmp");

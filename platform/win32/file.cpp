@@ -7,21 +7,10 @@
 #include <utility>
 
 #include "platform/text.h"
+#include "platform/win32/wide_path.h"
 
 namespace melorin {
 namespace {
-
-/// Empty when the bytes cannot be a name, and then no file has it.
-std::wstring WidePath(const std::string& path_gbk) {
-  bool lossy = false;
-  const std::u16string path = Utf16FromGbk(path_gbk, &lossy);
-  if (lossy || path.find(u'\0') != std::u16string::npos) return {};
-  return {path.begin(), path.end()};
-}
-
-std::string GbkName(const wchar_t* name, bool& lossy) {
-  return GbkFromUtf16(reinterpret_cast<const char16_t*>(name), &lossy);
-}
 
 HANDLE Handle(intptr_t value) {
   return reinterpret_cast<HANDLE>(value);
@@ -235,6 +224,21 @@ std::string FullPath(const std::string& path_gbk) {
   bool lossy = false;
   std::string gbk = GbkName(full.c_str(), lossy);
   return lossy ? path_gbk : gbk;
+}
+
+uint32_t FileTimeStamp(const std::string& path_gbk) {
+  const std::wstring path = WidePath(path_gbk);
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (path.empty() || !GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
+  if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return 0;
+  constexpr int64_t kUnixEpoch = 116444736000000000;  // In units of 100 ns since 1601.
+  constexpr int64_t kUnitsPerSecond = 10000000;
+  const int64_t units =
+      (static_cast<int64_t>(data.ftLastWriteTime.dwHighDateTime) << 32 | data.ftLastWriteTime.dwLowDateTime) -
+      kUnixEpoch;
+  // Down, before 1970 as well, as the host's whole seconds are.
+  const int64_t below = units % kUnitsPerSecond < 0 ? 1 : 0;
+  return static_cast<uint32_t>(units / kUnitsPerSecond - below);
 }
 
 std::string TempDirectory() {
