@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/com_ptr.h"
@@ -40,6 +41,10 @@ class Playlist {
   void Insert(size_t index, ItemRef item);  ///< At the end when index is past it.
   void Remove(size_t index);                ///< Nothing past the end.
   void Replace(std::vector<ItemRef> items) { items_ = std::move(items); }
+  /// The same, and returns what was there.
+  std::vector<ItemRef> Exchange(std::vector<ItemRef> items) {
+    return std::exchange(items_, std::move(items));
+  }
   void Clear() { items_.clear(); }
   void Reserve(size_t count) { items_.reserve(count); }
   /// Cuts the list to `count` entries (never makes it longer) and gives spare memory back.
