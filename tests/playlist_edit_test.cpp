@@ -364,7 +364,9 @@ TEST(ListHistory, RandomEditsAreTakenBackAndDoneAgain) {
       ASSERT_EQ(Letters(list->Items()), states[at]);
       ASSERT_EQ(edit->count_after, list->Size());
       for (size_t i = 0; i < before.size(); ++i)
-        if (const auto index = edit->NewIndex(i)) ASSERT_EQ(list->At(*index).get(), before[i].get());
+        if (const auto index = edit->NewIndex(i)) {
+          ASSERT_EQ(list->At(*index).get(), before[i].get());
+        }
     }
   }
   EXPECT_EQ(ItemCache::Size(), 0u);
