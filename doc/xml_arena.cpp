@@ -28,9 +28,9 @@ char* XmlArena::AllocateFromNewChunk(Region& region, size_t bytes) {
   return memory;
 }
 
-const char* XmlArena::StoreText(std::string_view text) {
+const char* XmlArena::StoreText(Region& region, std::string_view text) {
   if (text.size() > XmlString::kMaxBytes - 64) return nullptr;
-  char* record = Allocate(texts_, XmlString::kHeaderBytes + text.size());
+  char* record = Allocate(region, XmlString::kHeaderBytes + text.size());
   if (record == nullptr) return nullptr;
   XmlString::WriteHeader(record, text.size());
   xml::CopyShort(record + XmlString::kHeaderBytes, text.data(), text.size());
@@ -45,6 +45,7 @@ void XmlArena::Reset() {
   }
   nodes_ = {};
   texts_ = {};
+  names_region_ = {};
   names_ = {};
 }
 

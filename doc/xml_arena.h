@@ -28,7 +28,7 @@ class XmlArena {
     return Allocate(nodes_, (bytes + mask) & ~mask);
   }
   /// A copy of `text` as a record of XmlString. Null when memory runs out or the text is too long.
-  const char* StoreText(std::string_view text);
+  const char* StoreText(std::string_view text) { return StoreText(texts_, text); }
   /// The same for element and attribute names, which repeat: an equal name stored lately is shared.
   const char* StoreName(std::string_view name) {
     if (name.empty()) return StoreText(name);
@@ -41,7 +41,7 @@ class XmlArena {
       if (length == name.size() && xml::EqualShort(slot + XmlString::kHeaderBytes, name.data(), length))
         return slot;
     }
-    const char* record = StoreText(name);
+    const char* record = StoreText(names_region_, name);
     if (record != nullptr) slot = record;
     return record;
   }
@@ -58,6 +58,20 @@ class XmlArena {
     XmlString::WriteHeader(record, static_cast<size_t>(end - record) - XmlString::kHeaderBytes);
     texts_.cursor = end;
     return record;
+  }
+  /// How much is in use. Names do not count.
+  struct Mark {
+    char* nodes;
+    char* nodes_end;
+    char* texts;
+    char* texts_end;
+  };
+  Mark Here() const { return {nodes_.cursor, nodes_.end, texts_.cursor, texts_.end}; }
+  /// Makes room for new nodes and texts of what was taken since the mark, as far as it lies in the open
+  /// chunks.
+  void RollBack(const Mark& mark) {
+    if (nodes_.end == mark.nodes_end) nodes_.cursor = mark.nodes;
+    if (texts_.end == mark.texts_end) texts_.cursor = mark.texts;
   }
   /// Frees everything.
   void Reset();
@@ -76,6 +90,7 @@ class XmlArena {
   static constexpr size_t kLastChunkBytes = 64 * 1024;
   static constexpr size_t kNameSlots = 64;
 
+  const char* StoreText(Region& region, std::string_view text);
   char* NewChunk(size_t bytes);
   char* Allocate(Region& region, size_t bytes) {
     if (bytes > region.Room()) return AllocateFromNewChunk(region, bytes);
@@ -87,7 +102,8 @@ class XmlArena {
 
   Chunk* chunks_ = nullptr;
   Region nodes_;
-  Region texts_;  // Apart from the nodes: texts need no alignment.
+  Region texts_;         // Apart from the nodes: texts need no alignment.
+  Region names_region_;  // Shared names outlive the element that brought them.
   std::array<const char*, kNameSlots> names_{};
 };
 

@@ -41,6 +41,11 @@ class XmlParseObserver {
   /// After the start tag with all attributes, before the content.
   virtual void OnElementStart(std::string_view name, XmlElement& element) = 0;
   virtual void OnElementEnd(std::string_view name) = 0;
+  /// True: every element below the root leaves the tree when its end was reported, and its memory is used
+  /// again. So a document of any length is read in the memory of one element. Asked once a parse.
+  virtual bool DropsElements() const { return false; }
+  /// Asked after each OnElementStart; true ends the parse there. That fails it, but without an error code.
+  virtual bool Stops() const { return false; }
 };
 
 class XmlDocument final : public XmlNode {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace melorin {
 
@@ -45,6 +46,7 @@ class XmlStringOutput final : public XmlOutput {
   /// False also when memory runs out.
   bool Write(const char* text, ptrdiff_t length) override;
   const std::string& Text() const { return text_; }
+  std::string TakeText() { return std::move(text_); }
   /// True when any write failed.
   bool Failed() const { return failed_; }
 

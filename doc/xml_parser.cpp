@@ -231,12 +231,16 @@ inline XmlParser::StartTag XmlParser::ParseStartTag(const char* p, XmlElement& e
       if (p + 1 == end_ || p[1] != '>') return Fail(XmlError::kEmptyTag), failed;
       if (observer != nullptr) {
         observer->OnElementStart(element.Name(), element);
+        if (observer->Stops()) return failed;
         observer->OnElementEnd(element.Name());
       }
       return {Tag::kEmpty, p + 2};
     }
     if (*p == '>') {
-      if (observer != nullptr) observer->OnElementStart(element.Name(), element);
+      if (observer != nullptr) {
+        observer->OnElementStart(element.Name(), element);
+        if (observer->Stops()) return failed;
+      }
       return {Tag::kOpen, p + 1};
     }
     p = ParseAttributeInto(p, element);
@@ -258,9 +262,23 @@ const char* XmlParser::ParseElement(const char* p, XmlElement& root) {
   return start.tag == Tag::kOpen ? ParseContent(start.next, root) : start.next;
 }
 
+/// Takes the last child, which was made since the mark, out of the tree and its memory back.
+void XmlParser::DropLastChild(XmlNode& parent, const XmlArena::Mark& mark) {
+  XmlNode* const child = parent.last_child_;
+  if (document_->only_arena_) {  // Nothing in it has memory of its own.
+    parent.last_child_ = child->previous_;
+    (parent.last_child_ == nullptr ? parent.first_child_ : parent.last_child_->next_) = nullptr;
+  } else {
+    parent.RemoveChild(child);
+  }
+  document_->arena_.RollBack(mark);
+}
+
 /// Reads from just after the root's start tag to just after its end tag.
 const char* XmlParser::ParseContent(const char* p, XmlElement& root) {
   XmlNode* open = &root;  // The element whose content is being read.
+  const bool drops =
+      document_ != nullptr && document_->observer_ != nullptr && document_->observer_->DropsElements();
   for (;;) {
     p = xml::SkipSpace(p, end_);
     if (p != end_ && *p != '<') p = ParseTextInto(p, *open);
@@ -269,13 +287,23 @@ const char* XmlParser::ParseContent(const char* p, XmlElement& root) {
       p = ParseEndTag(p, static_cast<XmlElement&>(*open));
       if (p == nullptr || open == &root) return p;
       open = open->parent_;
+      if (drops) {
+        DropLastChild(*open, marks_.back());
+        marks_.pop_back();
+      }
     } else if (IsElement(p)) {
+      if (drops) marks_.push_back(document_->arena_.Here());
       auto* element = factory_.New<XmlElement>();
       if (element == nullptr) throw std::bad_alloc();
       open->Append(element);
       const StartTag start = ParseStartTag(p, *element);
       if (start.tag == Tag::kFailed) return nullptr;
-      if (start.tag == Tag::kOpen) open = element;
+      if (start.tag == Tag::kOpen) {
+        open = element;
+      } else if (drops) {
+        DropLastChild(*open, marks_.back());
+        marks_.pop_back();
+      }
       p = start.next;
     } else {
       p = ParseLeafInto(p, *open);

@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "doc/xml_document.h"
 #include "doc/xml_factory.h"
@@ -48,6 +49,7 @@ class XmlParser {
   const char* ParseAttributeInto(const char* p, XmlElement& element);
   const char* ParseContent(const char* p, XmlElement& root);
   const char* ParseEndTag(const char* p, const XmlElement& element);
+  void DropLastChild(XmlNode& parent, const XmlArena::Mark& mark);
   const char* ParseTextInto(const char* p, XmlNode& parent);
   const char* ParseLeafInto(const char* p, XmlNode& parent);
   template <class Node>
@@ -73,6 +75,7 @@ class XmlParser {
   const char* attribute_stop_ = nullptr;  // Where the attribute that failed was being read.
   std::string scratch_;                   // A value with entities decoded or white space condensed.
   std::string converted_;                 // A value in UTF-8.
+  std::vector<XmlArena::Mark> marks_;     // Of the open elements, when elements are dropped.
 };
 
 }  // namespace melorin

@@ -25,6 +25,10 @@ class XmlPrinter {
   /// The compact form.
   void Stream(const XmlNode& root);
   void Attribute(const XmlAttribute& attribute);
+  /// For documents that are written without being a tree first: text with and without its special characters
+  /// replaced.
+  void Escaped(std::string_view text);
+  void Text(std::string_view text);
 
  private:
   static constexpr size_t kBufferBytes = 4096;
@@ -34,8 +38,6 @@ class XmlPrinter {
   void Leaf(const XmlNode& node);
   void Declaration(const XmlDeclaration& declaration);
   void EndTag(const XmlNode& element);
-  void Escaped(std::string_view text);
-  void Text(std::string_view text);
   void NewLine() { Text("\r\n"); }
   void Tabs(int count);
   void Flush();
