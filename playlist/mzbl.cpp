@@ -36,7 +36,7 @@ class Cursor {
     return true;
   }
   bool Take(std::string_view& out) {
-    uint32_t length;
+    uint32_t length = 0;
     if (!Take(length) || length > rest_.size()) return false;  // A negative count is a huge one here.
     out = rest_.substr(0, length);
     rest_.remove_prefix(length);
@@ -53,10 +53,10 @@ struct Header {
 };
 
 bool TakeHeader(Cursor& cursor, Header& header) {
-  uint32_t version;
-  uint32_t code_page;
+  uint32_t version = 0;
+  uint32_t code_page = 0;
   if (!cursor.Rest().starts_with(kMagic)) return false;
-  uint32_t magic;
+  uint32_t magic = 0;
   cursor.Take(magic);
   if (!cursor.Take(version) || version != kVersion || !cursor.Take(code_page)) return false;
   if (code_page != kCodePageUtf8 && code_page != kCodePageGbk) return false;
@@ -83,7 +83,7 @@ bool TakeEntry(Cursor& cursor, Entry& entry) {
   if (has(kMzblSubtrack) && !cursor.Take(entry.subtrack)) return false;
   if (has(kMzblTitle) && !cursor.Take(entry.title)) return false;
   if (has(kMzblDuration)) {
-    uint32_t duration;
+    uint32_t duration = 0;
     if (!cursor.Take(duration)) return false;
     entry.duration_ms = static_cast<int32_t>(duration);
   }
@@ -95,7 +95,7 @@ bool TakeEntry(Cursor& cursor, Entry& entry) {
       return false;
   }
   if (has(kMzblTags)) {
-    uint16_t count;
+    uint16_t count = 0;
     const Cursor begin = cursor;
     if (!cursor.Take(count)) return false;
     std::string_view text;
@@ -141,7 +141,7 @@ class Reader {
 
   void SetTags(PlayListItem& item, Cursor cursor) {
     fields_.Clear();
-    uint16_t count;
+    uint16_t count = 0;
     cursor.Take(count);
     for (size_t i = 0; i < count; ++i) {
       std::string_view name;
