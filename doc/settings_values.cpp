@@ -232,6 +232,7 @@ bool ParseSetting(std::string_view text, FontRecord* out) {
 }
 
 bool ParseSetting(std::string_view text, std::string* out_gbk) {
+  text = text.substr(0, text.find('\0'));
   if (text.empty()) return false;
   *out_gbk = GbkFromUtf8(text);
   return true;

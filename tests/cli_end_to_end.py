@@ -331,6 +331,24 @@ class EndToEnd(unittest.TestCase):
         self.assert_fails(run("xml", self.folder), 1, "folder")
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "no device that is always full")
+    def test_config_writes_back_what_it_read(self):
+        name = self.text("a.xml", '<?xml version="1.0" encoding="GB2312"?><melorin version="9"><Player Volume="7" '
+                         'PlayingFile="\u6b4c"/><Player/><Lyric TextColor="blue"/></melorin>'.encode("gbk"))
+        first = run("config", name)
+        self.assertEqual(first.returncode, 0)
+        self.assertIn(b'<melorin \r\n\tversion="9">\r\n\t<Player \r\n', first.stdout)
+        self.assertIn(b'\r\n\t\tVolume="7" \r\n', first.stdout)
+        self.assertIn('PlayingFile="\u6b4c"'.encode(), first.stdout)
+        self.assertEqual(first.errors, ["melorin-cli: " + name + ": " + what for what in (
+            "Lyric.TextColor: the value is malformed", "Player: a second section of that name")])
+        again = run("config", self.text("b.xml", first.stdout), "--output", self.path("c.xml"))
+        self.assertEqual((again.returncode, again.stdout, again.errors), (0, b"", []))
+        with open(self.path("c.xml"), "rb") as written:
+            self.assertEqual(written.read(), first.stdout)
+        foreign = run("config", self.text("d.xml", b"<other/>"))
+        self.assertEqual(foreign.returncode, 1)
+        self.assertEqual(foreign.stdout, b"")
+
     def test_lost_output_is_an_error(self):
         path = self.text("a.xml", b"<a/>")
         self.wave("a.wav")

@@ -17,6 +17,7 @@
 #include "doc/settings_values.h"
 #include "doc/xml_document.h"
 #include "platform/file.h"
+#include "platform/folders.h"
 
 namespace melorin {
 namespace {
@@ -451,6 +452,22 @@ TEST(SettingsRegistry, TheProbeIsAskedForTheKeyAndRemembered) {
   EXPECT_EQ(asked, "SOFTWARE\\Quorvant");
   EXPECT_TRUE(settings.registry_writable);
   EXPECT_FALSE(Settings().registry_writable);
+}
+
+TEST_F(SettingsFiles, LieBesideTheProgramWhereThatCanBeWritten) {
+  EXPECT_EQ(DataFolder(folder_.string(), Path("user")), folder_.string());
+  EXPECT_FALSE(DirectoryExists(Path("user")));
+  const std::string elsewhere = JoinPath(Path("user"), "Melorin");
+  EXPECT_EQ(DataFolder(Path("none"), Path("user")), elsewhere);
+  EXPECT_TRUE(IsWritableFolder(elsewhere));
+  EXPECT_EQ(DataFolder(Path("none"), ""), Path("none"));
+  EXPECT_EQ(SettingsPath(elsewhere), JoinPath(elsewhere, "melorin.xml"));
+  Settings settings;
+  FillFolders(settings, elsewhere);
+  EXPECT_EQ(settings.lyric.down_load_folder_gbk, JoinPath(elsewhere, "Lyrics"));
+  settings.lyric.down_load_folder_gbk = "own";
+  FillFolders(settings, elsewhere);
+  EXPECT_EQ(settings.lyric.down_load_folder_gbk, "own");
 }
 
 TEST_F(SettingsFiles, ProfilesHoldTheirGroupAndTakeItFromAnyConfiguration) {
