@@ -31,14 +31,17 @@ HRESULT OpenForChain(std::unique_ptr<PlaybackChain> chain, const PlaybackSetting
   return result;
 }
 
-HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, const PlaybackSettings& settings,
-                     void* window, Clock& clock, ComPtr<PlaybackStream>* out, DeviceFactory* factory) {
+HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, uint32_t flags,
+                     const PlaybackSettings& settings, void* window, Clock& clock,
+                     ComPtr<PlaybackStream>* out, DeviceFactory* factory, OpenStep* failed_at) {
+  if (failed_at) *failed_at = OpenStep::kSource;
   if (!out) return E_INVALIDARG;
   out->Reset();
   if (!path || !*path) return E_INVALIDARG;
   std::unique_ptr<SourceChain> chain;
-  const HRESULT result = SourceChain::Open(library, path, 0, &chain);
+  const HRESULT result = SourceChain::Open(library, path, flags, &chain);
   if (FAILED(result)) return result;
+  if (failed_at) *failed_at = OpenStep::kDevice;
   return OpenForChain(std::move(chain), settings, window, clock, out, factory);
 }
 

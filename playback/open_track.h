@@ -12,10 +12,15 @@
 
 namespace melorin {
 
+/// Where opening a track failed: at its file or at the device.
+enum class OpenStep { kSource, kDevice };
+
 /// Opens the file, chooses the output format (the chain's channels and rate, the width that "OutputBits" asks
 /// for), plans the buffer ("BufferDuration"), opens the device that "DeviceType" names and makes the stream
 /// with "Dither". Volume, balance, fades and priority are left to the caller, who knows whether to play.
+/// flags: those of SoundLibrary::OpenSource; SubtrackFlags selects a track of a file that holds several.
 /// window: the main window's handle, null for the desktop. factory: null opens the platform's devices.
+/// failed_at, when given, receives the step that failed.
 ///
 /// On failure `out` is empty and nothing stays open: E_INVALIDARG without a path or `out`; E_OUTOFMEMORY;
 /// E_NOTIMPL when no reader or decoder takes the file or the device kind is not there; else the failure of
@@ -25,9 +30,10 @@ namespace melorin {
 /// A device that disappears while playing is replaced by silence that keeps time (see WatchDevice): the track
 /// runs to its end, and the next one opens a device anew. Thread: the UI thread. The library and the clock
 /// must outlive the stream.
-HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, const PlaybackSettings& settings,
-                     void* window, Clock& clock, ComPtr<PlaybackStream>* out,
-                     DeviceFactory* factory = nullptr);
+HRESULT OpenForTrack(const SoundLibrary& library, const WideChar* path, uint32_t flags,
+                     const PlaybackSettings& settings, void* window, Clock& clock,
+                     ComPtr<PlaybackStream>* out, DeviceFactory* factory = nullptr,
+                     OpenStep* failed_at = nullptr);
 
 /// The same for a chain that is set up already, which it takes over; E_INVALIDARG without one.
 HRESULT OpenForChain(std::unique_ptr<PlaybackChain> chain, const PlaybackSettings& settings, void* window,

@@ -248,16 +248,16 @@ TEST(OpenTrack, FailuresLeaveNothingOpen) {
   ASSERT_EQ(library.Start(""), S_OK);
   const PlaybackSettings settings;
   EXPECT_EQ(
-      OpenForTrack(library, nullptr, settings, nullptr, SystemClock(), std::addressof(stream), &factory),
+      OpenForTrack(library, nullptr, 0, settings, nullptr, SystemClock(), std::addressof(stream), &factory),
       E_INVALIDARG);
   EXPECT_EQ(
-      OpenForTrack(library, AsWide(u""), settings, nullptr, SystemClock(), std::addressof(stream), &factory),
+      OpenForTrack(library, AsWide(u""), 0, settings, nullptr, SystemClock(), std::addressof(stream), &factory),
       E_INVALIDARG);
   const size_t before = factory.attempts.size();
-  EXPECT_LT(OpenForTrack(library, AsWide(u"/nowhere/missing.wav"), settings, nullptr, SystemClock(),
+  EXPECT_LT(OpenForTrack(library, AsWide(u"/nowhere/missing.wav"), 0, settings, nullptr, SystemClock(),
                          std::addressof(stream), &factory),
             0);
-  EXPECT_LT(OpenForTrack(library, AsWide(u"/tmp"), settings, nullptr, SystemClock(), std::addressof(stream),
+  EXPECT_LT(OpenForTrack(library, AsWide(u"/tmp"), 0, settings, nullptr, SystemClock(), std::addressof(stream),
                          &factory),
             0);
   EXPECT_EQ(factory.attempts.size(), before) << "no device is opened for a file that cannot be played";

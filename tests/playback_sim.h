@@ -311,6 +311,7 @@ struct ChainSetup {
   std::atomic<bool> empty_blocks{false};
   std::atomic<HRESULT> start{S_OK}, seek{S_OK}, end{S_FALSE};
   std::atomic<int> alive{0};
+  SoundSource* source = nullptr;
 };
 
 inline float SimSample(uint32_t frame, uint32_t channel) {
@@ -361,7 +362,7 @@ class SimChain final : public PlaybackChain {
     journal_.Add("chain.Stop");
     return S_OK;
   }
-  SoundSource* Source() const override { return nullptr; }
+  SoundSource* Source() const override { return setup_.source; }
 
  private:
   Journal& journal_;

@@ -1,0 +1,453 @@
+// SPDX-License-Identifier: MIT
+#include "playback/player_control.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "platform/file.h"
+#include "platform/text.h"
+#include "sound/sheet_tracks.h"
+#include "tags/tag_set.h"
+
+namespace melorin {
+namespace {
+
+constexpr uint32_t kShortestAfterEndMs = 50;
+constexpr uint32_t kShortestAfterFailureMs = 100;
+constexpr uint32_t kExitExtraMs = 500;
+constexpr uint32_t kExitStepMs = 20;
+constexpr int32_t kLongestIntervalSeconds = 24 * 60 * 60;
+constexpr char kCdCodec[] = "CD|CD Audio";
+constexpr char16_t kGainField[] = u"replaygain_track_gain";
+constexpr char kGainFieldUtf8[] = "replaygain_track_gain";
+
+std::u16string TakeText(WideChar* text) {
+  std::u16string copy = text ? AsChar16(text) : u"";
+  CoTaskMemFree(text);
+  return copy;
+}
+
+ComPtr<TagSet> TagsOf(SoundSource& source) {
+  ComPtr<TagSet> tags;
+  if (FAILED(source.QueryInterface(kIidTagSet, tags.ReceiveVoid()))) tags.Reset();
+  return tags;
+}
+
+TagFields FieldsOf(SoundSource& source) {
+  TagFields fields;
+  const ComPtr<TagSet> tags = TagsOf(source);
+  uint32_t count = 0;
+  if (!tags || FAILED(tags->GetCount(&count))) return fields;
+  for (uint32_t i = 0; i < count; ++i) {
+    WideChar* name = nullptr;
+    WideChar* value = nullptr;
+    if (FAILED(tags->GetField(i, &name, &value))) break;
+    const std::u16string name_text = TakeText(name);
+    fields.Add(Utf8FromUtf16(name_text), Utf8FromUtf16(TakeText(value)));
+  }
+  return fields;
+}
+
+uint32_t NotNegative(int32_t value) {
+  return static_cast<uint32_t>(std::max(value, 0));
+}
+
+FadeDurations FadesOf(const PlaybackSettings& settings) {
+  return {settings.fade_duration[0], settings.fade_duration[1], settings.fade_duration[2],
+          settings.fade_duration[3]};
+}
+
+}  // namespace
+
+TrackOpener OpenerFor(const SoundLibrary& library, Clock& clock) {
+  return [&library, &clock](const PlayListItem& item, const PlaybackSettings& settings, void* window,
+                            ComPtr<PlaybackStream>* out, OpenStep* failed_at) {
+    return OpenForTrack(library, AsWide(Utf16FromGbk(item.PathGbk()).c_str()), SubtrackFlags(item.Subtrack()),
+                        settings, window, clock, out, nullptr, failed_at);
+  };
+}
+
+PlaybackSettings MakePlaybackSettings(const Settings& settings) {
+  PlaybackSettings result;
+  result.device_type = settings.device.device_type;
+  result.output_bits = NotNegative(settings.device.output_bits);
+  result.buffer_duration = NotNegative(settings.device.buffer_duration);
+  result.hardware_buffer = settings.device.hardware_buffer != 0;
+  result.create_primary = settings.device.create_primary != 0;
+  result.dither = std::clamp(settings.device.dither, 0, 4);
+  result.volume = std::clamp(settings.player.volume, 0, 100);
+  result.balance = std::clamp(settings.player.balance, -100, 100);
+  result.mute = settings.player.mute != 0;
+  result.thread_priority = settings.playback.thread_priority;
+  result.sound_fade_mode = settings.playback.sound_fade_mode & kFadeAll;
+  for (size_t i = 0; i < result.fade_duration.size(); ++i)
+    result.fade_duration[i] = NotNegative(settings.playback.fade_duration[i]);
+  return result;
+}
+
+PlayerControl::PlayerControl(Parts parts)
+    : host_(parts.host),
+      listener_(parts.listener),
+      settings_(parts.settings),
+      open_(std::move(parts.open)),
+      clock_(parts.clock),
+      order_(std::move(parts.random)) {}
+
+PlayerControl::~PlayerControl() {
+  Drop(current_);
+  Drop(fading_);
+}
+
+void PlayerControl::Post(uint32_t message, uint32_t event, PlaybackStream* stream) {
+  host_.PostStreamEvent(message, event, stream);
+}
+
+uint32_t PlayerControl::PositionMs() const {
+  if (!current_ || state_ == PlayState::kStopped) return 0;
+  return std::min(current_->GetPositionMs(), duration_ms_);
+}
+
+void PlayerControl::SetState(PlayState state) {
+  if (state_ == state) return;
+  state_ = state;
+  listener_.OnStateChanged(state);
+}
+
+void PlayerControl::StartTimer(uint32_t shortest_ms) {
+  const int32_t seconds = std::clamp(settings_.playback.tracks_interval, 0, kLongestIntervalSeconds);
+  next_due_ = true;
+  host_.StartNextTimer(std::max(static_cast<uint32_t>(seconds) * 1000, shortest_ms));
+}
+
+void PlayerControl::CancelTimer() {
+  if (next_due_) host_.StopNextTimer();
+  next_due_ = false;
+}
+
+// ---- opening
+
+void PlayerControl::SetPlayingList(ComPtr<Playlist> list, std::optional<size_t> index) {
+  list_ = std::move(list);
+  index_ = index && *index < Count() ? index : std::nullopt;
+  gap_.reset();
+  first_failed_.reset();
+  order_.Reset();
+}
+
+bool PlayerControl::OpenEntry(size_t index, bool play_now) {
+  first_failed_.reset();
+  return OpenAt(index, play_now);
+}
+
+bool PlayerControl::OpenAt(size_t index, bool play_now) {
+  if (index >= Count()) return false;
+  index_ = index;
+  gap_.reset();
+  return OpenItem(list_->At(index), play_now);
+}
+
+bool PlayerControl::OpenItem(ItemRef item, bool play_now) {
+  CancelTimer();
+  Leave();
+  item_ = std::move(item);
+  TrackFailure failure = TrackFailure::kFile;
+  const HRESULT result = OpenStream(play_now, failure);
+  if (SUCCEEDED(result)) {
+    // The next one that fails begins a new round.
+    first_failed_.reset();
+    return true;
+  }
+  Drop(current_);
+  duration_ms_ = 0;
+  position_step_ms_ = melorin::PositionStepMs(0);
+  SetState(PlayState::kStopped);
+  listener_.OnTrackFailed(item_, failure, result);
+  if (play_now) AfterFailure();
+  return false;
+}
+
+HRESULT PlayerControl::OpenStream(bool play_now, TrackFailure& failure) {
+  OpenStep step = OpenStep::kSource;
+  HRESULT result =
+      open_(*item_, MakePlaybackSettings(settings_), host_.Handle(), std::addressof(current_), &step);
+  if (FAILED(result)) {
+    failure = step == OpenStep::kSource ? TrackFailure::kFile : TrackFailure::kDevice;
+    return result;
+  }
+  current_->SetNotify(this, kStreamMessage);
+  duration_ms_ = current_->EndTimeMs();
+  position_step_ms_ = melorin::PositionStepMs(duration_ms_);
+  ApplySettings();
+  LearnFromSource();
+  listener_.OnTrackOpened();
+  if (!play_now) {
+    SetState(PlayState::kStopped);
+    return S_OK;
+  }
+  has_played_ = true;
+  result = current_->Play();
+  if (FAILED(result)) {
+    failure = TrackFailure::kPlay;
+    return result;
+  }
+  SetState(PlayState::kPlaying);
+  StartResumed();
+  return S_OK;
+}
+
+void PlayerControl::StartResumed() {
+  if (!std::exchange(may_resume_, false)) return;
+  const uint32_t saved_ms = NotNegative(std::exchange(settings_.player.playing_time, 0));
+  if (settings_.playback.auto_play == 0 || settings_.playback.continue_play == 0 || saved_ms == 0) return;
+  if (!EqualNoCaseGbk(item_->PathGbk(), settings_.player.playing_file_gbk)) return;
+  // The file may have become shorter since.
+  if (duration_ms_ != 0 && saved_ms >= duration_ms_) return;
+  if (SUCCEEDED(current_->Seek(saved_ms))) listener_.OnResumed(saved_ms);
+}
+
+void PlayerControl::LearnFromSource() {
+  SoundSource* source = current_->Source();
+  if (!source) return;
+  WideChar* codec = nullptr;
+  if (SUCCEEDED(source->GetCodecName(&codec))) item_->SetCodec(GbkFromUtf16(TakeText(codec)));
+  StreamFormat format;
+  WAVEFORMATEX* wave_format = nullptr;
+  if (SUCCEEDED(source->GetFormat(&wave_format)) && wave_format) {
+    format.sample_rate = wave_format->nSamplesPerSec;
+    format.channels = wave_format->nChannels;
+  }
+  CoTaskMemFree(wave_format);
+  if (FAILED(source->GetBitsPerSample(&format.bits))) format.bits = 0;
+  if (FAILED(source->GetBitrate(&format.bit_rate))) format.bit_rate = 0;
+  item_->SetFormat(format);
+  item_->SetDuration(static_cast<int32_t>(std::min<uint32_t>(duration_ms_, INT32_MAX)));
+  item_->SetTimeStamp(FileTimeStamp(item_->PathGbk()));
+  TagFields tags = FieldsOf(*source);
+  // A gain that was measured stands in the item only, and stays there.
+  const std::string gain = item_->TagValue(kGainFieldUtf8);
+  if (!gain.empty() && !tags.Find(kGainFieldUtf8)) tags.Add(kGainFieldUtf8, gain);
+  item_->SetTags(tags);
+}
+
+void PlayerControl::ApplySettings() {
+  if (!current_) return;
+  // A device that refuses one of these plays all the same.
+  const PlaybackSettings settings = MakePlaybackSettings(settings_);
+  const FadeDurations durations = FadesOf(settings);
+  current_->SetVolume(settings.mute ? -1 : settings.volume);
+  current_->SetBalance(settings.balance);
+  current_->SetFade(settings.sound_fade_mode, &durations);
+  current_->SetThreadPriority(settings.thread_priority);
+}
+
+// ---- leaving
+
+void PlayerControl::Leave() {
+  if (!current_) return;
+  KeepScannedGain();
+  const bool fades = (current_->FadeFlags() & kFadeStop) != 0 && item_->CodecGbk() != kCdCodec &&
+                     current_->Kind() == DeviceKind::kDirectSound &&
+                     current_->State() == DeviceState::kRunning;
+  if (fades) {
+    LetFade();
+  } else {
+    current_->Stop();
+    Drop(current_);
+  }
+}
+
+void PlayerControl::LetFade() {
+  Drop(fading_);
+  const FadeDurations durations = FadesOf(MakePlaybackSettings(settings_));
+  fading_ = current_;
+  fading_->SetFade(kFadeStop, &durations);
+  // News of the time before would end the fade: any event of a fading stream does.
+  host_.DropStreamEvents(fading_.get());
+  current_->Stop();
+  current_.Reset();
+  if (fading_->FadeFlags() & kFadeStop) {
+    listener_.OnFading(item_);
+  } else {
+    Drop(fading_);
+  }
+}
+
+void PlayerControl::KeepScannedGain() {
+  SoundSource* source = current_->Source();
+  const ComPtr<TagSet> tags = source ? TagsOf(*source) : ComPtr<TagSet>();
+  WideChar* value = nullptr;
+  if (!tags || FAILED(tags->GetValue(AsWide(kGainField), &value))) return;
+  const std::string gain = Utf8FromUtf16(TakeText(value));
+  if (!gain.empty()) item_->SetTag(kGainFieldUtf8, gain);
+}
+
+void PlayerControl::Drop(ComPtr<PlaybackStream>& stream) {
+  if (!stream) return;
+  PlaybackStream* gone = stream.get();
+  gone->SetNotify(nullptr, 0);
+  stream.Reset();
+  host_.DropStreamEvents(gone);
+}
+
+// ---- what follows
+
+void PlayerControl::AfterFailure() {
+  const bool tries_on = Mode() != PlayMode::kSingle && settings_.playback.stop_when_fail == 0 && index_ &&
+                        first_failed_ != index_;
+  if (!tries_on) {
+    first_failed_.reset();
+    listener_.OnFinished();
+    return;
+  }
+  if (!first_failed_) first_failed_ = index_;
+  StartTimer(kShortestAfterFailureMs);
+}
+
+void PlayerControl::OnNextTrackTimer() {
+  CancelTimer();
+  const std::optional<size_t> before = gap_ && *gap_ > 0 ? std::optional(*gap_ - 1) : std::nullopt;
+  const AfterEnd next = ChooseAfterEnd(Mode(), Count(), index_ ? index_ : before, order_);
+  switch (next.action) {
+    case AfterEnd::Action::kPlay:
+      OpenAt(next.index, true);
+      return;
+    case AfterEnd::Action::kReplay:
+      if (item_) OpenItem(item_, true);
+      return;
+    case AfterEnd::Action::kEndOfList:
+      if (end_of_list_step_) end_of_list_step_();
+      break;
+    case AfterEnd::Action::kStop:
+      break;
+  }
+  listener_.OnFinished();
+}
+
+void PlayerControl::OnStreamEvent(uint32_t event, PlaybackStream* stream) {
+  if (!stream) return;
+  if (stream != current_.get()) {
+    if (stream == fading_.get()) Drop(fading_);
+    return;
+  }
+  if (event != kEventTrackEnd) return;
+  if (current_->State() != DeviceState::kStopped) current_->Stop();
+  SetState(PlayState::kStopped);
+  listener_.OnTrackEnded();
+  if (Mode() != PlayMode::kSingle) {
+    StartTimer(kShortestAfterEndMs);
+  } else {
+    listener_.OnFinished();
+  }
+}
+
+// ---- commands
+
+void PlayerControl::Next() {
+  const std::optional<size_t> before = gap_ && *gap_ > 0 ? std::optional(*gap_ - 1) : std::nullopt;
+  if (const auto next = ChooseNext(Mode(), Count(), index_ ? index_ : before, order_)) OpenEntry(*next);
+}
+
+void PlayerControl::Previous() {
+  if (const auto previous = ChoosePrevious(Mode(), Count(), index_ ? index_ : gap_, order_))
+    OpenEntry(*previous);
+}
+
+void PlayerControl::Play() {
+  if (state_ == PlayState::kPlaying) return;
+  if (!current_) {
+    OpenEntry(index_.value_or(gap_.value_or(0)));
+    return;
+  }
+  CancelTimer();
+  const HRESULT result = current_->Play();
+  if (FAILED(result)) {
+    listener_.OnTrackFailed(item_, TrackFailure::kPlay, result);
+    return;
+  }
+  has_played_ = true;
+  SetState(PlayState::kPlaying);
+  StartResumed();
+}
+
+void PlayerControl::Pause() {
+  if (state_ != PlayState::kPlaying) return;
+  const HRESULT result = current_->Pause();
+  if (SUCCEEDED(result)) {
+    SetState(PlayState::kPaused);
+  } else {
+    listener_.OnTrackFailed(item_, TrackFailure::kPause, result);
+  }
+}
+
+void PlayerControl::Stop() {
+  CancelTimer();
+  if (current_) current_->Stop();
+  SetState(PlayState::kStopped);
+}
+
+void PlayerControl::Seek(uint32_t position_ms) {
+  if (!current_ || state_ == PlayState::kStopped || duration_ms_ == 0) return;
+  const HRESULT result = current_->Seek(std::min(position_ms, duration_ms_ - 1));
+  // A source that cannot seek goes on where it was.
+  if (FAILED(result)) listener_.OnTrackFailed(item_, TrackFailure::kSeek, result);
+}
+
+void PlayerControl::SetMode(PlayMode mode) {
+  settings_.player.play_mode = static_cast<int32_t>(mode);
+}
+
+void PlayerControl::SetVolume(int32_t volume) {
+  settings_.player.volume = std::clamp(volume, 0, 100);
+  settings_.player.mute = 0;
+  if (current_) current_->SetVolume(settings_.player.volume);
+}
+
+void PlayerControl::SetMute(bool mute) {
+  settings_.player.mute = mute ? 1 : 0;
+  if (current_) current_->SetVolume(mute ? -1 : std::clamp(settings_.player.volume, 0, 100));
+}
+
+void PlayerControl::SetBalance(int32_t balance) {
+  settings_.player.balance = std::clamp(balance, -100, 100);
+  if (current_) current_->SetBalance(settings_.player.balance);
+}
+
+void PlayerControl::OnListEdited(const Playlist& list, const ListEdit& edit) {
+  if (&list != list_.get() || !edit.Changed()) return;
+  order_.Reset();
+  first_failed_.reset();
+  const std::optional<size_t> old = index_ ? index_ : gap_;
+  if (!old) return;
+  const std::optional<size_t> now = edit.NewIndex(old);
+  if (index_ && now) {
+    index_ = now;
+    return;
+  }
+  index_.reset();
+  gap_ = now ? now : edit.NewIndexOfNext(*old);
+  if (!gap_) gap_ = Count();
+}
+
+// ---- the program's start and end
+
+void PlayerControl::StoreResumePoint() {
+  if (!has_played_) return;
+  settings_.player.playing_time = static_cast<int32_t>(std::min<uint32_t>(PositionMs(), INT32_MAX));
+  settings_.player.playing_file_gbk = item_ ? item_->PathGbk() : std::string();
+}
+
+void PlayerControl::Close() {
+  CancelTimer();
+  Leave();
+  SetState(PlayState::kStopped);
+  const uint32_t start = clock_.TickMs();
+  const uint32_t limit = MakePlaybackSettings(settings_).fade_duration[3] + kExitExtraMs;
+  while (fading_ && clock_.TickMs() - start < limit) {
+    host_.PumpMessages();
+    if (fading_) clock_.Sleep(kExitStepMs);
+  }
+  Drop(fading_);
+}
+
+}  // namespace melorin

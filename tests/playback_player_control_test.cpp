@@ -1,0 +1,631 @@
+// SPDX-License-Identifier: MIT
+//
+// Player control over real streams on simulated devices, with a window of the test's own: what is opened
+// when, what fades, what resumes, what the exit waits for.
+#include "playback/player_control.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "playback_sim.h"
+#include "sound/text_out.h"
+
+namespace melorin {
+namespace {
+
+using sim::ChainSetup;
+using sim::DeviceSetup;
+using sim::Journal;
+using sim::SimClock;
+
+/// Sleeps of the UI thread move the simulated time on.
+class UiClock final : public Clock {
+ public:
+  explicit UiClock(SimClock& clock) : clock_(clock) {}
+  uint32_t TickMs() override { return clock_.TickMs(); }
+  bool Wait(Event& event, uint32_t timeout_ms) override { return clock_.Wait(event, timeout_ms); }
+  void Sleep(uint32_t duration_ms) override {
+    sleeps.push_back(duration_ms);
+    clock_.Advance(duration_ms);
+  }
+  std::vector<uint32_t> sleeps;
+
+ private:
+  SimClock& clock_;
+};
+
+class Window final : public PlayerHost {
+ public:
+  explicit Window(SimClock& clock) : clock_(clock) {}
+  void StartNextTimer(uint32_t delay_ms) override {
+    delays.push_back(delay_ms);
+    due_ = clock_.TickMs() + delay_ms;
+    running_ = true;
+  }
+  void StopNextTimer() override { running_ = false; }
+  void PostStreamEvent(uint32_t message, uint32_t event, PlaybackStream* stream) override {
+    EXPECT_EQ(message, kStreamMessage);
+    const Lock lock(mutex_);
+    queue_.emplace_back(event, stream);
+  }
+  void DropStreamEvents(PlaybackStream* stream) override {
+    const Lock lock(mutex_);
+    std::erase_if(queue_, [&](const auto& entry) { return entry.second == stream; });
+  }
+  void PumpMessages() override {
+    ++pumps;
+    while (const auto event = TakeEvent())
+      if (!deaf) control->OnStreamEvent(event->first, event->second);
+    if (running_ && static_cast<int32_t>(clock_.TickMs() - due_) >= 0) control->OnNextTrackTimer();
+  }
+  void* Handle() override { return nullptr; }
+
+  PlayerControl* control = nullptr;
+  std::vector<uint32_t> delays;
+  bool deaf = false;
+  int pumps = 0;
+
+ private:
+  std::optional<std::pair<uint32_t, PlaybackStream*>> TakeEvent() {
+    const Lock lock(mutex_);
+    if (queue_.empty()) return std::nullopt;
+    const auto event = queue_.front();
+    queue_.pop_front();
+    return event;
+  }
+
+  SimClock& clock_;
+  std::mutex mutex_;
+  std::deque<std::pair<uint32_t, PlaybackStream*>> queue_;
+  uint32_t due_ = 0;
+  bool running_ = false;
+};
+
+/// Hands out tags and a format, as the source of an opened file does.
+class TaggedSource final : public ComObject<SoundSource> {
+ public:
+  explicit TaggedSource(TagFields fields) {
+    EXPECT_EQ(CreateTagSet(std::move(fields), kTagId3v2, tags_.Receive()), S_OK);
+  }
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+    return SameGuid(iid, kIidTagSet) ? tags_->QueryInterface(iid, out) : E_NOINTERFACE;
+  }
+  HRESULT STDMETHODCALLTYPE Open(IStream*, uint32_t) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE IsSeekable(uint32_t* yes) override { return *yes = 1, S_OK; }
+  HRESULT STDMETHODCALLTYPE GetDuration(uint32_t* milliseconds) override { return *milliseconds = 0, S_OK; }
+  HRESULT STDMETHODCALLTYPE GetFormat(WAVEFORMATEX** format) override {
+    *format = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
+    **format = sim::MakeFormat();
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetReadSize(uint32_t*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetCodecName(WideChar** name) override {
+    return HandOutText(u"SIM|Simulated", name);
+  }
+  HRESULT STDMETHODCALLTYPE GetBitrate(uint32_t* bits) override { return *bits = 128000, S_OK; }
+  HRESULT STDMETHODCALLTYPE GetBitsPerSample(uint16_t* bits) override { return *bits = 16, S_OK; }
+  HRESULT STDMETHODCALLTYPE Start() override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE Pause() override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE Stop() override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE Read(SoundBuffer*) override { return S_FALSE; }
+  HRESULT STDMETHODCALLTYPE Seek(uint32_t) override { return S_OK; }
+
+  void SetTag(const char16_t* name, const char16_t* value) { tags_->SetValue(AsWide(name), AsWide(value)); }
+
+ private:
+  ComPtr<TagSet> tags_;
+};
+
+/// A file: what its device and chain do, and whether it can be opened.
+struct FakeFile {
+  DeviceSetup device;
+  ChainSetup chain;
+  HRESULT open_result = S_OK;
+  OpenStep failing_step = OpenStep::kSource;
+};
+
+class PlayerControlTest : public ::testing::Test, public PlayerListener {
+ protected:
+  PlayerControlTest() {
+    // Most tests are about order, not about fades.
+    settings_.playback.sound_fade_mode = 0;
+    settings_.player.volume = 100;
+    window_.control = &control_;
+  }
+  void TearDown() override {
+    control_.Close();
+    for (const auto& [name, file] : files_) {
+      EXPECT_EQ(file->device.alive, 0) << name;
+      EXPECT_EQ(file->chain.alive, 0) << name;
+    }
+  }
+
+  /// A list of files named by single letters; every one of them lasts that long.
+  void MakeList(const std::string& names, uint32_t duration_ms = 400) {
+    list_ = Playlist::Create("list");
+    for (char name : names) {
+      const std::string path(1, name);
+      list_->Append(ItemCache::Obtain(path, {}, kUnknownDuration, 0));
+      std::unique_ptr<FakeFile>& file = files_[path];
+      if (!file) file = std::make_unique<FakeFile>();
+      file->chain.duration_ms = duration_ms;
+      file->chain.total_frames = duration_ms * 8;
+    }
+    control_.SetPlayingList(list_, std::nullopt);
+  }
+  FakeFile& File(const std::string& name) { return *files_[name]; }
+  void BreakFiles(const std::string& names) {
+    for (char name : names)
+      File(std::string(1, name)).open_result = E_FAIL;
+  }
+
+  HRESULT Open(const PlayListItem& item, ComPtr<PlaybackStream>* out, OpenStep* failed_at) {
+    FakeFile& file = File(item.PathGbk());
+    *failed_at = file.failing_step;
+    if (FAILED(file.open_result)) return file.open_result;
+    HRESULT result = E_FAIL;
+    auto device =
+        ComPtr<OutputDevice>::Adopt(new sim::SimDevice(clock_, journal_, file.device, item.PathGbk()[0]));
+    *out = PlaybackStream::Create(std::make_unique<sim::SimChain>(journal_, file.chain), std::move(device),
+                                  sim::MakeFormat(), 0, clock_, &result, clock_.Starter());
+    return result;
+  }
+
+  /// Lets time pass; the window does what a window does meanwhile.
+  void Run(uint32_t duration_ms) {
+    for (uint32_t passed = 0; passed < duration_ms; passed += 10) {
+      clock_.Advance(10);
+      window_.PumpMessages();
+    }
+  }
+  /// What the listener has heard since the last call, but for the words left out.
+  std::string Heard(const std::set<std::string>& without = {"playing", "stopped", "ended"}) {
+    std::string all;
+    for (const std::string& word : std::exchange(heard_, {})) {
+      if (without.contains(word.substr(0, word.find(' ')))) continue;
+      if (!all.empty()) all += ", ";
+      all += word;
+    }
+    return all;
+  }
+
+  void OnTrackOpened() override { heard_.push_back("open " + opened_by_->Item()->PathGbk()); }
+  void OnStateChanged(PlayState state) override {
+    heard_.push_back(state == PlayState::kPlaying  ? "playing"
+                     : state == PlayState::kPaused ? "paused"
+                                                   : "stopped");
+  }
+  void OnTrackFailed(const ItemRef& item, TrackFailure failure, HRESULT) override {
+    static constexpr const char* kNames[] = {"fail", "device", "play", "pause", "seek"};
+    heard_.push_back(std::string(kNames[static_cast<int>(failure)]) + " " + item->PathGbk());
+  }
+  void OnTrackEnded() override { heard_.push_back("ended"); }
+  void OnFinished() override { heard_.push_back("finished"); }
+  void OnResumed(uint32_t position_ms) override {
+    heard_.push_back("resumed " + std::to_string(position_ms));
+  }
+  void OnFading(const ItemRef& item) override { heard_.push_back("fading " + item->PathGbk()); }
+
+  SimClock clock_;
+  UiClock ui_clock_{clock_};
+  Journal journal_{clock_};
+  Window window_{clock_};
+  Settings settings_;
+  std::map<std::string, std::unique_ptr<FakeFile>> files_;
+  std::vector<std::string> heard_;
+  ComPtr<Playlist> list_;
+  PlayerControl control_{
+      {window_, *this, settings_,
+       [this](const PlayListItem& item, const PlaybackSettings&, void*, ComPtr<PlaybackStream>* out,
+              OpenStep* failed_at) { return Open(item, out, failed_at); },
+       ui_clock_, SeededRandom(7)}};
+  PlayerControl* opened_by_ = &control_;
+};
+
+TEST_F(PlayerControlTest, PlayModesAndFailures) {
+  struct Case {
+    const char* name;
+    PlayMode mode;
+    const char* broken;
+    bool stop_when_fail;
+    size_t start;
+    const char* heard;  ///< The beginning of it.
+  };
+  const Case cases[] = {
+      {"single stops", PlayMode::kSingle, "", false, 1, "open b, finished"},
+      {"repeat one", PlayMode::kRepeatOne, "", false, 1, "open b, open b, open b"},
+      {"in order ends", PlayMode::kInOrder, "", false, 1, "open b, open c, end of list, finished"},
+      {"repeat all wraps", PlayMode::kRepeatAll, "", false, 1, "open b, open c, open a, open b"},
+      {"a missing one is skipped", PlayMode::kInOrder, "b", false, 0,
+       "open a, fail b, open c, end of list, finished"},
+      {"every round skips it", PlayMode::kRepeatAll, "b", false, 0,
+       "open a, fail b, open c, open a, fail b, open c, open a"},
+      {"a missing one stops", PlayMode::kRepeatAll, "b", true, 0, "open a, fail b, finished"},
+      {"all fail once", PlayMode::kRepeatAll, "abc", false, 1, "fail b, fail c, fail a, fail b, finished"},
+      {"all fail, in order", PlayMode::kInOrder, "abc", false, 1, "fail b, fail c, end of list, finished"},
+      {"single does not go on", PlayMode::kSingle, "b", false, 1, "fail b, finished"},
+      {"the last one fails", PlayMode::kInOrder, "c", false, 1, "open b, fail c, end of list, finished"},
+      {"repeat one of a missing file", PlayMode::kRepeatOne, "b", false, 1, "fail b, fail b, finished"},
+  };
+  control_.SetEndOfListStep([this] { heard_.push_back("end of list"); });
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MakeList("abc");
+    for (const auto& [name, file] : files_)
+      file->open_result = S_OK;
+    BreakFiles(c.broken);
+    settings_.player.play_mode = static_cast<int32_t>(c.mode);
+    settings_.playback.stop_when_fail = c.stop_when_fail;
+    control_.OpenEntry(c.start);
+    Run(3500);
+    const std::string heard = Heard();
+    EXPECT_TRUE(heard.starts_with(c.heard)) << heard;
+    const std::string tail = heard.substr(std::min(heard.size(), std::string(c.heard).size()));
+    EXPECT_TRUE(tail.empty() || !std::string(c.heard).ends_with("finished")) << heard;
+    control_.Stop();
+    Heard();
+  }
+}
+
+TEST_F(PlayerControlTest, RandomModePlaysEachOnce) {
+  MakeList("abcdefgh", 200);
+  BreakFiles("d");
+  control_.SetMode(PlayMode::kRandom);
+  control_.OpenEntry(2);
+  Run(4000);
+  const std::string heard = Heard();
+  std::string names;
+  for (size_t at = 0; (at = heard.find_first_of(' ', at)) != std::string::npos && names.size() < 8; ++at)
+    if (heard.compare(at - 4, 4, "open") == 0 || heard.compare(at - 4, 4, "fail") == 0)
+      names += heard[at + 1];
+  EXPECT_EQ(names[0], 'c') << heard;
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, "abcdefgh") << heard;
+  BreakFiles("abcdefgh");
+  control_.Next();
+  Run(2000);
+  const std::string failures = Heard();
+  for (char name : std::string("abcdefgh"))
+    EXPECT_NE(failures.find(std::string("fail ") + name), std::string::npos) << failures;
+  // The order is shuffled anew when it is through, so some come twice before the first failure comes back.
+  EXPECT_LE(std::count(failures.begin(), failures.end(), ','), 16) << failures;
+  EXPECT_TRUE(failures.ends_with("finished")) << failures;
+}
+
+TEST_F(PlayerControlTest, Intervals) {
+  struct Case {
+    int32_t seconds;
+    uint32_t after_end, after_failure;
+  };
+  for (const Case& c :
+       {Case{0, 50, 100}, Case{2, 2000, 2000}, Case{-5, 50, 100}, Case{INT32_MAX, 86400000, 86400000}}) {
+    SCOPED_TRACE(c.seconds);
+    MakeList("ab");
+    BreakFiles("b");
+    settings_.playback.tracks_interval = c.seconds;
+    window_.delays.clear();
+    control_.OpenEntry(0);
+    Run(1000);
+    control_.OpenEntry(1);
+    ASSERT_EQ(window_.delays.size() >= 2, true);
+    EXPECT_EQ(window_.delays.front(), c.after_end);
+    EXPECT_EQ(window_.delays.back(), c.after_failure);
+    EXPECT_TRUE(control_.WaitsForNext());
+    control_.Stop();
+    EXPECT_FALSE(control_.WaitsForNext());
+  }
+}
+
+TEST_F(PlayerControlTest, ResumesOnceAndOnlyTheSavedFile) {
+  struct Case {
+    const char* name;
+    bool auto_play, continue_play;
+    int32_t saved_ms;
+    const char* saved_file;
+    const char* heard;
+  };
+  const Case cases[] = {
+      {"both on", true, true, 4000, "A", "open a, resumed 4000"},
+      {"no AutoPlay", false, true, 4000, "a", "open a"},
+      {"no ContinuePlay", true, false, 4000, "a", "open a"},
+      {"another file", true, true, 4000, "b", "open a"},
+      {"nothing saved", true, true, 0, "a", "open a"},
+      {"the file is shorter now", true, true, 10000, "a", "open a"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MakeList("ab", 10000);
+    settings_.playback.auto_play = c.auto_play;
+    settings_.playback.continue_play = c.continue_play;
+    settings_.player.playing_time = c.saved_ms;
+    settings_.player.playing_file_gbk = c.saved_file;
+    PlayerControl session(
+        {window_, *this, settings_,
+         [this](const PlayListItem& item, const PlaybackSettings&, void*, ComPtr<PlaybackStream>* out,
+                OpenStep* failed_at) { return Open(item, out, failed_at); },
+         ui_clock_, SeededRandom(1)});
+    window_.control = &session;
+    control_.SetPlayingList(nullptr, std::nullopt);
+    session.SetPlayingList(list_, 0);
+    session.StoreResumePoint();
+    EXPECT_EQ(settings_.player.playing_time, c.saved_ms) << "kept until something is played";
+    opened_by_ = &session;
+    ASSERT_TRUE(session.OpenEntry(0));
+    EXPECT_EQ(settings_.player.playing_time, 0);
+    EXPECT_EQ(Heard(), c.heard);
+    Run(1000);
+    settings_.player.playing_time = 2000;
+    settings_.player.playing_file_gbk = "b";
+    session.OpenEntry(1);
+    EXPECT_EQ(Heard(), "open b") << "the first track only";
+    Run(1500);
+    session.StoreResumePoint();
+    EXPECT_NEAR(settings_.player.playing_time, 1500, 60);
+    EXPECT_EQ(settings_.player.playing_file_gbk, "b");
+    session.Stop();
+    session.StoreResumePoint();
+    EXPECT_EQ(settings_.player.playing_time, 0) << "a stopped track begins anew";
+    Heard();
+    session.Close();
+    opened_by_ = &control_;
+    window_.control = &control_;
+  }
+}
+
+TEST_F(PlayerControlTest, OnlyARunningDirectSoundTrackFadesWhenLeft) {
+  struct Case {
+    const char* name;
+    DeviceKind kind;
+    int32_t fades;
+    const char* codec;
+    bool paused;
+    bool fading;
+  };
+  const Case cases[] = {
+      {"DirectSound", DeviceKind::kDirectSound, 8, "", false, true},
+      {"with all fades", DeviceKind::kDirectSound, 15, "MP3|MPEG", false, true},
+      {"waveOut", DeviceKind::kWaveOut, 8, "", false, false},
+      {"no stop fade", DeviceKind::kDirectSound, 7, "", false, false},
+      {"a CD", DeviceKind::kDirectSound, 8, "CD|CD Audio", false, false},
+      {"paused", DeviceKind::kDirectSound, 8, "", true, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MakeList("ab", 10000);
+    File("a").device.kind = c.kind;
+    settings_.playback.sound_fade_mode = c.fades;
+    list_->At(0)->SetCodec(c.codec);
+    control_.OpenEntry(0);
+    Run(1500);
+    if (c.paused) {
+      control_.Pause();
+      Run(1000);
+    }
+    Heard();
+    journal_.Take();
+    control_.Next();
+    EXPECT_EQ(Heard({"stopped", "playing"}), c.fading ? "fading a, open b" : "open b");
+    EXPECT_EQ(control_.IsFading(), c.fading);
+    EXPECT_EQ(File("a").device.alive, c.fading ? 1 : 0);
+    Run(400);
+    if (c.fading) {
+      // Both sound at once: the old one ever more quietly, the new one with its own volume.
+      const std::string volumes = Journal::Filter(journal_.Take(), {"a.SetVolume", "b.Play"});
+      EXPECT_NE(volumes.find("a.SetVolume 60"), std::string::npos) << volumes;
+      EXPECT_NE(volumes.find("b.Play"), std::string::npos) << volumes;
+      EXPECT_EQ(File("a").device.alive, 1);
+    }
+    Run(1000);
+    EXPECT_FALSE(control_.IsFading());
+    EXPECT_EQ(File("a").device.alive, 0);
+    EXPECT_EQ(control_.State(), PlayState::kPlaying);
+    EXPECT_EQ(control_.Item()->PathGbk(), "b");
+    control_.Stop();
+    Run(1000);
+  }
+}
+
+TEST_F(PlayerControlTest, ASecondFadeReplacesTheFirst) {
+  MakeList("abc", 10000);
+  settings_.playback.sound_fade_mode = kFadeStop;
+  control_.OpenEntry(0);
+  Run(1500);
+  control_.Next();
+  Run(300);
+  ASSERT_EQ(File("a").device.alive, 1);
+  control_.Next();
+  EXPECT_EQ(File("a").device.alive, 0);
+  EXPECT_EQ(File("b").device.alive, 1);
+  EXPECT_TRUE(control_.IsFading());
+  Run(1000);
+  EXPECT_FALSE(control_.IsFading());
+  EXPECT_EQ(File("b").device.alive, 0);
+}
+
+TEST_F(PlayerControlTest, EventsOfStreamsThatAreGoneChangeNothing) {
+  MakeList("abc", 10000);
+  settings_.playback.sound_fade_mode = kFadeAll;
+  control_.OpenEntry(0);
+  PlaybackStream* first = control_.Stream();
+  // The end of the fade-in is on its way when the track is left: it must not cut the fade-out short.
+  clock_.Advance(1000);
+  control_.Next();
+  ASSERT_TRUE(control_.IsFading());
+  window_.PumpMessages();
+  EXPECT_TRUE(control_.IsFading());
+  Heard();
+  // Any other event of the fading stream empties the slot.
+  control_.OnStreamEvent(kEventTrackEnd, first);
+  EXPECT_FALSE(control_.IsFading());
+  EXPECT_EQ(control_.State(), PlayState::kPlaying);
+  control_.OnStreamEvent(kEventTrackEnd, first);
+  control_.OnStreamEvent(kEventTrackEnd, nullptr);
+  control_.OnStreamEvent(kEventFadeInDone, control_.Stream());
+  EXPECT_EQ(control_.State(), PlayState::kPlaying);
+  EXPECT_EQ(Heard({}), "");
+}
+
+TEST_F(PlayerControlTest, TheExitWaitsForTheFade) {
+  struct Case {
+    const char* name;
+    int32_t stop_ms;
+    bool deaf;
+    uint32_t shortest, longest;
+  };
+  for (const Case& c : {Case{"until it is over", 600, false, 500, 700},
+                        Case{"no longer than half a second more", 600, true, 1100, 1120},
+                        Case{"a fade of nothing", 0, false, 0, 40}}) {
+    SCOPED_TRACE(c.name);
+    MakeList("a", 10000);
+    settings_.playback.sound_fade_mode = kFadeStop;
+    settings_.playback.fade_duration[3] = c.stop_ms;
+    control_.OpenEntry(0);
+    Run(1500);
+    window_.deaf = c.deaf;
+    ui_clock_.sleeps.clear();
+    const uint32_t start = clock_.TickMs();
+    control_.Close();
+    const uint32_t waited = clock_.TickMs() - start;
+    EXPECT_GE(waited, c.shortest);
+    EXPECT_LE(waited, c.longest);
+    EXPECT_TRUE(std::all_of(ui_clock_.sleeps.begin(), ui_clock_.sleeps.end(),
+                            [](uint32_t duration) { return duration == 20; }));
+    EXPECT_EQ(File("a").device.alive, 0);
+    window_.deaf = false;
+  }
+  // Without a fading stream nothing is waited for.
+  settings_.playback.sound_fade_mode = 0;
+  control_.OpenEntry(0);
+  Run(500);
+  const uint32_t start = clock_.TickMs();
+  control_.Close();
+  EXPECT_EQ(clock_.TickMs(), start);
+}
+
+TEST_F(PlayerControlTest, SettingsReachANewStreamBeforeItPlays) {
+  MakeList("ab", 20000);
+  settings_.player.volume = 70;
+  settings_.player.mute = 1;
+  settings_.playback.sound_fade_mode = 15 | 0x70;
+  control_.OpenEntry(0, false);
+  EXPECT_EQ(Heard({}), "open a");
+  EXPECT_EQ(control_.State(), PlayState::kStopped);
+  const std::string done = Journal::Filter(journal_.Take(), {"a."});
+  EXPECT_EQ(done, "a.SetVolume 100, a.SetVolume -1, a.SetVolume -1")
+      << "once asked, once set, once for fades";
+  EXPECT_EQ(control_.Stream()->FadeFlags(), 15);
+  EXPECT_EQ(control_.DurationMs(), 20000u);
+  EXPECT_EQ(control_.PositionStepMs(), 1000u);
+  control_.SetVolume(130);
+  EXPECT_EQ(settings_.player.volume, 100);
+  EXPECT_EQ(settings_.player.mute, 0);
+  EXPECT_EQ(control_.Stream()->Volume(), 100);
+  control_.Play();
+  EXPECT_EQ(control_.State(), PlayState::kPlaying);
+  MakeList("cd", 30000);
+  control_.OpenEntry(0);
+  EXPECT_EQ(control_.PositionStepMs(), 5000u);
+}
+
+TEST_F(PlayerControlTest, AFailureOfTheDeviceIsToldApart) {
+  MakeList("ab", 10000);
+  File("a").open_result = E_FAIL;
+  File("a").failing_step = OpenStep::kDevice;
+  File("b").chain.start = E_FAIL;
+  control_.SetMode(PlayMode::kSingle);
+  EXPECT_FALSE(control_.OpenEntry(0));
+  EXPECT_FALSE(control_.OpenEntry(1));
+  EXPECT_EQ(Heard(), "device a, finished, open b, play b, finished");
+  EXPECT_FALSE(control_.HasTrack());
+  EXPECT_FALSE(control_.OpenEntry(2));
+  EXPECT_EQ(Heard(), "");
+}
+
+TEST_F(PlayerControlTest, TheItemLearnsFromItsFile) {
+  MakeList("ab", 5000);
+  TagFields fields;
+  fields.Add("Title", "标题");
+  const auto source = ComPtr<TaggedSource>::Adopt(new TaggedSource(std::move(fields)));
+  File("a").chain.source = source.get();
+  control_.OpenEntry(0);
+  const PlayListItem& item = *list_->At(0);
+  EXPECT_EQ(item.TagValue("title"), "标题");
+  EXPECT_EQ(item.CodecGbk(), "SIM|Simulated");
+  EXPECT_EQ(item.DurationMs(), 5000);
+  EXPECT_EQ(item.Format(), (StreamFormat{8000, 2, 16, 128000}));
+  // A gain that was measured while the track played is kept with the item, beyond the next opening.
+  source->SetTag(u"replaygain_track_gain", u"-3.50 dB");
+  control_.OpenEntry(1);
+  EXPECT_EQ(item.TagValue("replaygain_track_gain"), "-3.50 dB");
+  const auto reopened = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
+  File("a").chain.source = reopened.get();
+  control_.OpenEntry(0);
+  EXPECT_EQ(item.TagValue("replaygain_track_gain"), "-3.50 dB");
+  EXPECT_EQ(item.TagValue("title"), "");
+  control_.Stop();
+  control_.Close();
+}
+
+TEST_F(PlayerControlTest, FollowsEditsOfThePlayingList) {
+  const size_t playing[] = {2}, first[] = {0}, next[] = {1}, all[] = {0, 1};
+  MakeList("abcde", 10000);
+  control_.OpenEntry(2);
+  control_.OnListEdited(*list_, RemoveEntries(*list_, first));  // b C d e
+  EXPECT_EQ(control_.PlayingIndex(), 1u);
+  control_.OnListEdited(*list_, MoveEntries(*list_, next, 4));  // b d e C
+  EXPECT_EQ(control_.PlayingIndex(), 3u);
+  control_.Previous();
+  Heard();
+  control_.OnListEdited(*list_, RemoveEntries(*list_, playing));  // b d (E) c
+  EXPECT_EQ(control_.State(), PlayState::kPlaying);
+  EXPECT_EQ(control_.PlayingIndex(), std::nullopt);
+  control_.OnListEdited(*list_, RemoveEntries(*list_, first));  // d (E) c
+  control_.Next();
+  EXPECT_EQ(Heard(), "open c") << "what followed the removed entry";
+  control_.OnListEdited(*list_, RemoveEntries(*list_, next));  // d (C)
+  control_.Previous();
+  EXPECT_EQ(Heard(), "open d");
+  control_.OnListEdited(*list_, InsertEntries(*list_, 0, {list_->At(0)}));  // d D
+  EXPECT_EQ(control_.PlayingIndex(), 1u);
+  control_.OnListEdited(*Playlist::Create(), RemoveEntries(*list_, all));
+  EXPECT_EQ(control_.PlayingIndex(), 1u) << "another list";
+}
+
+TEST_F(PlayerControlTest, CommandsOfTheUser) {
+  MakeList("abc", 10000);
+  control_.Play();
+  EXPECT_EQ(Heard(), "open a") << "the first entry";
+  control_.Previous();
+  control_.Next();
+  control_.Pause();
+  control_.Pause();
+  control_.TogglePause();
+  EXPECT_EQ(Heard({"stopped"}), "open c, open a, paused, playing");
+  control_.Seek(99999);
+  EXPECT_EQ(control_.PositionMs(), 9999u);
+  Run(300);
+  EXPECT_EQ(Heard({"playing", "stopped"}), "ended, open b");
+  control_.SetPlayingList(Playlist::Create("empty"), std::nullopt);
+  control_.Next();
+  control_.Previous();
+  EXPECT_EQ(Heard({}), "");
+  // With an empty list the current entry is played again in mode 2, and mode 3 stops.
+  control_.Seek(9990);
+  control_.SetMode(PlayMode::kInOrder);
+  Run(400);
+  EXPECT_EQ(Heard(), "open b");
+  control_.Seek(9990);
+  control_.SetMode(PlayMode::kRepeatAll);
+  Run(400);
+  EXPECT_EQ(Heard(), "finished");
+}
+
+}  // namespace
+}  // namespace melorin
