@@ -34,6 +34,9 @@ class PlayListItem {
   void AddRef();
   /// The last one takes the item out of the cache and deletes it. Thread: any.
   void Release();
+  /// True when the caller's reference is the only one: nobody else wants the item. Others may come to it at
+  /// any time, through the cache. Thread: any.
+  bool HasOneReference() const { return references_.load(std::memory_order_acquire) == 1; }
 
   const std::string& PathGbk() const { return path_gbk_; }
   uint32_t Subtrack() const { return subtrack_; }  ///< 0: the whole file.
