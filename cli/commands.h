@@ -52,6 +52,7 @@ extern const Command kInfoCommand;
 extern const Command kDecodeCommand;
 extern const Command kXmlCommand;
 extern const Command kConfigCommand;
+extern const Command kTitleCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.
 int RunCommandLine(const CommandContext& context, std::span<const std::string> arguments);

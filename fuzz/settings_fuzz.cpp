@@ -51,6 +51,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   melorin::Settings settings;
   if (!settings.Serialize(*root, false)) std::abort();
   if (melorin::NotUnderstood(*root).size() > 1000) std::abort();
+  // A record may lack a face name; written as text it would then be refused.
+  for (melorin::FontRecord* font : {&settings.lyric.font, &settings.play_list.font})
+    if (font->FaceGbk().find_first_not_of(" \t\n\v\f\r") == std::string_view::npos) font->SetFaceGbk("a");
   // Long lists are alike and take long to write.
   if (settings.hot_key.key_map.size() > kEntries) settings.hot_key.key_map.resize(kEntries);
   for (auto* list : {&settings.lyric.folders_gbk, &settings.plugin.modules_gbk})

@@ -349,6 +349,18 @@ class EndToEnd(unittest.TestCase):
         self.assertEqual(foreign.returncode, 1)
         self.assertEqual(foreign.stdout, b"")
 
+    def test_title_goes_on_after_a_failure(self):
+        self.wave("\u6b4c.a.wav", 10)
+        missing = self.path("missing.wav")
+        done = run("title", "%F|%E|%C|%A|%(\u4f5c\u8bcd)%", missing, self.path("\u6b4c.a.wav"), "--count")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(len(done.errors), 1)
+        self.assertIn(missing, done.errors[0])
+        line = done.stdout.decode()
+        self.assertRegex(line, "^3\t\u6b4c[.]a[|]wav[|][^|]+[|][(]\u672a\u77e5\u827a\u672f\u5bb6[)][|]"
+                         "[(]\u672a\u77e5\u4f5c\u8bcd[)]%\n$")
+        self.assert_fails(run("title", "%A"), 2, "usage")
+
     def test_lost_output_is_an_error(self):
         path = self.text("a.xml", b"<a/>")
         self.wave("a.wav")
