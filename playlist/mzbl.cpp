@@ -282,15 +282,4 @@ std::vector<uint8_t> WriteMzbl(const Playlist& list, bool save_tags) {
   return std::move(writer.Out());
 }
 
-std::optional<std::vector<uint8_t>> RenameMzbl(std::span<const uint8_t> bytes, std::string_view name_gbk) {
-  Cursor cursor(AsText(bytes));
-  Header header;
-  if (!TakeHeader(cursor, header) || header.code_page != kCodePageUtf8) return std::nullopt;
-  const ComPtr<Playlist> renamed = Playlist::Create(std::string(name_gbk));
-  std::vector<uint8_t> out = WriteMzbl(*renamed, false);
-  const auto* rest = reinterpret_cast<const uint8_t*>(cursor.Rest().data());
-  out.insert(out.end(), rest, rest + cursor.Rest().size());
-  return out;
-}
-
 }  // namespace melorin

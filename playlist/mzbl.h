@@ -7,10 +7,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "playlist/list_reading.h"
@@ -33,9 +30,5 @@ ListReadResult ReadMzbl(std::span<const uint8_t> bytes, const ListReading& readi
 
 /// The whole file, in UTF-8. An item that stands in the list again is written with path and subtrack only.
 std::vector<uint8_t> WriteMzbl(const Playlist& list, bool save_tags);
-
-/// The same file under another name, its entries byte for byte; nothing when it is not of this format or not
-/// in UTF-8.
-std::optional<std::vector<uint8_t>> RenameMzbl(std::span<const uint8_t> bytes, std::string_view name_gbk);
 
 }  // namespace melorin

@@ -425,16 +425,6 @@ TEST(Mzbl, EveryPrefixGivesTheEntriesThatAreWhole) {
   EXPECT_EQ(last, 3u);
 }
 
-TEST(Mzbl, RenamesWithoutTouchingTheEntries) {
-  const auto list = RichList();
-  const std::vector<uint8_t> bytes = WriteMzbl(*list, true);
-  const auto renamed = RenameMzbl(bytes, "\xD4\xC2 2");
-  ASSERT_TRUE(renamed.has_value());
-  list->SetName("\xD4\xC2 2");
-  EXPECT_EQ(Text(*renamed), Text(WriteMzbl(*list, true)));
-  EXPECT_FALSE(RenameMzbl(Bytes("MZBL"), "x").has_value());
-}
-
 TEST(ListFormats, NamesOfEveryKindComeBack) {
   const std::vector<std::string> names = {Gbk("月亮"),
                                           Gbk("caf\xC3\xA9"),
