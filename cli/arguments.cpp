@@ -10,25 +10,6 @@
 #include "platform/text.h"
 
 namespace melorin {
-namespace {
-
-/// The first character of a well-formed text that does not survive the way to GBK and back.
-std::string_view FirstLostCharacter(std::string_view utf8) {
-  for (size_t start = 0; start < utf8.size();) {
-    size_t end = start + 1;
-    while (end < utf8.size() && (utf8[end] & 0xC0) == 0x80)
-      ++end;
-    const std::string_view character = utf8.substr(start, end - start);
-    bool lossy = false;
-    GbkFromUtf8(character, &lossy);
-    if (lossy) return character;
-    start = end;
-  }
-  return {};
-}
-
-}  // namespace
-
 const std::string* Arguments::Value(std::string_view name) const {
   const auto found = std::find_if(options.rbegin(), options.rend(),
                                   [&](const auto& option) { return option.first == name; });
@@ -88,14 +69,7 @@ std::optional<std::string> PathFromArgument(std::string_view utf8, std::string* 
     *error = PrintableLine(utf8) + ": the name is not valid UTF-8";
     return std::nullopt;
   }
-  bool lossy = false;
-  std::string gbk = GbkFromUtf8(utf8, &lossy);
-  if (lossy) {
-    *error = PrintableLine(utf8) + ": the name holds a character that code page 936 lacks: " +
-             PrintableLine(FirstLostCharacter(utf8));
-    return std::nullopt;
-  }
-  return gbk;
+  return GbkFromUtf8(utf8);
 }
 
 std::string PrintableLine(std::string_view utf8) {

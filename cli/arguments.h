@@ -37,8 +37,7 @@ bool ParseArguments(std::span<const std::string> arguments, std::span<const Opti
 /// A decimal number from 0 to 4294967295 and nothing else; no sign, no spaces.
 std::optional<uint32_t> ParseNumber(std::string_view text);
 
-/// The GBK path that an argument names. Nothing when the argument is no UTF-8 or holds a character that code
-/// page 936 lacks; then `error` says which.
+/// The GBK path that an argument names. Nothing when the argument is no UTF-8; then `error` says so.
 std::optional<std::string> PathFromArgument(std::string_view utf8, std::string* error);
 
 /// A text for one line of a message: malformed UTF-8 becomes U+FFFD, control characters become "?".

@@ -36,7 +36,7 @@ std::string HelpText() {
       "  melorin-cli --version\n\n"
       "Exit code: 0 done; 1 something failed, with one line for each failure on standard error; 2 wrong "
       "usage.\n"
-      "Results and messages are UTF-8. File names must be ones that code page 936 (GBK) can hold.\n");
+      "Results, messages and file names are UTF-8.\n");
   return text;
 }
 

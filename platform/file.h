@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Files as the core needs them. Every path is GBK text; a name that code page 936 cannot hold cannot be
-// named. On the host the bytes become UTF-8 names. No function here shows a message or throws.
+// Files as the core needs them. Every path is GBK text as platform/text.h has it, which holds every name
+// but those with half a surrogate pair (Windows) or with bytes that are no UTF-8 (the host). No function here shows a message or throws.
 #pragma once
 
 #include <cstddef>
@@ -78,7 +78,7 @@ struct DirectoryEntry {
   int64_t size = 0;
 };
 /// The entries of a folder in the order the file system gives them, without "." and "..". Empty when there is
-/// no such folder. Names that GBK cannot hold are left out.
+/// no such folder. Names that no text can hold (see above) are left out.
 std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk);
 
 bool FileExists(const std::string& path_gbk);  ///< A file, not a folder.

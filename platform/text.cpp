@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// What needs no tables: UTF-8 and UTF-16, the shape of GBK, and the conversions composed of a platform half's
-// (Utf16FromCodePage and GbkFromUtf16Table).
+// One loop for all conversions: a reader of one character, a writer of one character, and a block on the
+// stack between, so that a result is allocated once in its right size. ASCII goes through eight at a time.
 #include "platform/text.h"
 
 #include <cstring>
+#include <type_traits>
 
 #include "platform/text_tables.h"
 
@@ -17,67 +18,222 @@ char LowerAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-void AppendUtf8(char32_t c, std::string& out) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
+/// Each reader takes one character from [at, end), which is not empty, and moves on. For what is malformed it
+/// sets `bad`, skips it and answers kReplacement.
+struct ReadUtf8 {
+  char32_t operator()(const char*& at, const char* end, bool& bad) const {
+    const auto byte = [](const char* p) { return static_cast<unsigned char>(*p); };
+    const unsigned char lead = byte(at);
+    if (lead < 0x80) {
+      ++at;
+      return lead;
+    }
+    int length = 0;
+    char32_t value = 0;
+    char32_t least = 0;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2, value = lead & 0x1F, least = 0x80;
+    } else if ((lead & 0xF0) == 0xE0) {
+      length = 3, value = lead & 0x0F, least = 0x800;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4, value = lead & 0x07, least = 0x10000;
+    }
+    if (length != 0 && end - at >= length) {
+      bool good = true;
+      for (int i = 1; i < length; ++i) {
+        const unsigned char next = byte(at + i);
+        good = good && (next & 0xC0) == 0x80;
+        value = (value << 6) | (next & 0x3F);
+      }
+      if (good && value >= least && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF)) {
+        at += length;
+        return value;
+      }
+    }
+    ++at;
+    bad = true;
+    return kReplacement;
   }
+};
+
+struct ReadUtf16 {
+  char32_t operator()(const char16_t*& at, const char16_t* end, bool& bad) const {
+    const char32_t c = *at++;
+    if (c < 0xD800 || c > 0xDFFF) return c;
+    if (c < 0xDC00 && at != end && (*at & 0xFC00) == 0xDC00)
+      return 0x10000 + ((c & 0x3FF) << 10) + (*at++ & 0x3FFu);
+    bad = true;
+    return kReplacement;
+  }
+};
+
+struct ReadGbk {
+  const GbTables& tables = GbTables::Get();
+
+  char32_t operator()(const char*& at, const char* end, bool& bad) const {
+    const auto lead = static_cast<unsigned char>(*at++);
+    if (lead < 0x80) return lead;
+    if (lead == 0x80) return 0x20AC;
+    if (lead != 0xFF && at != end) {
+      const auto trail = static_cast<unsigned char>(*at);
+      if (IsDigit(trail)) {
+        if (const char32_t c = FourByte(lead, at, end)) {
+          at += 3;
+          return c;
+        }
+      } else if (const int pair = GbTables::PairIndex(lead, trail); pair >= 0) {
+        if (const char16_t unit = tables.Unit(pair)) {
+          ++at;
+          return unit;
+        }
+      }
+      // A lead byte takes its trail byte along when that one could not stand for itself.
+      if (trail >= 0x80) ++at;
+    }
+    bad = true;
+    return kReplacement;
+  }
+
+ private:
+  static bool IsDigit(unsigned char byte) { return byte >= '0' && byte <= '9'; }
+
+  /// `at` stands on the second byte, a digit.
+  static char32_t FourByte(unsigned char lead, const char* at, const char* end) {
+    if (end - at < 3) return 0;
+    const auto third = static_cast<unsigned char>(at[1]);
+    const auto fourth = static_cast<unsigned char>(at[2]);
+    if (!IsGbkLead(third) || !IsDigit(fourth)) return 0;
+    const auto second = static_cast<unsigned char>(at[0]);
+    return CharacterOfGbFour(((lead - 0x81u) * 10 + (second - 0x30u)) * 1260 + (third - 0x81u) * 10 +
+                             (fourth - 0x30u));
+  }
+};
+
+/// Each writer stores one character and answers where the next one goes.
+/// At most four units.
+struct WriteUtf8 {
+  char* operator()(char32_t c, bool&, char* to) const {
+    if (c < 0x80) {
+      *to++ = static_cast<char>(c);
+    } else if (c < 0x800) {
+      *to++ = static_cast<char>(0xC0 | (c >> 6));
+      *to++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+      *to++ = static_cast<char>(0xE0 | (c >> 12));
+      *to++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      *to++ = static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      *to++ = static_cast<char>(0xF0 | (c >> 18));
+      *to++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      *to++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      *to++ = static_cast<char>(0x80 | (c & 0x3F));
+    }
+    return to;
+  }
+};
+
+struct WriteUtf16 {
+  char16_t* operator()(char32_t c, bool&, char16_t* to) const {
+    if (c < 0x10000) {
+      *to++ = static_cast<char16_t>(c);
+    } else {
+      *to++ = static_cast<char16_t>(0xD7C0 + (c >> 10));
+      *to++ = static_cast<char16_t>(0xDC00 | (c & 0x3FF));
+    }
+    return to;
+  }
+};
+
+struct WriteGbk {
+  const GbTables& tables = GbTables::Get();
+
+  char* operator()(char32_t c, bool& bad, char* to) const {
+    if (c < 0x10000) {
+      if (const uint16_t code = tables.Code(static_cast<char16_t>(c)); code != 0 || c == 0) {
+        if (code >= 0x100) *to++ = static_cast<char>(code >> 8);
+        *to++ = static_cast<char>(code & 0xFF);
+        return to;
+      }
+    }
+    uint32_t index = GbFourIndex(c);
+    if (index == kNoGbFour) {  // Only where the platform's code page 936 has gaps.
+      bad = true;
+      *to++ = '?';
+      return to;
+    }
+    to[3] = static_cast<char>(0x30 + index % 10);
+    index /= 10;
+    to[2] = static_cast<char>(0x81 + index % 126);
+    index /= 126;
+    to[1] = static_cast<char>(0x30 + index % 10);
+    to[0] = static_cast<char>(0x81 + index / 10);
+    return to + 4;
+  }
+};
+
+/// Copies eight units when all of them are ASCII.
+bool CopyEightAscii(const char* at, char* to) {
+  uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  if (word & 0x8080808080808080u) return false;
+  std::memcpy(to, &word, sizeof word);
+  return true;
+}
+bool CopyEightAscii(const char* at, char16_t* to) {
+  uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  if (word & 0x8080808080808080u) return false;
+  for (int i = 0; i < 8; ++i)
+    to[i] = static_cast<unsigned char>(at[i]);
+  return true;
+}
+bool CopyEightAscii(const char16_t* at, char* to) {
+  uint64_t words[2];
+  std::memcpy(words, at, sizeof words);
+  if ((words[0] | words[1]) & 0xFF80FF80FF80FF80u) return false;
+  for (int i = 0; i < 8; ++i)
+    to[i] = static_cast<char>(at[i]);
+  return true;
 }
 
-/// Decodes one character at text[at] and moves on; kReplacement with `ok` false for a malformed sequence, of
-/// which one byte is consumed.
-char32_t DecodeUtf8(std::string_view text, size_t& at, bool& ok) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(at);
-  ok = true;
-  if (lead < 0x80) {
-    ++at;
-    return lead;
-  }
-  size_t length = 0;
-  char32_t value = 0;
-  char32_t least = 0;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2, value = lead & 0x1F, least = 0x80;
-  } else if ((lead & 0xF0) == 0xE0) {
-    length = 3, value = lead & 0x0F, least = 0x800;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4, value = lead & 0x07, least = 0x10000;
-  }
-  if (length != 0 && text.size() - at >= length) {
-    bool good = true;
-    for (size_t i = 1; i < length; ++i) {
-      const unsigned char next = byte(at + i);
-      good = good && (next & 0xC0) == 0x80;
-      value = (value << 6) | (next & 0x3F);
+/// Appends the converted text; `malformed` stands for what the reader rejected (0: U+FFFD). False when
+/// anything was lost.
+template <class In, class Out, class Read, class Write>
+bool Convert(std::basic_string_view<In> text, std::basic_string<Out>& out, const Read& read,
+             const Write& write, char32_t malformed) {
+  constexpr size_t kBlock = 1024;
+  constexpr size_t kRoom = 8;
+  Out block[kBlock];
+  Out* to = block;
+  const In* at = text.data();
+  const In* const end = at + text.size();
+  if (text.size() > kBlock / 2) out.reserve(out.size() + text.size() + text.size() / 2);
+  bool lost = false;
+  while (at != end) {
+    if (to > block + kBlock - kRoom) {
+      out.append(block, to);
+      to = block;
     }
-    if (good && value >= least && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF)) {
-      at += length;
-      return value;
+    if (static_cast<std::make_unsigned_t<In>>(*at) < 0x80) {
+      if (end - at >= 8 && CopyEightAscii(at, to)) {
+        at += 8;
+        to += 8;
+      } else {
+        *to++ = static_cast<Out>(*at++);
+      }
+      continue;
     }
+    bool bad = false;
+    const char32_t c = read(at, end, bad);
+    to = write(bad && malformed != 0 ? malformed : c, bad, to);
+    lost = lost || bad;
   }
-  ++at;
-  ok = false;
-  return kReplacement;
+  out.append(block, to);
+  return !lost;
 }
 
 void SetFlag(bool* flag, bool value) {
   if (flag) *flag = value;
-}
-
-std::u16string WidenAscii(std::string_view ascii) {
-  return {ascii.begin(), ascii.end()};
 }
 
 }  // namespace
@@ -96,121 +252,88 @@ bool IsAscii(std::string_view bytes) {
 }
 
 bool IsValidUtf8(std::string_view bytes) {
-  for (size_t at = 0; at < bytes.size();) {
-    bool ok;
-    DecodeUtf8(bytes, at, ok);
-    if (!ok) return false;
-  }
-  return true;
+  bool bad = false;
+  for (const char *at = bytes.data(), *end = at + bytes.size(); at != end && !bad;)
+    ReadUtf8()(at, end, bad);
+  return !bad;
 }
 
 bool IsValidGbk(std::string_view bytes) {
   if (IsAscii(bytes)) return true;
+  const GbTables& tables = GbTables::Get();
   for (size_t i = 0; i < bytes.size(); ++i) {
     const auto lead = static_cast<unsigned char>(bytes[i]);
     if (lead < 0x80) continue;
-    if (!IsGbkLead(lead) || i + 1 == bytes.size()) return false;
-    const auto trail = static_cast<unsigned char>(bytes[++i]);
-    if (trail < 0x40 || trail == 0x7F || trail == 0xFF) return false;
+    if (i + 1 == bytes.size()) return false;
+    const int pair = GbTables::PairIndex(lead, static_cast<unsigned char>(bytes[++i]));
+    if (pair < 0 || !tables.IsPlain(pair)) return false;
   }
-  // The shape is right; what remains are positions that the code page leaves unassigned.
-  bool lossy = false;
-  Utf16FromCodePage(kCodePageGbk, bytes, &lossy);
-  return !lossy;
+  return true;
 }
 
-std::u16string Utf16FromUtf8(std::string_view utf8, bool* lossy) {
-  SetFlag(lossy, false);
-  if (IsAscii(utf8)) return WidenAscii(utf8);
-  std::u16string out;
-  out.reserve(utf8.size());
-  for (size_t at = 0; at < utf8.size();) {
-    bool ok;
-    const char32_t c = DecodeUtf8(utf8, at, ok);
-    if (!ok) SetFlag(lossy, true);
-    if (c < 0x10000) {
-      out += static_cast<char16_t>(c);
-    } else {
-      out += static_cast<char16_t>(0xD7C0 + (c >> 10));
-      out += static_cast<char16_t>(0xDC00 | (c & 0x3FF));
-    }
-  }
-  return out;
+void AppendUtf8FromGbk(std::string_view gbk, std::string& out, bool* lossy) {
+  SetFlag(lossy, !Convert(gbk, out, ReadGbk(), WriteUtf8(), 0));
 }
-
-namespace {
-
+void AppendGbkFromUtf8(std::string_view utf8, std::string& out, bool* lossy) {
+  SetFlag(lossy, !Convert(utf8, out, ReadUtf8(), WriteGbk(), U'?'));
+}
+void AppendGbkFromUtf16(std::u16string_view utf16, std::string& out, bool* lossy) {
+  SetFlag(lossy, !Convert(utf16, out, ReadUtf16(), WriteGbk(), U'?'));
+}
 void AppendUtf8FromUtf16(std::u16string_view utf16, std::string& out, bool* lossy) {
-  for (size_t i = 0; i < utf16.size(); ++i) {
-    char32_t c = utf16[i];
-    if (c >= 0xD800 && c <= 0xDFFF) {
-      const bool pair = c < 0xDC00 && i + 1 < utf16.size() && (utf16[i + 1] & 0xFC00) == 0xDC00;
-      if (pair) {
-        c = 0x10000 + ((c & 0x3FF) << 10) + (utf16[++i] & 0x3FFu);
-      } else {
-        c = kReplacement;
-        SetFlag(lossy, true);
-      }
-    }
-    AppendUtf8(c, out);
-  }
-}
-
-}  // namespace
-
-std::string Utf8FromUtf16(std::u16string_view utf16, bool* lossy) {
-  SetFlag(lossy, false);
-  std::string out;
-  out.reserve(utf16.size() + utf16.size() / 2);
-  AppendUtf8FromUtf16(utf16, out, lossy);
-  return out;
-}
-
-std::u16string Utf16FromGbk(std::string_view gbk, bool* lossy) {
-  SetFlag(lossy, false);
-  if (IsAscii(gbk)) return WidenAscii(gbk);
-  return Utf16FromCodePage(kCodePageGbk, gbk, lossy);
-}
-
-std::string GbkFromUtf16(std::u16string_view utf16, bool* lossy) {
-  SetFlag(lossy, false);
-  std::string ascii;
-  ascii.reserve(utf16.size());
-  for (const char16_t c : utf16) {
-    if (c >= 0x80) return GbkFromUtf16Table(utf16, lossy);
-    ascii += static_cast<char>(c);
-  }
-  return ascii;
+  SetFlag(lossy, !Convert(utf16, out, ReadUtf16(), WriteUtf8(), 0));
 }
 
 std::string Utf8FromGbk(std::string_view gbk, bool* lossy) {
-  return Utf8FromCodePage(kCodePageGbk, gbk, lossy);
+  std::string out;
+  AppendUtf8FromGbk(gbk, out, lossy);
+  return out;
 }
-
 std::string GbkFromUtf8(std::string_view utf8, bool* lossy) {
-  SetFlag(lossy, false);
-  if (IsAscii(utf8)) return std::string(utf8);
-  bool bad_input = false;
-  bool unmappable = false;
-  std::string out = GbkFromUtf16Table(Utf16FromUtf8(utf8, &bad_input), &unmappable);
-  SetFlag(lossy, bad_input || unmappable);
+  std::string out;
+  AppendGbkFromUtf8(utf8, out, lossy);
+  return out;
+}
+std::string GbkFromUtf16(std::u16string_view utf16, bool* lossy) {
+  std::string out;
+  AppendGbkFromUtf16(utf16, out, lossy);
+  return out;
+}
+std::string Utf8FromUtf16(std::u16string_view utf16, bool* lossy) {
+  std::string out;
+  AppendUtf8FromUtf16(utf16, out, lossy);
+  return out;
+}
+std::u16string Utf16FromGbk(std::string_view gbk, bool* lossy) {
+  std::u16string out;
+  SetFlag(lossy, !Convert(gbk, out, ReadGbk(), WriteUtf16(), 0));
+  return out;
+}
+std::u16string Utf16FromUtf8(std::string_view utf8, bool* lossy) {
+  std::u16string out;
+  SetFlag(lossy, !Convert(utf8, out, ReadUtf8(), WriteUtf16(), 0));
   return out;
 }
 
 std::string Utf8FromCodePage(int code_page, std::string_view bytes, bool* lossy) {
   SetFlag(lossy, false);
-  if (code_page == kCodePageUtf8 || IsAscii(bytes)) return std::string(bytes);
-  std::string out;
-  out.reserve(bytes.size() + bytes.size() / 2);
-  AppendUtf8FromUtf16(Utf16FromCodePage(code_page, bytes, lossy), out, lossy);
+  if (code_page == kCodePageUtf8) return std::string(bytes);
+  if (code_page == kCodePageGbk) return Utf8FromGbk(bytes, lossy);
+  if (IsAscii(bytes)) return std::string(bytes);
+  bool malformed = false;
+  bool halved = false;
+  std::string out = Utf8FromUtf16(Utf16FromCodePage(code_page, bytes, &malformed), &halved);
+  SetFlag(lossy, malformed || halved);
   return out;
 }
 
 void AppendUtf8FromCodePage(int code_page, std::string_view bytes, std::string& out) {
-  if (code_page == kCodePageUtf8 || IsAscii(bytes)) {
+  if (code_page == kCodePageGbk) {
+    AppendUtf8FromGbk(bytes, out);
+  } else if (code_page == kCodePageUtf8 || IsAscii(bytes)) {
     out.append(bytes);
   } else {
-    AppendUtf8FromUtf16(Utf16FromCodePage(code_page, bytes, nullptr), out, nullptr);
+    AppendUtf8FromUtf16(Utf16FromCodePage(code_page, bytes, nullptr), out);
   }
 }
 

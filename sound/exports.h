@@ -13,10 +13,9 @@ extern "C" {
 /// plus 16 bytes. E_INVALIDARG for a capacity of 0.
 HRESULT STDMETHODCALLTYPE CreateSoundBuffer(melorin::SoundBuffer** out, uint32_t capacity);
 
-/// Opens a file as a buffered byte stream. The path must be one that code page 936 can hold. `mode` holds
-/// STGM flags: write or read-write asks for read and write access, else read only; share-deny-none (0x40)
-/// shares reading and writing, else reading only; create (0x1000) creates or truncates. E_FAIL when it cannot
-/// be opened.
+/// Opens a file as a buffered byte stream. `mode` holds STGM flags: write or read-write asks for read and
+/// write access, else read only; share-deny-none (0x40) shares reading and writing, else reading only; create
+/// (0x1000) creates or truncates. E_FAIL when it cannot be opened.
 HRESULT STDMETHODCALLTYPE CreateStreamOnFile(const melorin::WideChar* path, uint32_t mode, IStream** out);
 
 /// Reads the tags of a stream as a source does when it opens. `extent`, when given, receives the offset of

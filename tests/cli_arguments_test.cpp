@@ -69,12 +69,10 @@ TEST(CliArguments, NumbersAreDecimalAndWhole) {
     EXPECT_FALSE(ParseNumber(text)) << text;
 }
 
-TEST(CliArguments, NamesBecomeGbkOrAreRefusedByName) {
+TEST(CliArguments, NamesBecomeGbk) {
   std::string error;
   EXPECT_EQ(PathFromArgument("音乐/a.mp3", &error), "\xD2\xF4\xC0\xD6/a.mp3");
-  EXPECT_FALSE(PathFromArgument("a/\xF0\x9F\x8E\xB5.mp3", &error));
-  EXPECT_EQ(error,
-            "a/\xF0\x9F\x8E\xB5.mp3: the name holds a character that code page 936 lacks: \xF0\x9F\x8E\xB5");
+  EXPECT_EQ(PathFromArgument("a/\xF0\x9F\x8E\xB5.mp3", &error), "a/\x94\x39\xC1\x39.mp3");
   EXPECT_FALSE(PathFromArgument("\xD2\xF4.mp3", &error));
   EXPECT_EQ(error, "\xEF\xBF\xBD\xEF\xBF\xBD.mp3: the name is not valid UTF-8");
 }

@@ -44,6 +44,27 @@ TEST_F(FileTest, SafeWriteReplacesTheWholeFile) {
   EXPECT_FALSE(FileExists(path));
 }
 
+TEST_F(FileTest, NamesBeyondTheCodePage) {
+  const std::string names[] = {GbkFromUtf8("노래 🎵.mp3"), GbkFromUtf8("เพลง.mp3"), GbkFromUtf8("ñandú €.mp3"),
+                               GbkFromUtf8("⺁\uE000.mp3")};
+  for (const std::string& name : names) {
+    SCOPED_TRACE(Utf8FromGbk(name));
+    const std::string folder = Path(GbkFromUtf8("폴더").c_str());
+    ASSERT_TRUE(MakeDirectory(folder));
+    const std::string path = JoinPath(folder, name);
+    ASSERT_TRUE(WriteFileSafely(path, Bytes(name)));
+    EXPECT_EQ(Content(path), name);
+    EXPECT_EQ(PathFileName(path), name);
+    EXPECT_EQ(PathExtension(path), "mp3");
+    EXPECT_EQ(FullPathFrom(folder, name), path);
+    EXPECT_NE(FileTimeStamp(path), 0u);
+    const auto entries = ListDirectory(folder);
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].name_gbk, name);
+    EXPECT_TRUE(DeleteFileAt(path));
+  }
+}
+
 TEST_F(FileTest, EmptyFileMapsAndFolderDoesNot) {
   const std::string path = Path("empty");
   ASSERT_TRUE(WriteFileSafely(path, {}));

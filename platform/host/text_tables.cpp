@@ -106,20 +106,4 @@ std::u16string Utf16FromCodePage(int code_page, std::string_view bytes, bool* lo
   return out;
 }
 
-std::string GbkFromUtf16Table(std::u16string_view utf16, bool* lossy) {
-  thread_local Converter converter("CP936", "UTF-16LE");
-  std::string raw(utf16.size() * 2, '\0');
-  for (size_t i = 0; i < utf16.size(); ++i) {
-    raw[2 * i] = static_cast<char>(utf16[i] & 0xFF);
-    raw[2 * i + 1] = static_cast<char>(utf16[i] >> 8);
-  }
-  return converter.Convert(raw, [&](const char* in, size_t left, std::string& out) {
-    SetTrue(lossy);
-    out += '?';
-    const bool high = left >= 4 && (static_cast<unsigned char>(in[1]) & 0xFC) == 0xD8 &&
-                      (static_cast<unsigned char>(in[3]) & 0xFC) == 0xDC;
-    return high ? size_t{4} : size_t{2};
-  });
-}
-
 }  // namespace melorin

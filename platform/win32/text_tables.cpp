@@ -32,16 +32,4 @@ std::u16string Utf16FromCodePage(int code_page, std::string_view bytes, bool* lo
   return out;
 }
 
-std::string GbkFromUtf16Table(std::u16string_view utf16, bool* lossy) {
-  if (utf16.empty()) return {};
-  const auto* units = reinterpret_cast<const wchar_t*>(utf16.data());
-  std::string out(utf16.size() * 2, '\0');
-  BOOL replaced = FALSE;
-  const int made = WideCharToMultiByte(kCodePageGbk, WC_NO_BEST_FIT_CHARS, units, Length(utf16.size()),
-                                       out.data(), Length(out.size()), "?", &replaced);
-  if (replaced && lossy) *lossy = true;
-  out.resize(static_cast<size_t>(made));
-  return out;
-}
-
 }  // namespace melorin
