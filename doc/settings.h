@@ -141,7 +141,7 @@ struct LyricLook {
 
 struct LyricSettings : LyricLook {
   int32_t scroll_mode = 0;  ///< 0 upwards, 1 sideways.
-  int32_t char_set = 0;     ///< 0 simplified, 1 traditional, as the lyric has it when negative.
+  int32_t char_set = 0;     ///< 0 as the lyric has it, 1 simplified, 2 traditional.
   int32_t text_align = 1;   ///< 0 left, 1 centre, 2 right.
   int32_t row_interval = 6;
   int32_t fade_index = 1;    ///< Lines far from the current one pale.

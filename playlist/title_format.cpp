@@ -7,6 +7,7 @@
 #include <array>
 #include <iterator>
 
+#include "doc/settings.h"
 #include "platform/file.h"
 #include "platform/text.h"
 
@@ -146,6 +147,11 @@ std::span<const TitlePlaceholder> TitlePlaceholders() {
 
 std::span<const std::u16string_view> FileNamePatterns() {
   return kFileNamePatterns;
+}
+
+TitleSettings TitleSettingsFrom(const PlayListSettings& settings) {
+  return {Utf16FromGbk(settings.def_title_format_gbk), Utf16FromGbk(settings.tag_title_format_gbk),
+          settings.tag_format != 0, settings.title_number != 0};
 }
 
 std::u16string EntryTitle(const PlayListItem& item, const TitleSettings& settings) {

@@ -13,6 +13,8 @@
 
 namespace melorin {
 
+struct PlayListSettings;
+
 struct FormattedTitle {
   std::u16string text;
   size_t found = 0;  ///< Placeholders that had a value; 0: the text is made of defaults only.
@@ -42,6 +44,8 @@ struct TitleSettings {
   bool use_tag_pattern = false;                              ///< "TagFormat"
   bool number = true;                                        ///< "TitleNumber"
 };
+TitleSettings TitleSettingsFrom(const PlayListSettings& settings);
+
 /// An entry's title as the list shows it, without the running number: the tag pattern's text when it is in
 /// use and found a value, else the default pattern's when that found one, else the item's own title, else the
 /// file name. So a list without tags shows names, not defaults. An empty pattern finds nothing.
