@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Files as the core needs them. Every path is GBK text as platform/text.h has it, which holds every name
-// but those with half a surrogate pair (Windows) or with bytes that are no UTF-8 (the host). No function here shows a message or throws.
+// but those with half a surrogate pair (Windows) or with bytes that are no UTF-8 (the host). No function here
+// shows a message or throws.
 #pragma once
 
 #include <cstddef>

@@ -4,6 +4,7 @@
 // stack between, so that a result is allocated once in its right size. ASCII goes through eight at a time.
 #include "platform/text.h"
 
+#include <bit>
 #include <cstring>
 #include <type_traits>
 
@@ -27,6 +28,15 @@ struct ReadUtf8 {
     if (lead < 0x80) {
       ++at;
       return lead;
+    }
+    if ((lead & 0xF0) == 0xE0 && end - at >= 3) {  // Chinese text is nothing else: without the loop.
+      const char32_t first = byte(at + 1) ^ 0x80u;
+      const char32_t second = byte(at + 2) ^ 0x80u;
+      const char32_t c = (lead & 0x0Fu) << 12 | first << 6 | second;
+      if ((first | second) < 0x40 && c >= 0x800 && (c < 0xD800 || c > 0xDFFF)) {
+        at += 3;
+        return c;
+      }
     }
     int length = 0;
     char32_t value = 0;
@@ -73,22 +83,21 @@ struct ReadGbk {
   char32_t operator()(const char*& at, const char* end, bool& bad) const {
     const auto lead = static_cast<unsigned char>(*at++);
     if (lead < 0x80) return lead;
-    if (lead == 0x80) return 0x20AC;
-    if (lead != 0xFF && at != end) {
+    if (at != end) {
       const auto trail = static_cast<unsigned char>(*at);
-      if (IsDigit(trail)) {
-        if (const char32_t c = FourByte(lead, at, end)) {
-          at += 3;
-          return c;
-        }
-      } else if (const int pair = GbTables::PairIndex(lead, trail); pair >= 0) {
-        if (const char16_t unit = tables.Unit(pair)) {
-          ++at;
-          return unit;
-        }
+      if (const char16_t unit = tables.Unit(lead, trail)) {
+        ++at;
+        return unit;
+      }
+      if (lead == 0x80) return 0x20AC;
+      if (const char32_t c = IsDigit(trail) && lead != 0xFF ? FourByte(lead, at, end) : 0) {
+        at += 3;
+        return c;
       }
       // A lead byte takes its trail byte along when that one could not stand for itself.
-      if (trail >= 0x80) ++at;
+      if (trail >= 0x80 && lead != 0xFF) ++at;
+    } else if (lead == 0x80) {
+      return 0x20AC;
     }
     bad = true;
     return kReplacement;
@@ -171,29 +180,31 @@ struct WriteGbk {
   }
 };
 
-/// Copies eight units when all of them are ASCII.
-bool CopyEightAscii(const char* at, char* to) {
-  uint64_t word;
-  std::memcpy(&word, at, sizeof word);
-  if (word & 0x8080808080808080u) return false;
-  std::memcpy(to, &word, sizeof word);
-  return true;
+/// The number of ASCII bytes at the start of a word of memory.
+size_t LeadingAscii(uint64_t word) {
+  return static_cast<size_t>(std::countr_zero(word & 0x8080808080808080u)) / 8;
 }
-bool CopyEightAscii(const char* at, char16_t* to) {
+static_assert(std::endian::native == std::endian::little);
+
+/// Copies eight units, of which the answer tells how many are ASCII; the rest is there to be overwritten.
+size_t CopyAscii(const char* at, char* to) {
   uint64_t word;
   std::memcpy(&word, at, sizeof word);
-  if (word & 0x8080808080808080u) return false;
+  std::memcpy(to, &word, sizeof word);
+  return LeadingAscii(word);
+}
+size_t CopyAscii(const char* at, char16_t* to) {
+  uint64_t word;
+  std::memcpy(&word, at, sizeof word);
   for (int i = 0; i < 8; ++i)
     to[i] = static_cast<unsigned char>(at[i]);
-  return true;
+  return LeadingAscii(word);
 }
-bool CopyEightAscii(const char16_t* at, char* to) {
-  uint64_t words[2];
-  std::memcpy(words, at, sizeof words);
-  if ((words[0] | words[1]) & 0xFF80FF80FF80FF80u) return false;
-  for (int i = 0; i < 8; ++i)
-    to[i] = static_cast<char>(at[i]);
-  return true;
+size_t CopyAscii(const char16_t* at, char* to) {
+  size_t count = 0;
+  for (; count < 8 && at[count] < 0x80; ++count)
+    to[count] = static_cast<char>(at[count]);
+  return count;
 }
 
 /// Appends the converted text; `malformed` stands for what the reader rejected (0: U+FFFD). False when
@@ -215,9 +226,10 @@ bool Convert(std::basic_string_view<In> text, std::basic_string<Out>& out, const
       to = block;
     }
     if (static_cast<std::make_unsigned_t<In>>(*at) < 0x80) {
-      if (end - at >= 8 && CopyEightAscii(at, to)) {
-        at += 8;
-        to += 8;
+      if (end - at >= 8) {
+        const size_t count = CopyAscii(at, to);
+        at += count;
+        to += count;
       } else {
         *to++ = static_cast<Out>(*at++);
       }
@@ -265,8 +277,7 @@ bool IsValidGbk(std::string_view bytes) {
     const auto lead = static_cast<unsigned char>(bytes[i]);
     if (lead < 0x80) continue;
     if (i + 1 == bytes.size()) return false;
-    const int pair = GbTables::PairIndex(lead, static_cast<unsigned char>(bytes[++i]));
-    if (pair < 0 || !tables.IsPlain(pair)) return false;
+    if (!tables.IsPlain(lead, static_cast<unsigned char>(bytes[++i]))) return false;
   }
   return true;
 }

@@ -42,8 +42,9 @@ GbTables::GbTables() {
 }
 
 void GbTables::Enter(int pair_index, char16_t unit) {
-  units_[pair_index] = unit;
-  codes_[unit] = PairCode(pair_index);
+  const uint16_t code = PairCode(pair_index);
+  units_[code & 0x7FFF] = unit;
+  codes_[unit] = code;
 }
 
 /// The codes of GB18030 are left out: some platforms read them as private characters of their own choice,

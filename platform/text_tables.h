@@ -33,10 +33,12 @@ class GbTables {
     if (lead < 0x81 || lead == 0xFF || trail < 0x40 || trail == 0x7F || trail == 0xFF) return -1;
     return (lead - 0x81) * kTrails + trail - 0x40 - (trail > 0x7F ? 1 : 0);
   }
-  char16_t Unit(int pair_index) const { return units_[pair_index]; }  ///< 0: no character.
+  /// `lead` from 0x80; 0: no character. No arithmetic and no test of the bytes: this is the hot way.
+  char16_t Unit(unsigned char lead, unsigned char trail) const { return units_[(lead & 0x7F) << 8 | trail]; }
   /// By code page 936 itself.
-  bool IsPlain(int pair_index) const {
-    return units_[pair_index] != 0 && !added_[static_cast<size_t>(pair_index)];
+  bool IsPlain(unsigned char lead, unsigned char trail) const {
+    const int pair = PairIndex(lead, trail);
+    return pair >= 0 && Unit(lead, trail) != 0 && !added_[static_cast<size_t>(pair)];
   }
   /// One byte (below 0x100) or two, lead first; 0 for a character that has neither.
   uint16_t Code(char16_t unit) const { return codes_[unit]; }
@@ -46,7 +48,7 @@ class GbTables {
   void ReadCodePage();
   void Enter(int pair_index, char16_t unit);
 
-  char16_t units_[kPairs] = {};
+  char16_t units_[0x8000] = {};
   uint16_t codes_[0x10000] = {};
   std::bitset<kPairs> added_;
 };
