@@ -68,9 +68,12 @@ SwitchResult ParseValueSwitch(std::u16string_view name, std::u16string_view valu
     } else {
       return SwitchResult::kBadValue;
     }
-  } else if (name == u"log") {
+  } else if (name == u"mode") {
+    if (!ParseNumber(value, 4, number)) return SwitchResult::kBadValue;
+    line.mode = static_cast<int>(number);
+  } else if (name == u"log" || name == u"data" || name == u"list") {
     if (value.empty()) return SwitchResult::kBadValue;
-    line.log_path = value;
+    (name == u"log" ? line.log_path : name == u"data" ? line.data_folder : line.list_name) = value;
   } else {
     return SwitchResult::kUnknown;
   }

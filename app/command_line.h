@@ -14,15 +14,22 @@ namespace melorin {
 
 /// melorin.exe [switches] [files and folders]
 ///
-///   (paths)           play them in this order in the place of what was loaded; folders in name order
-///   /add              append the paths to what is loaded; plays only when nothing is playing yet and /play
-///   is given /play /pause      start or go on; pause, or go on when paused already /stop /next /prev
+///   (paths)           put into the list and play, in this order; folders in name order; playlists, sheets
+///   and
+///                     shortcuts stand for their entries. What the list holds already is played where it is.
+///   /add              append the paths to the list; what plays goes on
+///   /list=NAME        of the list of that name, made when there is none; else see PlayerJobs
+///   /play /pause      start or go on; pause, or go on when paused already
+///   /stop /next /prev
+///   /mode=N           play mode: 0 single, 1 repeat one, 2 in order, 3 repeat all, 4 random
 ///   /volume=N         0 to 100
 ///   /seek=MS          position within the track in milliseconds
 ///   /device=NAME      waveout or dsound, from the next track on
 ///   /demo             play the built-in tune
-///   /autoclose        end the program when the last track has played; exit code 2 when a track failed
+///   /autoclose        play the list once, in order unless /mode says else, then end the program; exit code 2
+///                     when a track failed
 ///   /log=FILE         write one JSON object a line for every event (see EventLog); first instance only
+///   /data=FOLDER      keep settings and lists there; first instance only
 ///   /exit             end the running player
 ///
 /// Switches may begin with '-' and are read without case. Given to a second instance, all of them act on the
@@ -41,10 +48,15 @@ struct CommandLine {
   bool exit = false;
   bool demo = false;
   bool auto_close = false;
+  /// Not a command line but files dropped on a window: the settings about command lines do not apply.
+  bool dropped = false;
+  std::optional<int> mode;
   std::optional<int> volume;
   std::optional<uint32_t> seek_ms;
   std::optional<Device> device;
+  std::u16string list_name;
   std::u16string log_path;
+  std::u16string data_folder;
   /// Switches that were not understood, in the user's language; the rest is carried out.
   std::vector<std::u16string> problems;
 };

@@ -4,12 +4,19 @@
 // written at once, so a reader may follow the file.
 //
 //   {"event":"started","window_ms":120}           the window is shown; ms since the process began
-//   {"event":"opened","file":…,"title":…,"artist":…,"codec":…,"duration_ms":…,"sample_rate":…,"channels":…,"bits":…,
-//    "device":…}
+//   {"event":"lists","read":…,"count":…,"list":…,"entries":…}   the stored lists are there; the active one's
+//                                                 name and size
+//   {"event":"opened","file":…,"subtrack":…,"title":…,"artist":…,"codec":…,"duration_ms":…,"sample_rate":…,
+//    "channels":…,"bits":…,"device":…,"index":…,"list":…}
 //   {"event":"playing"|"paused"|"stopped","ms":…}
 //   {"event":"position","ms":…}                   about once a second while playing
 //   {"event":"seek","ms":…}
+//   {"event":"resumed","ms":…}                    goes on where the last session ended
+//   {"event":"fading","file":…}                   that track was left and fades out
 //   {"event":"ended"}                             the track has played to its end
+//   {"event":"finished"}                          nothing follows by itself
+//   {"event":"mode","mode":…}
+//   {"event":"saved","settings":0|1,"lists":0|1}  1: written
 //   {"event":"error","file":…,"text":…,"code":"0x80004005"}
 //   {"event":"closed"}
 //

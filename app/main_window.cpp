@@ -5,10 +5,11 @@
 
 #include <imm.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <memory>
+#include <utility>
+#include <vector>
 
-#include "app/demo_tune.h"
 #include "app/player_text.h"
 #include "app/resource.h"
 
@@ -16,11 +17,12 @@ namespace melorin {
 namespace {
 
 constexpr UINT kHandedOverMessage = WM_APP + 1;
-constexpr UINT kExpandedMessage = WM_APP + 2;
+constexpr UINT kTaskMessage = WM_APP + 2;
 
 constexpr UINT_PTR kRefreshTimer = 1;
 constexpr UINT_PTR kCloseTimer = 2;
 constexpr UINT_PTR kMessageTimer = 3;
+constexpr UINT_PTR kSaveTimer = 4;
 constexpr UINT kRefreshMs = 250;
 // What the device has taken is still on its way through the mixer when the track has ended.
 constexpr UINT kCloseDelayMs = 500;
@@ -60,24 +62,12 @@ std::unique_ptr<T> TakeObject(LPARAM lparam) {
   return std::unique_ptr<T>(reinterpret_cast<T*>(lparam));
 }
 
-using Paths = std::vector<std::u16string>;
-
-const char* StateName(PlayState state) {
-  switch (state) {
-    case PlayState::kPlaying:
-      return "playing";
-    case PlayState::kPaused:
-      return "paused";
-    case PlayState::kStopped:
-      break;
-  }
-  return "stopped";
-}
+using UiTask = std::function<void()>;
 
 }  // namespace
 
-MainWindow::MainWindow(HINSTANCE instance, const SoundLibrary& library)
-    : instance_(instance), library_(library), player_(library, *this, PlaybackSettings{}) {}
+MainWindow::MainWindow(HINSTANCE instance, const SoundLibrary& library, std::string data_folder_gbk)
+    : instance_(instance), player_(library, *this, std::move(data_folder_gbk)) {}
 
 MainWindow::~MainWindow() {
   if (window_) DestroyWindow(window_);
@@ -124,7 +114,6 @@ LRESULT CALLBACK MainWindow::Procedure(HWND window, UINT message, WPARAM wparam,
   if (message == WM_NCCREATE) {
     auto* self = static_cast<MainWindow*>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams);
     self->window_ = window;
-    self->player_.SetWindow(window);
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
   }
   auto* self = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
@@ -140,13 +129,13 @@ LRESULT CALLBACK MainWindow::Procedure(HWND window, UINT message, WPARAM wparam,
 LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
     case kStreamMessage:
-      player_.OnStreamMessage(wparam, lparam);
+      player_.Control().OnStreamEvent(wparam, reinterpret_cast<PlaybackStream*>(lparam));
       return 0;
     case kHandedOverMessage:
       OnHandedOver(*TakeObject<std::u16string>(lparam));
       return 0;
-    case kExpandedMessage:
-      FinishJob(std::move(*TakeObject<Paths>(lparam)));
+    case kTaskMessage:
+      (*TakeObject<UiTask>(lparam))();
       return 0;
     case WM_TIMER:
       OnTimer(wparam);
@@ -166,13 +155,19 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       OnClick({GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)});
       return 0;
     case WM_MOUSEWHEEL:
-      ChangeVolume(GET_WHEEL_DELTA_WPARAM(wparam) > 0 ? kVolumeStep : -kVolumeStep);
+      player_.ChangeVolume(GET_WHEEL_DELTA_WPARAM(wparam) > 0 ? kVolumeStep : -kVolumeStep);
       return 0;
     case WM_DROPFILES:
       OnDrop(reinterpret_cast<HDROP>(wparam));
       return 0;
     case WM_DPICHANGED:
       OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
+      return 0;
+    case WM_QUERYENDSESSION:
+      player_.SaveNow();
+      return TRUE;
+    case WM_ENDSESSION:
+      if (wparam) player_.SaveNow();
       return 0;
     case WM_DESTROY:
       OnDestroy();
@@ -184,15 +179,16 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 void MainWindow::OnDestroy() {
-  expander_.Stop();
   ShowWindow(window_, SW_HIDE);
-  player_.Close();
-  log_.Write(LogEntry("closed"));
+  if (!player_.Close()) {
+    MessageBoxW(nullptr, AsWide(message_.c_str()), kProductName, MB_OK | MB_ICONWARNING);
+  }
+  exit_code_ = player_.ExitCode();
   // Objects on their way to a window that is going.
   MSG message;
-  while (PeekMessageW(&message, window_, kHandedOverMessage, kExpandedMessage, PM_REMOVE)) {
+  while (PeekMessageW(&message, window_, kHandedOverMessage, kTaskMessage, PM_REMOVE)) {
     if (message.message == kHandedOverMessage) TakeObject<std::u16string>(message.lParam);
-    if (message.message == kExpandedMessage) TakeObject<Paths>(message.lParam);
+    if (message.message == kTaskMessage) TakeObject<UiTask>(message.lParam);
   }
   SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
   window_ = nullptr;
@@ -201,20 +197,20 @@ void MainWindow::OnDestroy() {
 
 void MainWindow::OnTimer(UINT_PTR timer) {
   switch (timer) {
-    case TrackPlayer::kNextTrackTimer:
-      player_.OnNextTrackTimer();
+    case kNextTrackTimer:
+      player_.Control().OnNextTrackTimer();
       break;
-    case kRefreshTimer: {
-      const uint32_t second = player_.PositionMs() / 1000;
-      if (second != logged_second_) {
-        logged_second_ = second;
-        log_.Write(LogEntry("position").Add("ms", player_.PositionMs()));
-      }
+    case kRefreshTimer:
+      player_.OnTick();
       break;
-    }
     case kMessageTimer:
       KillTimer(window_, kMessageTimer);
-      if (player_.State() == PlayState::kPlaying) message_.clear();
+      if (player_.Control().State() == PlayState::kPlaying) message_.clear();
+      break;
+    case kSaveTimer:
+      KillTimer(window_, kSaveTimer);
+      saves_later_ = false;
+      player_.SaveNow();
       break;
     case kCloseTimer:
       KillTimer(window_, kCloseTimer);
@@ -227,32 +223,35 @@ void MainWindow::OnTimer(UINT_PTR timer) {
 }
 
 bool MainWindow::OnKey(WPARAM key) {
-  const auto step = static_cast<int32_t>(PositionStepMs(player_.Track().duration_ms));
+  PlayerControl& control = player_.Control();
   switch (key) {
     case VK_SPACE:
     case 'C':
-      player_.TogglePause();
+      control.TogglePause();
+      break;
+    case 'M':
+      player_.CycleMode();
       break;
     case 'S':
-      player_.Stop();
+      control.Stop();
       break;
     case 'N':
-      player_.Next();
+      control.Next();
       break;
     case 'P':
-      player_.Previous();
+      control.Previous();
       break;
     case VK_LEFT:
-      SeekTo(StepPosition(player_.PositionMs(), -step, player_.Track().duration_ms));
+      player_.StepPosition(-1);
       break;
     case VK_RIGHT:
-      SeekTo(StepPosition(player_.PositionMs(), step, player_.Track().duration_ms));
+      player_.StepPosition(1);
       break;
     case VK_UP:
-      ChangeVolume(kVolumeStep);
+      player_.ChangeVolume(kVolumeStep);
       break;
     case VK_DOWN:
-      ChangeVolume(-kVolumeStep);
+      player_.ChangeVolume(-kVolumeStep);
       break;
     default:
       return false;
@@ -262,24 +261,25 @@ bool MainWindow::OnKey(WPARAM key) {
 }
 
 bool MainWindow::OnAppCommand(int command) {
+  PlayerControl& control = player_.Control();
   switch (command) {
     case APPCOMMAND_MEDIA_PLAY_PAUSE:
-      player_.TogglePause();
+      control.TogglePause();
       return true;
     case APPCOMMAND_MEDIA_PLAY:
-      player_.Play();
+      control.Play();
       return true;
     case APPCOMMAND_MEDIA_PAUSE:
-      player_.Pause();
+      control.Pause();
       return true;
     case APPCOMMAND_MEDIA_STOP:
-      player_.Stop();
+      control.Stop();
       return true;
     case APPCOMMAND_MEDIA_NEXTTRACK:
-      player_.Next();
+      control.Next();
       return true;
     case APPCOMMAND_MEDIA_PREVIOUSTRACK:
-      player_.Previous();
+      control.Previous();
       return true;
     default:
       return false;
@@ -287,29 +287,31 @@ bool MainWindow::OnAppCommand(int command) {
 }
 
 void MainWindow::OnClick(POINT point) {
+  PlayerControl& control = player_.Control();
   if (const auto button = view_.ButtonAt(point)) {
     switch (*button) {
       case PlayerButton::kPrevious:
-        player_.Previous();
+        control.Previous();
         break;
       case PlayerButton::kPlay:
-        player_.TogglePause();
+        control.TogglePause();
         break;
       case PlayerButton::kStop:
-        player_.Stop();
+        control.Stop();
         break;
       case PlayerButton::kNext:
-        player_.Next();
+        control.Next();
         break;
     }
   } else if (view_.OnProgress(point)) {
-    SeekTo(PositionAt(point.x, view_.ProgressLeft(), view_.ProgressWidth(), player_.Track().duration_ms));
+    player_.SeekTo(PositionAt(point.x, view_.ProgressLeft(), view_.ProgressWidth(), control.DurationMs()));
   }
   Refresh();
 }
 
 void MainWindow::OnDrop(HDROP drop) {
   CommandLine line;
+  line.dropped = true;
   const UINT count = DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
   for (UINT i = 0; i < count; ++i) {
     std::wstring path(DragQueryFileW(drop, i, nullptr, 0) + 1, L'\0');
@@ -317,7 +319,7 @@ void MainWindow::OnDrop(HDROP drop) {
     line.paths.emplace_back(AsChar16(path.c_str()), path.size());
   }
   DragFinish(drop);
-  Execute(std::move(line));
+  player_.Execute(std::move(line));
 }
 
 void MainWindow::OnDpiChanged(int dpi, const RECT& place) {
@@ -353,176 +355,106 @@ void MainWindow::OnHandedOver(const std::u16string& text) {
     if (IsIconic(window_)) ShowWindow(window_, SW_RESTORE);
     SetForegroundWindow(window_);
   }
-  Execute(std::move(line));
+  player_.Execute(std::move(line));
 }
 
-void MainWindow::Execute(CommandLine line) {
-  jobs_.push_back(std::move(line));
-  if (jobs_.size() == 1) StartNextJob();
+// ---- what the player needs
+
+void MainWindow::StartNextTimer(uint32_t delay_ms) {
+  SetTimer(window_, kNextTrackTimer, delay_ms, nullptr);
 }
 
-void MainWindow::StartNextJob() {
-  const CommandLine& job = jobs_.front();
-  if (job.paths.empty()) {
-    FinishJob({});
-    return;
+void MainWindow::StopNextTimer() {
+  KillTimer(window_, kNextTrackTimer);
+}
+
+void MainWindow::PostStreamEvent(uint32_t message, uint32_t event, PlaybackStream* stream) {
+  PostMessageW(window_, message, event, reinterpret_cast<LPARAM>(stream));
+}
+
+void MainWindow::DropStreamEvents(PlaybackStream* stream) {
+  std::vector<MSG> others;
+  MSG message;
+  while (PeekMessageW(&message, window_, kStreamMessage, kStreamMessage, PM_REMOVE)) {
+    if (message.lParam != reinterpret_cast<LPARAM>(stream)) others.push_back(message);
   }
-  expander_.Start(
-      job.paths, [this](std::u16string_view path) { return library_.CanPlay(path); },
-      [window = window_](Paths files) {
-        PostObject(window, kExpandedMessage, std::make_unique<Paths>(std::move(files)));
-      });
+  for (const MSG& other : others)
+    PostMessageW(other.hwnd, other.message, other.wParam, other.lParam);
 }
 
-void MainWindow::FinishJob(Paths files) {
-  if (jobs_.empty()) return;
-  const CommandLine line = std::move(jobs_.front());
-  auto_close_ = auto_close_ || line.auto_close;
-  for (const std::u16string& problem : line.problems)
-    ReportProblem(problem);
-  if (line.demo) {
-    std::u16string path = WriteDemoTune(instance_);
-    if (path.empty()) {
-      ReportProblem(u"无法写出示例乐曲");
-    } else {
-      files.push_back(std::move(path));
-    }
+void MainWindow::PumpMessages() {
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) continue;
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
   }
-  if (line.device) {
-    const auto kind = static_cast<unsigned long>(
-        *line.device == CommandLine::Device::kWaveOut ? DeviceKind::kWaveOut : DeviceKind::kDirectSound);
-    player_.Settings().device_type = {kind << 16, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0}};
-  }
-  if (line.volume) player_.SetVolume(*line.volume);
-  if (line.stop) player_.Stop();
-  Load(line, std::move(files));
-  if (line.next) player_.Next();
-  if (line.previous) player_.Previous();
-  if (line.play) player_.Play();
-  if (line.seek_ms) SeekTo(*line.seek_ms);
-  if (line.pause) player_.TogglePause();
-  if (line.exit || (auto_close_ && player_.List().Size() == 0)) CloseSoon();
-  Refresh();
-  jobs_.pop_front();
-  if (!jobs_.empty()) StartNextJob();
 }
 
-void MainWindow::Load(const CommandLine& line, Paths files) {
-  if (files.empty()) return;
-  if (line.add) {
-    player_.List().Append(std::move(files));
-    return;
-  }
-  player_.List().Replace(std::move(files));
-  player_.PlayEntry(0);
-}
-
-// ---- what the user does
-
-void MainWindow::SeekTo(uint32_t position_ms) {
-  if (player_.State() == PlayState::kStopped) return;
-  player_.Seek(position_ms);
-  log_.Write(LogEntry("seek").Add("ms", position_ms));
-  Refresh();
-}
-
-void MainWindow::ChangeVolume(int change) {
-  player_.SetVolume(player_.Settings().volume + change);
-  Refresh();
+void MainWindow::PostTask(std::function<void()> task) {
+  PostObject(window_, kTaskMessage, std::make_unique<UiTask>(std::move(task)));
 }
 
 void MainWindow::ShowMessage(const std::u16string& text) {
   message_ = text;
+  if (!window_) return;
   SetTimer(window_, kMessageTimer, kMessageMs, nullptr);
   Refresh();
 }
 
-void MainWindow::ReportProblem(const std::u16string& text) {
-  log_.Write(LogEntry("error").Add("text", text));
-  ShowMessage(text);
+void MainWindow::SaveLater(uint32_t delay_ms) {
+  if (saves_later_) return;
+  saves_later_ = SetTimer(window_, kSaveTimer, delay_ms, nullptr) != 0;
 }
 
 void MainWindow::CloseSoon() {
   SetTimer(window_, kCloseTimer, kCloseDelayMs, nullptr);
 }
 
-// ---- what the player tells
-
-void MainWindow::OnOpened(const TrackInfo& track) {
-  logged_second_ = 0;
-  log_.Write(LogEntry("opened")
-                 .Add("file", track.path)
-                 .Add("title", track.title)
-                 .Add("artist", track.artist)
-                 .Add("codec", track.codec)
-                 .Add("duration_ms", track.duration_ms)
-                 .Add("sample_rate", track.sample_rate)
-                 .Add("channels", track.channels)
-                 .Add("bits", track.bits)
-                 .Add("device", track.device));
-  const std::u16string caption = track.title + u" - " + AsChar16(kProductName);
-  SetWindowTextW(window_, AsWide(caption.c_str()));
-  Refresh();
-}
-
-void MainWindow::OnState(PlayState state) {
-  if (state == PlayState::kPlaying) {
-    SetTimer(window_, kRefreshTimer, kRefreshMs, nullptr);
-  } else {
-    KillTimer(window_, kRefreshTimer);
-  }
-  log_.Write(LogEntry(StateName(state)).Add("ms", player_.PositionMs()));
-  Refresh();
-}
-
-void MainWindow::OnFailed(const std::u16string& path, const std::u16string& text, HRESULT result) {
-  char code[16];
-  std::snprintf(code, sizeof(code), "0x%08lX", static_cast<unsigned long>(result));
-  log_.Write(
-      LogEntry("error").Add("file", path).Add("text", text).Add("code", std::u16string(code, code + 10)));
-  if (auto_close_) exit_code_ = 2;
-  if (!player_.HasTrack()) SetWindowTextW(window_, kProductName);
-  ShowMessage(std::u16string(FileNameOf(path)) + u"：" + text);
-}
-
-void MainWindow::OnEnded() {
-  log_.Write(LogEntry("ended"));
-}
-
-void MainWindow::OnFinished() {
-  if (auto_close_) CloseSoon();
-}
+// ---- what is shown
 
 PlayerPicture MainWindow::MakePicture() const {
   PlayerPicture picture;
-  const TrackInfo& track = player_.Track();
-  picture.has_track = player_.HasTrack();
-  picture.playing = player_.State() == PlayState::kPlaying;
+  const PlayerControl& control = player_.Control();
+  picture.has_track = control.HasTrack();
+  picture.playing = control.State() == PlayState::kPlaying;
   picture.message = message_;
-  picture.volume = u"音量 " + ToText(static_cast<uint32_t>(player_.Settings().volume)) + u"%";
+  picture.volume = u"音量 " +
+                   ToText(static_cast<uint32_t>(std::clamp(player_.Data().Values().player.volume, 0, 100))) +
+                   u"%";
   if (!picture.has_track) {
     picture.title = AsChar16(kProductName);
     picture.subtitle = u"将音频文件拖放到此处即可播放";
-    picture.details = u"空格 播放/暂停   S 停止   ←→ 快退/快进   ↑↓ 音量   P/N 上一首/下一首";
+    picture.details = u"空格 播放/暂停  S 停止  P/N 上一首/下一首  M 播放模式  ←→ 快退/快进  ↑↓ 音量";
     return picture;
   }
-  picture.title = track.title;
-  picture.subtitle = track.artist;
-  if (!track.album.empty()) picture.subtitle += (track.artist.empty() ? u"" : u" · ") + track.album;
-  picture.details = track.codec;
-  if (track.bitrate >= 1000) picture.details += u"   " + ToText((track.bitrate + 500) / 1000) + u" kbps";
-  picture.details += u"   " + ToText(track.sample_rate) + u" Hz   ";
-  picture.details += track.channels == 1   ? u"单声道"
-                     : track.channels == 2 ? u"立体声"
-                                           : ToText(track.channels) + u" 声道";
-  picture.duration_ms = track.duration_ms;
-  picture.position_ms = player_.PositionMs();
-  if (player_.State() == PlayState::kPaused) picture.details += u"   已暂停";
+  picture.title = player_.Title();
+  picture.subtitle = player_.Subtitle();
+  picture.details = player_.Details();
+  picture.duration_ms = control.DurationMs();
+  picture.position_ms = control.PositionMs();
   return picture;
+}
+
+void MainWindow::ShowCaption() {
+  std::u16string caption = AsChar16(kProductName);
+  if (player_.Control().HasTrack()) caption = shown_.title + u" - " + caption;
+  if (caption == caption_) return;
+  caption_ = std::move(caption);
+  SetWindowTextW(window_, AsWide(caption_.c_str()));
 }
 
 void MainWindow::Refresh() {
   if (!window_) return;
+  const bool playing = player_.Control().State() == PlayState::kPlaying;
+  if (playing != refreshes_) {
+    refreshes_ = playing;
+    if (playing) {
+      SetTimer(window_, kRefreshTimer, kRefreshMs, nullptr);
+    } else {
+      KillTimer(window_, kRefreshTimer);
+    }
+  }
   PlayerPicture picture = MakePicture();
   PlayerPicture same_but_position = shown_;
   same_but_position.position_ms = picture.position_ms;
@@ -534,6 +466,7 @@ void MainWindow::Refresh() {
     InvalidateRect(window_, nullptr, FALSE);
   }
   shown_ = std::move(picture);
+  ShowCaption();
 }
 
 }  // namespace melorin

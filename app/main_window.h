@@ -1,35 +1,31 @@
 // SPDX-License-Identifier: MIT
 //
-// The plain player window: shows what plays, passes keys, buttons, dropped files and command lines on to the
-// track player, and writes the event log. Messages to calls; what it looks like is PlayerView's.
+// The plain player window: passes messages, keys, buttons and dropped files on to the Player and shows what
+// it finds there. Messages to calls; what it looks like is PlayerView's.
 #pragma once
 
 #include <windows.h>
 
 #include <shellapi.h>
 
-#include <deque>
+#include <functional>
 #include <string>
-#include <vector>
 
-#include "app/command_line.h"
-#include "app/event_log.h"
 #include "app/gdi.h"
-#include "app/path_expander.h"
+#include "app/player.h"
 #include "app/player_view.h"
-#include "app/track_player.h"
 
 namespace melorin {
 
 inline constexpr wchar_t kProductName[] = L"Melorin";
 
-/// Thread: the UI thread, except PostCommandLine.
-class MainWindow final : private TrackPlayerListener {
+/// Thread: the UI thread, except PostCommandLine, PostTask and PostStreamEvent.
+class MainWindow final : private PlayerFrame {
  public:
   static constexpr wchar_t kClassName[] = L"MelorinMainWnd";
 
   /// The library must outlive the window.
-  MainWindow(HINSTANCE instance, const SoundLibrary& library);
+  MainWindow(HINSTANCE instance, const SoundLibrary& library, std::string data_folder_gbk);
   ~MainWindow();
   MainWindow(const MainWindow&) = delete;
   MainWindow& operator=(const MainWindow&) = delete;
@@ -39,15 +35,12 @@ class MainWindow final : private TrackPlayerListener {
   /// Messages until the window is closed; returns the program's exit code.
   int Run();
 
-  /// Carries a command line out, paths off this thread first.
-  void Execute(CommandLine line);
-  /// The same from any thread, for a command line that another instance handed over; comes to the front.
-  /// False when the window is gone.
+  /// Executes a command line that another instance handed over, and comes to the front. False when the window
+  /// is gone. Thread: any.
   static bool PostCommandLine(HWND window, std::u16string text);
 
   HWND Window() const { return window_; }
-
-  EventLog& Log() { return log_; }
+  Player& GetPlayer() { return player_; }
 
  private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) noexcept;
@@ -61,39 +54,32 @@ class MainWindow final : private TrackPlayerListener {
   void OnDpiChanged(int dpi, const RECT& place);
   void OnHandedOver(const std::u16string& text);
   void Paint();
-
-  void StartNextJob();
-  void FinishJob(std::vector<std::u16string> files);
-  void Load(const CommandLine& line, std::vector<std::u16string> files);
-  void SeekTo(uint32_t position_ms);
-  void ChangeVolume(int change);
-  void ShowMessage(const std::u16string& text);
-  void ReportProblem(const std::u16string& text);
-  void CloseSoon();
-
-  void OnOpened(const TrackInfo& track) override;
-  void OnState(PlayState state) override;
-  void OnFailed(const std::u16string& path, const std::u16string& text, HRESULT result) override;
-  void OnEnded() override;
-  void OnFinished() override;
-
   PlayerPicture MakePicture() const;
-  void Refresh();
+  void ShowCaption();
+
+  void StartNextTimer(uint32_t delay_ms) override;
+  void StopNextTimer() override;
+  void PostStreamEvent(uint32_t message, uint32_t event, PlaybackStream* stream) override;
+  void DropStreamEvents(PlaybackStream* stream) override;
+  void PumpMessages() override;
+  void* WindowHandle() override { return window_; }
+  void PostTask(std::function<void()> task) override;
+  void Refresh() override;
+  void ShowMessage(const std::u16string& text) override;
+  void SaveLater(uint32_t delay_ms) override;
+  void CloseSoon() override;
 
   HINSTANCE instance_;
-  const SoundLibrary& library_;
   HWND window_ = nullptr;
-  TrackPlayer player_;
   PlayerView view_;
   PlayerPicture shown_;
+  std::u16string caption_;
   BackBuffer back_buffer_;
-  EventLog log_;
-  PathExpander expander_;
-  std::deque<CommandLine> jobs_;  ///< The first is under way.
   std::u16string message_;
-  uint32_t logged_second_ = 0;
-  bool auto_close_ = false;
+  bool refreshes_ = false;
+  bool saves_later_ = false;
   int exit_code_ = 0;
+  Player player_;  ///< Last: its streams go before the rest of the window does.
 };
 
 }  // namespace melorin

@@ -6,10 +6,13 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <set>
 
 #include "platform/com.h"
 #include "platform/file.h"
 #include "platform/text.h"
+#include "sound/cue_files.h"
+#include "sound/sound_library.h"
 
 namespace melorin {
 namespace {
@@ -17,90 +20,103 @@ namespace {
 constexpr int kMaxDepth = 32;
 constexpr size_t kMaxFiles = 100000;
 
+bool IsSheet(const std::string& name_gbk) {
+  return EqualNoCaseGbk(PathExtension(name_gbk), "cue");
+}
+
 class FolderWalk {
  public:
-  FolderWalk(const std::function<bool(std::u16string_view)>& can_play, const std::atomic<bool>& stop,
-             std::vector<std::u16string>& files)
-      : can_play_(can_play), stop_(stop), files_(files) {}
+  FolderWalk(const SoundLibrary& library, const std::atomic<bool>& stop, std::vector<std::string>& files)
+      : library_(library), stop_(stop), files_(files) {}
 
-  void Walk(const std::u16string& folder, int depth) {
+  void Walk(const std::string& folder, int depth) {
     if (depth > kMaxDepth) return;
-    std::vector<std::u16string> names;
-    std::vector<std::u16string> folders;
-    for (const DirectoryEntry& entry : ListDirectory(GbkFromUtf16(folder))) {
-      std::u16string name = Utf16FromGbk(entry.name_gbk);
+    std::vector<std::string> paths;
+    std::vector<std::string> folders;
+    std::vector<std::string> sheets;
+    for (const DirectoryEntry& entry : ListDirectory(folder)) {
+      std::string path = JoinPath(folder, entry.name_gbk);
       if (entry.is_directory) {
-        folders.push_back(std::move(name));
-      } else if (can_play_(name)) {
-        names.push_back(std::move(name));
+        folders.push_back(std::move(path));
+      } else if (IsSheet(entry.name_gbk)) {
+        sheets.push_back(std::move(path));
+      } else if (library_.CanPlay(Utf16FromGbk(entry.name_gbk))) {
+        paths.push_back(std::move(path));
       }
     }
-    const auto by_name = [](const std::u16string& a, const std::u16string& b) {
-      return StrCmpLogicalW(AsWide(a.c_str()), AsWide(b.c_str())) < 0;
-    };
-    std::sort(names.begin(), names.end(), by_name);
-    std::sort(folders.begin(), folders.end(), by_name);
-    for (const std::u16string& name : names) {
-      if (stop_ || files_.size() >= kMaxFiles) return;
-      files_.push_back(Join(folder, name));
+    TakeSheets(sheets, paths);
+    Sort(paths);
+    Sort(folders);
+    for (std::string& path : paths) {
+      if (Full()) return;
+      files_.push_back(std::move(path));
     }
-    for (const std::u16string& name : folders) {
-      if (stop_ || files_.size() >= kMaxFiles) return;
-      Walk(Join(folder, name), depth + 1);
+    for (const std::string& path : folders) {
+      if (Full()) return;
+      Walk(path, depth + 1);
     }
   }
 
  private:
-  static std::u16string Join(const std::u16string& folder, const std::u16string& name) {
-    const bool ends = folder.ends_with(u'\\') || folder.ends_with(u'/');
-    return ends ? folder + name : folder + u'\\' + name;
+  bool Full() const { return stop_ || files_.size() >= kMaxFiles; }
+
+  void TakeSheets(const std::vector<std::string>& sheets, std::vector<std::string>& paths) const {
+    std::set<std::string> covered;
+    for (const std::string& path : sheets) {
+      if (stop_) return;
+      const CueSheet sheet = ReadCueFile(path);
+      if (sheet.files.size() != 1 || sheet.tracks.empty()) continue;
+      const std::string audio = FindCueAudio(library_, path, sheet, 0);
+      if (audio.empty() || !covered.insert(LowerGbk(audio)).second) continue;
+      paths.push_back(path);
+    }
+    std::erase_if(paths, [&](const std::string& path) { return covered.contains(LowerGbk(path)); });
   }
 
-  const std::function<bool(std::u16string_view)>& can_play_;
+  static void Sort(std::vector<std::string>& paths) {
+    std::vector<std::pair<std::u16string, std::string>> named;
+    for (std::string& path : paths)
+      named.emplace_back(Utf16FromGbk(PathFileName(path)), std::move(path));
+    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) {
+      return StrCmpLogicalW(AsWide(a.first.c_str()), AsWide(b.first.c_str())) < 0;
+    });
+    for (size_t i = 0; i < named.size(); ++i)
+      paths[i] = std::move(named[i].second);
+  }
+
+  const SoundLibrary& library_;
   const std::atomic<bool>& stop_;
-  std::vector<std::u16string>& files_;
+  std::vector<std::string>& files_;
 };
 
 }  // namespace
 
-std::vector<std::u16string> ExpandPaths(const std::vector<std::u16string>& paths,
-                                        const std::function<bool(std::u16string_view)>& can_play,
-                                        const std::atomic<bool>& stop) {
-  std::vector<std::u16string> files;
-  FolderWalk walk(can_play, stop, files);
+ExpandedPaths ExpandPaths(const std::vector<std::u16string>& paths, const SoundLibrary& library,
+                          const ListFileOptions& options, const std::atomic<bool>& stop) {
+  ExpandedPaths expanded;
+  expanded.entries = Playlist::Create();
   for (const std::u16string& path : paths) {
     if (stop) break;
-    const DWORD attributes = GetFileAttributesW(AsWide(path.c_str()));
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-      const size_t before = files.size();
-      walk.Walk(path, 0);
-      // A folder with nothing to play is an entry of its own, so that the user is told.
-      if (files.size() == before && !stop) files.push_back(path);
-    } else {
-      files.push_back(path);
+    bool lossy = false;
+    std::string path_gbk = FullPath(GbkFromUtf16(path, &lossy));
+    if (lossy) {
+      expanded.problems.push_back(u"文件名含有无法处理的字符：" + path);
+      continue;
+    }
+    if (!DirectoryExists(path_gbk)) {
+      if (!AddPath(*expanded.entries, path_gbk, options))
+        expanded.problems.push_back(u"没有可以播放的内容：" + path);
+      continue;
+    }
+    std::vector<std::string> files;
+    FolderWalk(library, stop, files).Walk(path_gbk, 0);
+    if (files.empty() && !stop) expanded.problems.push_back(u"文件夹里没有可以播放的文件：" + path);
+    for (const std::string& file : files) {
+      if (stop) break;
+      AddPath(*expanded.entries, file, options);
     }
   }
-  return files;
-}
-
-PathExpander::~PathExpander() {
-  Stop();
-}
-
-void PathExpander::Start(std::vector<std::u16string> paths, std::function<bool(std::u16string_view)> can_play,
-                         std::function<void(std::vector<std::u16string>)> done) {
-  if (worker_.Running()) worker_.Join();
-  stop_ = false;
-  worker_ = Thread();
-  worker_.Start([this, paths = std::move(paths), can_play = std::move(can_play), done = std::move(done)] {
-    std::vector<std::u16string> files = ExpandPaths(paths, can_play, stop_);
-    if (!stop_) done(std::move(files));
-  });
-}
-
-void PathExpander::Stop() {
-  stop_ = true;
-  if (worker_.Running()) worker_.Join();
+  return expanded;
 }
 
 }  // namespace melorin

@@ -41,6 +41,12 @@ std::u16string_view FileNameOf(std::u16string_view path) {
   return separator == std::u16string_view::npos ? path : path.substr(separator + 1);
 }
 
+std::u16string PlayModeText(PlayMode mode) {
+  static constexpr std::u16string_view kTexts[] = {u"单曲播放", u"单曲循环", u"顺序播放", u"循环播放",
+                                                   u"随机播放"};
+  return std::u16string(kTexts[static_cast<size_t>(mode)]);
+}
+
 std::u16string DescribeFailure(HRESULT result, bool device) {
   if (result == E_OUTOFMEMORY) return u"内存不足";
   if (device) return u"无法打开音频输出设备";

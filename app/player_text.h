@@ -8,16 +8,12 @@
 #include <string_view>
 
 #include "platform/com.h"
+#include "playlist/play_order.h"
 
 namespace melorin {
 
 /// "3:05", "1:02:03"; whole seconds, rounded down.
 std::u16string FormatTime(uint32_t milliseconds);
-
-/// Step of the position keys: 1 s for tracks shorter than 30 s, else 5 s.
-constexpr uint32_t PositionStepMs(uint32_t duration_ms) {
-  return duration_ms < 30000 ? 1000 : 5000;
-}
 
 /// `position` moved by `step`, within the track: never below 0 and always before its end.
 uint32_t StepPosition(uint32_t position_ms, int32_t step_ms, uint32_t duration_ms);
@@ -30,6 +26,9 @@ std::u16string_view FileNameOf(std::u16string_view path);
 
 /// Why a track cannot be played, in the user's language. `opening`: the file, else the sound device failed.
 std::u16string DescribeFailure(HRESULT result, bool device);
+
+/// "顺序播放" …
+std::u16string PlayModeText(PlayMode mode);
 
 std::u16string ToText(uint32_t number);
 

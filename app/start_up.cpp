@@ -2,15 +2,18 @@
 #include "app/start_up.h"
 
 #include <commctrl.h>
-#include <objbase.h>
 
 #include <cstdlib>
 #include <string>
 
 #include "app/command_line.h"
+#include "app/component_runtime.h"
 #include "app/main_window.h"
 #include "app/single_instance.h"
+#include "doc/settings_location.h"
 #include "platform/com.h"
+#include "platform/file.h"
+#include "platform/folders.h"
 #include "platform/text.h"
 #include "sound/sound_library.h"
 
@@ -18,20 +21,6 @@ namespace melorin {
 namespace {
 
 constexpr LCID kChinesePrc = 2052;
-
-/// The component runtime, of which the UI thread is a single-threaded apartment.
-class ComponentRuntime {
- public:
-  ComponentRuntime() : result_(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
-  ~ComponentRuntime() {
-    if (SUCCEEDED(result_)) CoUninitialize();
-  }
-  ComponentRuntime(const ComponentRuntime&) = delete;
-  ComponentRuntime& operator=(const ComponentRuntime&) = delete;
-
- private:
-  HRESULT result_;
-};
 
 class LibraryScope {
  public:
@@ -44,29 +33,24 @@ class LibraryScope {
   SoundLibrary& library_;
 };
 
-std::string AddInFolderGbk() {
-  std::wstring path(MAX_PATH, L'\0');
-  DWORD length = 0;
-  while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) == path.size())
-    path.resize(path.size() * 2);
-  path.resize(length);
-  path.resize(path.find_last_of(L'\\') + 1);
-  path += L"AddIn";
-  return GbkFromUtf16(std::u16string_view(AsChar16(path.c_str()), path.size()));
+std::string DataFolderFor(const CommandLine& line) {
+  return line.data_folder.empty() ? DataFolder() : FullPath(GbkFromUtf16(line.data_folder));
 }
 
 int RunWindow(HINSTANCE instance, int show, SingleInstance& single, const SoundLibrary& library,
               const std::vector<std::u16string>& arguments) {
   CommandLine line = ParseArguments(arguments);
-  MainWindow window(instance, library);
-  if (!line.log_path.empty() && !window.Log().Open(line.log_path))
+  MainWindow window(instance, library, DataFolderFor(line));
+  Player& player = window.GetPlayer();
+  if (!line.log_path.empty() && !player.Log().Open(line.log_path))
     line.problems.push_back(u"无法写入日志文件：" + line.log_path);
+  player.LoadSettings();
   if (!window.Create(show)) return 3;
-  window.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
+  player.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
   single.Listen([handle = window.Window()](std::u16string text) {
     return MainWindow::PostCommandLine(handle, std::move(text));
   });
-  window.Execute(std::move(line));
+  player.Start(std::move(line));
   const int exit_code = window.Run();
   single.StopListening();
   return exit_code;
@@ -106,7 +90,7 @@ int RunPlayer(HINSTANCE instance, int show) {
   std::srand(GetTickCount());
 
   SoundLibrary library;
-  const HRESULT result = library.Start(AddInFolderGbk());
+  const HRESULT result = library.Start(JoinPath(ProgramFolder(), "AddIn"));
   if (FAILED(result)) {
     MessageBoxW(nullptr, L"Sound Library 初始化失败，播放器无法正常启动！", kProductName,
                 MB_OK | MB_ICONERROR);

@@ -7,6 +7,7 @@
 
 #include "platform/file.h"
 #include "platform/text.h"
+#include "playlist/item_info.h"
 #include "sound/sheet_tracks.h"
 #include "tags/tag_set.h"
 
@@ -32,21 +33,6 @@ ComPtr<TagSet> TagsOf(SoundSource& source) {
   ComPtr<TagSet> tags;
   if (FAILED(source.QueryInterface(kIidTagSet, tags.ReceiveVoid()))) tags.Reset();
   return tags;
-}
-
-TagFields FieldsOf(SoundSource& source) {
-  TagFields fields;
-  const ComPtr<TagSet> tags = TagsOf(source);
-  uint32_t count = 0;
-  if (!tags || FAILED(tags->GetCount(&count))) return fields;
-  for (uint32_t i = 0; i < count; ++i) {
-    WideChar* name = nullptr;
-    WideChar* value = nullptr;
-    if (FAILED(tags->GetField(i, &name, &value))) break;
-    const std::u16string name_text = TakeText(name);
-    fields.Add(Utf8FromUtf16(name_text), Utf8FromUtf16(TakeText(value)));
-  }
-  return fields;
 }
 
 uint32_t NotNegative(int32_t value) {
@@ -170,7 +156,7 @@ bool PlayerControl::OpenItem(ItemRef item, bool play_now) {
 HRESULT PlayerControl::OpenStream(bool play_now, TrackFailure& failure) {
   OpenStep step = OpenStep::kSource;
   HRESULT result =
-      open_(*item_, MakePlaybackSettings(settings_), host_.Handle(), std::addressof(current_), &step);
+      open_(*item_, MakePlaybackSettings(settings_), host_.WindowHandle(), std::addressof(current_), &step);
   if (FAILED(result)) {
     failure = step == OpenStep::kSource ? TrackFailure::kFile : TrackFailure::kDevice;
     return result;
@@ -209,25 +195,10 @@ void PlayerControl::StartResumed() {
 void PlayerControl::LearnFromSource() {
   SoundSource* source = current_->Source();
   if (!source) return;
-  WideChar* codec = nullptr;
-  if (SUCCEEDED(source->GetCodecName(&codec))) item_->SetCodec(GbkFromUtf16(TakeText(codec)));
-  StreamFormat format;
-  WAVEFORMATEX* wave_format = nullptr;
-  if (SUCCEEDED(source->GetFormat(&wave_format)) && wave_format) {
-    format.sample_rate = wave_format->nSamplesPerSec;
-    format.channels = wave_format->nChannels;
-  }
-  CoTaskMemFree(wave_format);
-  if (FAILED(source->GetBitsPerSample(&format.bits))) format.bits = 0;
-  if (FAILED(source->GetBitrate(&format.bit_rate))) format.bit_rate = 0;
-  item_->SetFormat(format);
-  item_->SetDuration(static_cast<int32_t>(std::min<uint32_t>(duration_ms_, INT32_MAX)));
-  item_->SetTimeStamp(FileTimeStamp(item_->PathGbk()));
-  TagFields tags = FieldsOf(*source);
-  // A gain that was measured stands in the item only, and stays there.
-  const std::string gain = item_->TagValue(kGainFieldUtf8);
-  if (!gain.empty() && !tags.Find(kGainFieldUtf8)) tags.Add(kGainFieldUtf8, gain);
-  item_->SetTags(tags);
+  ItemInfo info = InfoOfSource(*source);
+  info.duration_ms = static_cast<int32_t>(std::min<uint32_t>(duration_ms_, INT32_MAX));
+  info.time_stamp = FileTimeStamp(item_->PathGbk());
+  ApplyItemInfo(*item_, info);
 }
 
 void PlayerControl::ApplySettings() {

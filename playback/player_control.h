@@ -43,7 +43,7 @@ class PlayerHost {
   /// Handles what is waiting for the UI thread, stream events among it, and returns.
   virtual void PumpMessages() = 0;
   /// The window's handle for the devices; may be null.
-  virtual void* Handle() = 0;
+  virtual void* WindowHandle() = 0;
 
  protected:
   ~PlayerHost() = default;

@@ -72,12 +72,20 @@ HRESULT ReadItemInfo(const SoundLibrary& library, const std::string& path_gbk, u
         library.OpenSource(AsWide(path.c_str()), SubtrackFlags(subtrack), source.Receive());
     if (FAILED(result)) return result;
     if (!source) return E_NOTIMPL;
-    ReadFormat(*source, *out);
-    ReadTags(*source, out->tags);
+    const uint32_t time_stamp = out->time_stamp;
+    *out = InfoOfSource(*source);
+    out->time_stamp = time_stamp;
     return S_OK;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }
+}
+
+ItemInfo InfoOfSource(SoundSource& source) {
+  ItemInfo info;
+  ReadFormat(source, info);
+  ReadTags(source, info.tags);
+  return info;
 }
 
 void ApplyItemInfo(PlayListItem& item, const ItemInfo& info) {

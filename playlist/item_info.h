@@ -28,6 +28,9 @@ inline constexpr size_t kLongestListedTag = 1024;
 HRESULT ReadItemInfo(const SoundLibrary& library, const std::string& path_gbk, uint32_t subtrack,
                      ItemInfo* out);
 
+/// What an opened source says of itself: all but the time stamp. May throw std::bad_alloc.
+ItemInfo InfoOfSource(SoundSource& source);
+
 /// Puts it into the item; the title is left to the formatter. A gain that was measured while the item was
 /// played
 /// ("replaygain_" tags that the file does not have) stays as long as the file does. Thread: the UI thread.

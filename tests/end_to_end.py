@@ -35,10 +35,15 @@ class Player:
     """melorin.exe with its event log."""
     number = 0
 
-    def __init__(self, *arguments, environment=None):
+    def __init__(self, *arguments, environment=None, data=None):
+        """data: the folder of settings and lists; a fresh one, full volume and the list once by default."""
         Player.number += 1
+        start = [] if data else ["/volume=100", "/mode=2"]
         self.log_path = os.path.join(WORK, f"events{Player.number}.jsonl")
-        self.process = subprocess.Popen(wine("melorin.exe", "/log=" + windows_path(self.log_path), *arguments),
+        self.data = data or os.path.join(WORK, f"data{Player.number}")
+        os.makedirs(self.data, exist_ok=True)
+        self.process = subprocess.Popen(wine("melorin.exe", "/log=" + windows_path(self.log_path),
+                                             "/data=" + windows_path(self.data), *start, *arguments),
                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                         stderr=subprocess.DEVNULL, env=environment)
 

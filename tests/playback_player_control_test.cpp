@@ -65,7 +65,7 @@ class Window final : public PlayerHost {
       if (!deaf) control->OnStreamEvent(event->first, event->second);
     if (running_ && static_cast<int32_t>(clock_.TickMs() - due_) >= 0) control->OnNextTrackTimer();
   }
-  void* Handle() override { return nullptr; }
+  void* WindowHandle() override { return nullptr; }
 
   PlayerControl* control = nullptr;
   std::vector<uint32_t> delays;

@@ -34,9 +34,9 @@ TEST(AppCommandLine, TheProgramsNameIsLeftOut) {
 }
 
 TEST(AppCommandLine, TellsSwitchesFromPaths) {
-  const CommandLine line =
-      ParseArguments({u"/ADD", u"-volume=30", u"/Seek=1500", u"/device=WaveOut", u"/home/a.mp3", u"C:\\b.mp3",
-                      u"/x.mp3", u"/log=C:\\日志.txt", u"/autoclose"});
+  const CommandLine line = ParseArguments({u"/ADD", u"-volume=30", u"/Seek=1500", u"/device=WaveOut",
+                                           u"/home/a.mp3", u"C:\\b.mp3", u"/x.mp3", u"/log=C:\\日志.txt",
+                                           u"/autoclose", u"/mode=4", u"/data=D:\\数据", u"/list=新 列表"});
   EXPECT_TRUE(line.add);
   EXPECT_TRUE(line.auto_close);
   EXPECT_FALSE(line.exit);
@@ -44,13 +44,17 @@ TEST(AppCommandLine, TellsSwitchesFromPaths) {
   EXPECT_EQ(line.seek_ms, 1500u);
   EXPECT_EQ(line.device, CommandLine::Device::kWaveOut);
   EXPECT_EQ(line.log_path, u"C:\\日志.txt");
+  EXPECT_EQ(line.mode, 4);
+  EXPECT_EQ(line.data_folder, u"D:\\数据");
+  EXPECT_EQ(line.list_name, u"新 列表");
   EXPECT_EQ(line.paths, (Arguments{u"/home/a.mp3", u"C:\\b.mp3", u"/x.mp3"}));
   EXPECT_TRUE(line.problems.empty());
 }
 
 TEST(AppCommandLine, BadSwitchesAreNamedAndTheRestIsCarriedOut) {
-  for (const char16_t* bad : {u"/volume=101", u"/volume=", u"/volume=-1", u"/seek=4294967296", u"/seek=1x",
-                              u"/device=tape", u"/log=", u"/nonsense", u"/nonsense=1"}) {
+  for (const char16_t* bad :
+       {u"/volume=101", u"/volume=", u"/volume=-1", u"/seek=4294967296", u"/seek=1x", u"/device=tape",
+        u"/log=", u"/mode=5", u"/list=", u"/nonsense", u"/nonsense=1"}) {
     const CommandLine line = ParseArguments({bad, u"a.mp3"});
     ASSERT_EQ(line.problems.size(), 1u);
     EXPECT_NE(line.problems[0].find(bad), std::u16string::npos);

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: MIT
+#include "app/player.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "app/demo_tune.h"
+#include "app/player_text.h"
+#include "doc/settings_location.h"
+#include "platform/clock.h"
+#include "platform/file.h"
+#include "platform/text.h"
+#include "playback/open_device.h"
+#include "playlist/title_format.h"
+#include "sound/sheet_tracks.h"
+
+namespace melorin {
+namespace {
+
+/// Edits often come in rows, and one save does for all.
+constexpr uint32_t kSaveDelayMs = 3000;
+/// While playing, the position is saved this often, so that a crash costs no more of it.
+constexpr uint32_t kSaveWhilePlayingMs = 60000;
+
+const char* StateName(PlayState state) {
+  switch (state) {
+    case PlayState::kPlaying:
+      return "playing";
+    case PlayState::kPaused:
+      return "paused";
+    case PlayState::kStopped:
+      break;
+  }
+  return "stopped";
+}
+
+/// Tells a missing file and an empty one from what no reader takes.
+std::u16string FileProblem(const std::u16string& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(AsWide(path.c_str()), GetFileExInfoStandard, &data))
+    return GetLastError() == ERROR_ACCESS_DENIED ? u"没有读取文件的权限" : u"找不到文件";
+  if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return u"文件夹里没有可以播放的文件";
+  if (data.nFileSizeLow == 0 && data.nFileSizeHigh == 0) return u"文件是空的";
+  return {};
+}
+
+std::u16string DescribeTrackFailure(const std::u16string& path, TrackFailure failure, HRESULT result) {
+  switch (failure) {
+    case TrackFailure::kFile: {
+      const std::u16string problem = FileProblem(path);
+      return problem.empty() ? DescribeFailure(result, false) : problem;
+    }
+    case TrackFailure::kDevice:
+      return DescribeFailure(result, true);
+    case TrackFailure::kPlay:
+      return u"无法开始播放";
+    case TrackFailure::kPause:
+      return u"无法暂停播放";
+    case TrackFailure::kSeek:
+      return u"无法改变播放位置";
+  }
+  return {};
+}
+
+}  // namespace
+
+Player::Player(const SoundLibrary& library, PlayerFrame& frame, std::string data_folder_gbk)
+    : frame_(frame),
+      session_(std::move(data_folder_gbk),
+               [&library](const std::string& path_gbk) { return ReadSheetTracks(library, path_gbk); }),
+      control_({frame, *this, session_.Values(), OpenerFor(library, SystemClock()), SystemClock(),
+                SeededRandom(GetTickCount())}),
+      jobs_(library, session_, control_, *this),
+      info_([&library](const std::string& path_gbk, uint32_t subtrack,
+                       ItemInfo* out) { return ReadItemInfo(library, path_gbk, subtrack, out); },
+            FileTimeStamp, [this] { frame_.PostTask([this] { TakeInfo(); }); }) {}
+
+void Player::LoadSettings() {
+  std::string kept_aside;
+  if (session_.LoadSettings(&kept_aside) != LoadResult::kForeignOrDamaged) return;
+  start_problem_ = kept_aside.empty() ? std::u16string(u"设置文件已损坏，本次不保存设置")
+                                      : u"设置文件已损坏，已另存为 " + Utf16FromGbk(kept_aside);
+}
+
+void Player::Start(CommandLine line) {
+  saved_at_ms_ = GetTickCount();
+  if (!start_problem_.empty()) ReportProblem(start_problem_);
+  jobs_.Execute(std::move(line));
+  jobs_.LoadLists();
+  info_.Start();
+}
+
+// ---- what is shown
+
+std::u16string Player::Tag(const char* name) const {
+  return Utf16FromUtf8(control_.Item()->TagValue(name));
+}
+
+std::u16string Player::Title() const {
+  return control_.HasTrack() ? EntryTitle(*control_.Item(), session_.Titles()) : std::u16string();
+}
+
+std::u16string Player::Subtitle() const {
+  std::u16string text = control_.HasTrack() ? Tag("Album") : std::u16string();
+  const auto append = [&text](const std::u16string& part) {
+    if (!text.empty() && !part.empty()) text += u" · ";
+    text += part;
+  };
+  if (const ComPtr<Playlist>& list = control_.PlayingList()) {
+    const auto index = control_.PlayingIndex();
+    const std::u16string count = ToText(static_cast<uint32_t>(list->Size()));
+    append((index ? ToText(static_cast<uint32_t>(*index + 1)) : u"-") + u"/" + count);
+    append(Utf16FromGbk(list->NameGbk()));
+  }
+  append(PlayModeText(control_.Mode()));
+  return text;
+}
+
+std::u16string Player::Details() const {
+  if (!control_.HasTrack()) return {};
+  const StreamFormat& source = control_.Item()->Format();
+  const WAVEFORMATEX& format = control_.Stream()->Format();
+  std::u16string text = Utf16FromGbk(control_.Item()->CodecGbk());
+  text.resize(std::min(text.find(u'|'), text.size()));
+  if (source.bit_rate >= 1000) text += u"   " + ToText((source.bit_rate + 500) / 1000) + u" kbps";
+  text += u"   " + ToText(format.nSamplesPerSec) + u" Hz   ";
+  text += format.nChannels == 1   ? u"单声道"
+          : format.nChannels == 2 ? u"立体声"
+                                  : ToText(format.nChannels) + u" 声道";
+  if (control_.State() == PlayState::kPaused) text += u"   已暂停";
+  return text;
+}
+
+// ---- commands
+
+void Player::SeekTo(uint32_t position_ms) {
+  if (control_.State() == PlayState::kStopped) return;
+  control_.Seek(position_ms);
+  log_.Write(LogEntry("seek").Add("ms", position_ms));
+  frame_.Refresh();
+}
+
+void Player::StepPosition(int direction) {
+  const auto step = static_cast<int32_t>(control_.PositionStepMs());
+  SeekTo(melorin::StepPosition(control_.PositionMs(), direction * step, control_.DurationMs()));
+}
+
+void Player::ChangeVolume(int change) {
+  control_.SetVolume(session_.Values().player.volume + change);
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::SetMode(PlayMode mode) {
+  users_mode_.reset();
+  control_.SetMode(mode);
+  log_.Write(LogEntry("mode").Add("mode", static_cast<uint32_t>(mode)));
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::CycleMode() {
+  SetMode(PlayModeFrom((static_cast<int32_t>(control_.Mode()) + 1) % 5));
+}
+
+// ---- what the control tells
+
+void Player::OnTrackOpened() {
+  logged_second_ = 0;
+  const PlayListItem& item = *control_.Item();
+  const WAVEFORMATEX& format = control_.Stream()->Format();
+  std::u16string codec = Utf16FromGbk(item.CodecGbk());
+  codec.resize(std::min(codec.find(u'|'), codec.size()));
+  LogEntry entry("opened");
+  entry.Add("file", Utf16FromGbk(item.PathGbk()))
+      .Add("subtrack", item.Subtrack())
+      .Add("title", Title())
+      .Add("artist", Tag("Artist"))
+      .Add("codec", codec)
+      .Add("duration_ms", control_.DurationMs())
+      .Add("sample_rate", format.nSamplesPerSec)
+      .Add("channels", format.nChannels)
+      .Add("bits", format.wBitsPerSample)
+      .Add("device", Utf16FromGbk(DeviceKindNameGbk(static_cast<int32_t>(control_.Stream()->Kind()))));
+  if (const auto index = control_.PlayingIndex()) entry.Add("index", static_cast<uint32_t>(*index));
+  if (control_.PlayingList()) entry.Add("list", Utf16FromGbk(control_.PlayingList()->NameGbk()));
+  log_.Write(std::move(entry));
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::OnStateChanged(PlayState state) {
+  log_.Write(LogEntry(StateName(state)).Add("ms", control_.PositionMs()));
+  frame_.Refresh();
+}
+
+void Player::OnTrackFailed(const ItemRef& item, TrackFailure failure, HRESULT result) {
+  char code[16];
+  std::snprintf(code, sizeof(code), "0x%08lX", static_cast<unsigned long>(result));
+  const std::u16string path = Utf16FromGbk(item->PathGbk());
+  const std::u16string text = DescribeTrackFailure(path, failure, result);
+  log_.Write(
+      LogEntry("error").Add("file", path).Add("text", text).Add("code", std::u16string(code, code + 10)));
+  if (auto_close_) exit_code_ = 2;
+  frame_.ShowMessage(std::u16string(FileNameOf(path)) + u"：" + text);
+}
+
+void Player::OnTrackEnded() {
+  log_.Write(LogEntry("ended"));
+}
+
+void Player::OnFinished() {
+  log_.Write(LogEntry("finished"));
+  if (auto_close_) frame_.CloseSoon();
+  frame_.Refresh();
+}
+
+void Player::OnResumed(uint32_t position_ms) {
+  log_.Write(LogEntry("resumed").Add("ms", position_ms));
+}
+
+void Player::OnFading(const ItemRef& item) {
+  log_.Write(LogEntry("fading").Add("file", Utf16FromGbk(item->PathGbk())));
+}
+
+// ---- what the jobs tell
+
+void Player::ReportProblem(const std::u16string& text) {
+  log_.Write(LogEntry("error").Add("text", text));
+  frame_.ShowMessage(text);
+}
+
+void Player::OnListChanged(const ListEdit& edit) {
+  control_.OnListEdited(*session_.ActiveList(), edit);
+  session_.MarkListsChanged();
+  if (edit.inserted > 0) ReadInfoOf(*session_.ActiveList());
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::OnListsLoaded(size_t read) {
+  log_.Write(LogEntry("lists")
+                 .Add("read", static_cast<uint32_t>(read))
+                 .Add("count", static_cast<uint32_t>(session_.Lists().Size()))
+                 .Add("list", Utf16FromGbk(session_.ActiveList()->NameGbk()))
+                 .Add("entries", static_cast<uint32_t>(session_.ActiveList()->Size())));
+  ReadInfoOf(*session_.ActiveList());
+  frame_.Refresh();
+}
+
+void Player::SetAutoClose() {
+  if (std::exchange(auto_close_, true)) return;
+  // The list is to be played once; the user's own mode comes back with the next start.
+  users_mode_ = session_.Values().player.play_mode;
+  control_.SetMode(PlayMode::kInOrder);
+}
+
+std::u16string Player::DemoTune() {
+  return WriteDemoTune(GetModuleHandleW(nullptr));
+}
+
+void Player::ReadInfoOf(const Playlist& list) {
+  if (ReadInfoModeFrom(session_.Values().play_list.read_info_mode) != ReadInfoMode::kAsAdded) return;
+  for (const ItemRef& item : list.Items())
+    info_.Enqueue(item);
+}
+
+void Player::TakeInfo() {
+  // What was read is only a copy of what the files say: it is saved with the next change.
+  if (!info_.Drain().empty()) session_.MarkListsChanged();
+  frame_.Refresh();
+}
+
+// ---- saving
+
+void Player::OnTick() {
+  const uint32_t second = control_.PositionMs() / 1000;
+  if (second != logged_second_) {
+    logged_second_ = second;
+    log_.Write(LogEntry("position").Add("ms", control_.PositionMs()));
+  }
+  if (GetTickCount() - saved_at_ms_ >= kSaveWhilePlayingMs) SaveNow();
+}
+
+bool Player::SaveNow() {
+  saved_at_ms_ = GetTickCount();
+  Settings& settings = session_.Values();
+  control_.StoreResumePoint();
+  if (session_.HasLists()) {
+    const auto index = control_.PlayingIndex();
+    settings.player.playing_item = index ? static_cast<int32_t>(*index) : -1;
+  }
+  const bool had_changes = session_.ListsChanged();
+  const bool lists = session_.SaveLists();
+  const int32_t mode = settings.player.play_mode;
+  settings.player.play_mode = users_mode_.value_or(mode);
+  const bool saved = session_.SaveSettings();
+  settings.player.play_mode = mode;
+  LogEntry entry("saved");
+  entry.Add("settings", saved ? 1u : 0u).Add("lists", lists ? (had_changes ? 1u : 0u) : 0u);
+  log_.Write(std::move(entry));
+  if (!lists) ReportProblem(u"无法保存播放列表，原有的列表文件没有改动");
+  if (!saved) ReportProblem(u"无法保存设置，原有的设置文件没有改动");
+  return lists && saved;
+}
+
+bool Player::Close() {
+  jobs_.Stop();
+  info_.Stop();
+  // Before the track is left: its position belongs to what is saved.
+  const bool saved = SaveNow();
+  control_.Close();
+  log_.Write(LogEntry("closed"));
+  return saved || auto_close_;
+}
+
+}  // namespace melorin

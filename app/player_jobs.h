@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+//
+// Command lines and dropped files, turned into actions one after another: paths become list entries on the
+// worker, then the list, the switches and the playback follow on the UI thread. No windows.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/command_line.h"
+#include "app/path_expander.h"
+#include "app/session.h"
+#include "app/worker.h"
+#include "playback/player_control.h"
+#include "sound/sound_library.h"
+
+namespace melorin {
+
+/// What the jobs need of the player around them. Thread: the UI thread, except PostTask.
+class JobHost {
+ public:
+  /// Runs the task on the UI thread, later and in order; it may be dropped when the window goes. Thread: any.
+  virtual void PostTask(std::function<void()> task) = 0;
+  virtual void ReportProblem(const std::u16string& text) = 0;
+  virtual void OnListChanged(const ListEdit& edit) = 0;  ///< Of the active list.
+  virtual void OnListsLoaded(size_t read) = 0;
+  virtual void SetAutoClose() = 0;
+  virtual void SetMode(PlayMode mode) = 0;
+  virtual void SeekTo(uint32_t position_ms) = 0;
+  virtual void CloseSoon() = 0;
+  /// Path of the built-in tune, empty when it cannot be written.
+  virtual std::u16string DemoTune() = 0;
+
+ protected:
+  ~JobHost() = default;
+};
+
+/// Paths go to the active list, or to the one that "/list" names, or with "DefaultListOnCmd" (command lines
+/// only) to the one that "strDefaultList" names; that list becomes the active and the playing one. Entries
+/// that are in the list already are not added again but played where they are; with "/add" all are appended
+/// and what plays goes on. "ClearListOnCmd" empties the list first; dropped files and "/add" never do.
+///
+/// Thread: the UI thread.
+class PlayerJobs {
+ public:
+  PlayerJobs(const SoundLibrary& library, Session& session, PlayerControl& control, JobHost& host)
+      : library_(library), session_(session), control_(control), host_(host) {}
+
+  /// Reads the stored lists; what is asked for meanwhile waits for them.
+  void LoadLists();
+  void Execute(CommandLine line);
+  void Stop();
+
+ private:
+  void StartNext();
+  void Finish(ExpandedPaths expanded);
+  void AddDemo(ExpandedPaths& expanded);
+  void Load(const CommandLine& line, const ExpandedPaths& expanded);
+  ComPtr<Playlist> TargetList(const CommandLine& line);
+  void AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<ItemRef>& items);
+  void ResumeAtStart(const CommandLine& first_line);
+
+  const SoundLibrary& library_;
+  Session& session_;
+  PlayerControl& control_;
+  JobHost& host_;
+  Worker worker_;
+  std::deque<CommandLine> jobs_;  ///< The first is under way, once the lists are there.
+  bool lists_loaded_ = false;
+  bool first_ = true;
+};
+
+}  // namespace melorin

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+//
+// What the user keeps from one start of the program to the next: the settings and the lists, with their way
+// from the data folder and back. No windows.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "doc/settings.h"
+#include "playlist/list_file.h"
+#include "playlist/list_storage.h"
+#include "playlist/playlist.h"
+#include "playlist/title_format.h"
+
+namespace melorin {
+
+/// Thread: the UI thread, except ReadLists.
+class Session {
+ public:
+  /// The data folder is where settings and lists lie. `read_sheet` goes into the options of list files.
+  Session(std::string data_folder_gbk, SheetReader read_sheet);
+
+  Settings& Values() { return settings_; }
+  const Settings& Values() const { return settings_; }
+  const std::string& DataFolderGbk() const { return data_folder_gbk_; }
+
+  /// Reads the settings file. A foreign or damaged one is moved aside, and `kept_aside_gbk` receives its new
+  /// name; when that fails it receives nothing, and the file is not overwritten in this session.
+  LoadResult LoadSettings(std::string* kept_aside_gbk);
+
+  ListFileOptions ListOptions() const;
+  TitleSettings Titles() const { return TitleSettingsFrom(settings_.play_list); }
+
+  // ---- the lists
+
+  struct StoredLists {
+    PlaylistSet lists;
+    size_t read = 0;
+  };
+  /// What ReadLists needs, as a copy that the worker may have.
+  struct ListPlace {
+    std::string folder_gbk;
+    size_t count = 0;
+    size_t active = 0;
+    ListFileOptions options;
+  };
+  ListPlace Place() const;
+  /// Reads the stored lists, the active one completely. Thread: any.
+  static StoredLists ReadLists(const ListPlace& place);
+  /// Takes them over; only then can lists be saved.
+  void TakeLists(StoredLists stored);
+  bool HasLists() const { return lists_.Size() > 0; }
+
+  const PlaylistSet& Lists() const { return lists_; }
+  size_t ActiveIndex() const { return active_; }
+  const ComPtr<Playlist>& ActiveList() const { return lists_.At(active_); }
+  /// The list of that name (compared without case), made when there is none, becomes the active one. An empty
+  /// name is the default list's.
+  const ComPtr<Playlist>& Activate(const std::string& name_gbk);
+  /// The list's entries have changed.
+  void MarkListsChanged() { lists_changed_ = true; }
+  bool ListsChanged() const { return lists_changed_; }
+
+  // ---- saving
+
+  /// Both are true when there was nothing to do. False leaves the old files as they were.
+  bool SaveSettings();
+  bool SaveLists();
+
+ private:
+  std::string StorageFolder() const;
+
+  std::string data_folder_gbk_;
+  SheetReader read_sheet_;
+  Settings settings_;
+  PlaylistSet lists_;
+  size_t active_ = 0;
+  bool lists_changed_ = false;
+  bool keep_settings_file_ = false;
+};
+
+/// Name of the list that there is when there is no other: "默认列表".
+std::string DefaultListNameGbk();
+
+}  // namespace melorin
