@@ -27,16 +27,20 @@ constexpr std::array<uint8_t, 256> kLower = [] {
 /// Reads a path in pieces of 8 bytes with its ASCII letters lowered; trail bytes of GBK characters stay.
 class FoldedReader {
  public:
-  explicit FoldedReader(std::string_view text) : at_(text.data()), end_(at_ + text.size()) {}
+  explicit FoldedReader(std::string_view text)
+      : at_(text.data()), end_(at_ + text.size()), last_word_(text.size() >= 8 ? end_ - 8 : nullptr) {}
   bool AtEnd() const { return at_ == end_; }
 
   uint64_t Take() {
-    if (!after_lead_ && end_ - at_ >= 8) {
-      uint64_t word;
-      std::memcpy(&word, at_, sizeof word);
-      if ((word & kHighBits) == 0) {
-        at_ += 8;
-        return LowerAscii(word);
+    if (!after_lead_ && last_word_) {
+      // Eight bytes, or those that are left, taken from the text's last eight.
+      const auto past = static_cast<unsigned>(at_ > last_word_ ? at_ - last_word_ : 0);
+      uint64_t ascii;
+      std::memcpy(&ascii, at_ - past, sizeof ascii);
+      ascii >>= 8 * past;
+      if ((ascii & kHighBits) == 0) {
+        at_ += 8 - past;
+        return LowerAscii(ascii);
       }
     }
     uint64_t word = 0;
@@ -62,6 +66,7 @@ class FoldedReader {
 
   const char* at_;
   const char* end_;
+  const char* last_word_;  ///< Null when the text is shorter.
   bool after_lead_ = false;
 };
 
@@ -200,6 +205,7 @@ ItemRef ItemCache::Obtain(std::string path_gbk, std::string title_gbk, int32_t d
   if (PlayListItem* item = cache.table.Find(hash, path_gbk, subtrack)) return ItemRef::Share(item);
   cache.table.MakeRoom();
   auto* item = new PlayListItem(std::move(path_gbk), std::move(title_gbk), duration_ms, subtrack);
+  item->path_hash_ = hash;
   cache.table.Insert(hash, item);
   return ItemRef::Adopt(item);
 }
@@ -218,13 +224,12 @@ size_t ItemCache::Size() {
 }
 
 void ItemCache::ReleaseLast(PlayListItem* item) {
-  const uint32_t hash = HashOf(item->path_gbk_, item->subtrack_);
   Cache& cache = TheCache();
   {
     const Lock lock(cache.lock);
     // Somebody may have found the item meanwhile.
     if (item->references_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-    cache.table.Remove(hash, item);
+    cache.table.Remove(item->path_hash_, item);
   }
   delete item;
 }

@@ -23,7 +23,7 @@ bool StartsWith(const char* text, const char* end, std::string_view word) {
 bool ContainsUtf8(std::string_view text, std::string_view word) {
   const char* const end = text.data() + text.size();
   for (const char* at = text.data(); at != end; ++at)
-    if (StartsWith(at, end, word)) return true;
+    if (Lower(*at) == word.front() && StartsWith(at, end, word)) return true;
   return false;
 }
 

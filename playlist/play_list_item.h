@@ -73,6 +73,7 @@ class PlayListItem {
   ~PlayListItem();
 
   std::atomic<int32_t> references_{1};
+  uint32_t path_hash_ = 0;  ///< The cache's.
   std::string path_gbk_;
   std::string title_gbk_;
   std::shared_ptr<const std::string> codec_gbk_;  ///< Shared: whole lists have the same.
