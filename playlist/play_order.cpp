@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "playlist/play_order.h"
 
+#include <bit>
 #include <cassert>
 #include <numeric>
 #include <utility>
@@ -8,22 +9,31 @@
 namespace melorin {
 namespace {
 
-/// PCG-XSH-RR 64/32: M. E. O'Neill, "PCG: A Family of Simple Fast Space-Efficient Statistically Good
-/// Algorithms for Random Number Generation", 2014.
-class Pcg32 {
+/// xoshiro128++ 1.0 by D. Blackman and S. Vigna, 2019, and SplitMix64 to seed it. It works on 32-bit words,
+/// of which the 32-bit program does one shuffled entry in few instructions.
+class Xoshiro128 {
  public:
-  explicit Pcg32(uint64_t seed) {
-    Step();
-    state_ += seed;
-    Step();
+  explicit Xoshiro128(uint64_t seed) {
+    for (size_t i = 0; i < 4; i += 2) {
+      seed += 0x9E3779B97F4A7C15u;
+      uint64_t mixed = (seed ^ (seed >> 30)) * 0xBF58476D1CE4E5B9u;
+      mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
+      mixed ^= mixed >> 31;
+      state_[i] = static_cast<uint32_t>(mixed);
+      state_[i + 1] = static_cast<uint32_t>(mixed >> 32);
+    }
   }
 
   uint32_t Next() {
-    const uint64_t state = state_;
-    Step();
-    const auto mixed = static_cast<uint32_t>(((state >> 18) ^ state) >> 27);
-    const auto rotation = static_cast<uint32_t>(state >> 59);
-    return (mixed >> rotation) | (mixed << ((32 - rotation) & 31));
+    const uint32_t result = std::rotl(state_[0] + state_[3], 7) + state_[0];
+    const uint32_t shifted = state_[1] << 9;
+    state_[2] ^= state_[0];
+    state_[3] ^= state_[1];
+    state_[1] ^= state_[2];
+    state_[0] ^= state_[3];
+    state_[2] ^= shifted;
+    state_[3] = std::rotl(state_[3], 11);
+    return result;
   }
 
   /// D. Lemire, "Fast Random Integer Generation in an Interval", 2019: no bias, and hardly ever a division.
@@ -38,19 +48,8 @@ class Pcg32 {
   }
 
  private:
-  void Step() { state_ = state_ * 6364136223846793005u + 1442695040888963407u; }
-
-  uint64_t state_ = 0;
+  uint32_t state_[4] = {};
 };
-
-/// The places from `begin` up to but not including `end`; every order is equally likely.
-void Shuffle(std::vector<uint32_t>& order, size_t begin, size_t end, const RandomSource& random) {
-  for (size_t i = begin; i + 1 < end; ++i) {
-    const uint32_t step = random(static_cast<uint32_t>(end - i));
-    assert(step < end - i);
-    std::swap(order[i], order[i + step]);
-  }
-}
 
 size_t InOrderNext(size_t count, std::optional<size_t> playing) {
   const size_t next = playing ? *playing + 1 : 0;
@@ -60,7 +59,7 @@ size_t InOrderNext(size_t count, std::optional<size_t> playing) {
 }  // namespace
 
 RandomSource SeededRandom(uint64_t seed) {
-  return [generator = Pcg32(seed)](uint32_t bound) mutable { return generator.Below(bound); };
+  return [generator = Xoshiro128(seed)](uint32_t bound) mutable { return generator.Below(bound); };
 }
 
 PlayMode PlayModeFrom(int32_t value) {
@@ -73,7 +72,7 @@ std::optional<size_t> RandomOrder::Next(size_t count, std::optional<size_t> play
   if (count == 0) return std::nullopt;
   RebuildIfNeeded(count, playing);
   ++position_;
-  return order_[position_ % count];
+  return EntryAt(position_ % count);
 }
 
 std::optional<size_t> RandomOrder::Previous(size_t count, std::optional<size_t> playing) {
@@ -81,12 +80,13 @@ std::optional<size_t> RandomOrder::Previous(size_t count, std::optional<size_t> 
   RebuildIfNeeded(count, playing);
   if (position_ < 1) position_ = count;
   --position_;
-  return order_[position_ % count];
+  return EntryAt(position_ % count);
 }
 
 void RandomOrder::Reset() {
   order_.clear();
   position_ = 0;
+  shuffled_ = shuffle_end_ = 0;
 }
 
 void RandomOrder::RebuildIfNeeded(size_t count, std::optional<size_t> playing) {
@@ -95,11 +95,28 @@ void RandomOrder::RebuildIfNeeded(size_t count, std::optional<size_t> playing) {
   std::iota(order_.begin(), order_.end(), 0u);
   if (playing && *playing < count) {
     std::swap(order_[0], order_[*playing]);
-    Shuffle(order_, 1, count - 1, random_);
+    shuffled_ = 1;
+    shuffle_end_ = count - 1;
   } else {
-    Shuffle(order_, 0, count, random_);
+    shuffled_ = 0;
+    shuffle_end_ = count;
   }
   position_ = 0;
+}
+
+uint32_t RandomOrder::EntryAt(size_t place) {
+  for (; shuffled_ <= place && shuffled_ < shuffle_end_; ++shuffled_) {
+    const auto bound = static_cast<uint32_t>(shuffle_end_ - shuffled_);
+    const uint32_t step = random_(bound);
+    assert(step < bound);
+    std::swap(order_[shuffled_], order_[shuffled_ + step]);
+  }
+  return order_[place];
+}
+
+const std::vector<uint32_t>& RandomOrder::Order() {
+  if (!order_.empty()) EntryAt(order_.size() - 1);
+  return order_;
 }
 
 AfterEnd ChooseAfterEnd(PlayMode mode, size_t count, std::optional<size_t> playing, RandomOrder& order) {

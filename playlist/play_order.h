@@ -30,7 +30,8 @@ using RandomSource = std::function<uint32_t(uint32_t bound)>;
 RandomSource SeededRandom(uint64_t seed);
 
 /// The order of random mode: a permutation of the playing list's indexes and a position in it. Rebuilt when
-/// its size differs from the entry count or the position has left it. 100,000 entries take under 1 ms.
+/// its size differs from the entry count or the position has left it. A step takes
+/// well under 1 ms in a list of 100,000.
 ///
 /// A rebuilt order stands at its first place, and the position moves before an entry is taken. So one round
 /// of Next gives every entry once: those from the second place on, then the first; the step after that
@@ -46,15 +47,20 @@ class RandomOrder {
   /// Forgets the order: the list's entries have changed places.
   void Reset();
 
-  const std::vector<uint32_t>& Order() const { return order_; }
+  const std::vector<uint32_t>& Order();
   size_t Position() const { return position_; }
 
  private:
   void RebuildIfNeeded(size_t count, std::optional<size_t> playing);
+  uint32_t EntryAt(size_t place);
 
   RandomSource random_;
   std::vector<uint32_t> order_;
   size_t position_ = 0;
+  /// The shuffle fixes one place after the other, so it goes on only as far as places are asked for: those
+  /// from shuffled_ up to but not including shuffle_end_ are still to come.
+  size_t shuffled_ = 0;
+  size_t shuffle_end_ = 0;
 };
 
 /// What follows when an entry has played to its end.

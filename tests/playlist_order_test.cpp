@@ -124,13 +124,13 @@ TEST(RandomOrder, NextGivesEveryEntryOnceThenANewOrder) {
     for (size_t step = 1; step <= kCount; ++step) {
       const Index next = order.Next(kCount, playing);
       ASSERT_TRUE(next);
-      if (step == 1) {
-        first_order = order.Order();
-        EXPECT_EQ(order.Order().front(), *playing);
-        EXPECT_NE(*next, *playing);
+      EXPECT_NE(*next, *playing);
+      // Looked at in the last round only: looking makes the whole order, else it grows with the steps.
+      if (round == 2) {
+        if (step == 1) first_order = order.Order();
+        EXPECT_EQ(order.Order(), first_order);
+        EXPECT_EQ(*next, first_order[step % kCount]);
       }
-      EXPECT_EQ(order.Order(), first_order);
-      EXPECT_EQ(*next, first_order[step % kCount]);
       EXPECT_EQ(order.Position(), step);
       played.insert(*next);
       playing = next;
@@ -147,7 +147,8 @@ TEST(RandomOrder, PreviousTakesBackNextAndWrapsBelowTheFirst) {
   EXPECT_EQ(order.Previous(5, two), one);
   EXPECT_EQ(order.Previous(5, one), start);
   EXPECT_EQ(order.Position(), 0u);
-  EXPECT_EQ(order.Previous(5, start), Index(order.Order()[4]));
+  const Index last = order.Previous(5, start);
+  EXPECT_EQ(last, Index(order.Order()[4]));
   EXPECT_EQ(order.Position(), 4u);
   EXPECT_EQ(order.Next(5, 4), start) << "past the last place comes the first";
 }
