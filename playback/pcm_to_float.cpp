@@ -5,21 +5,11 @@
 #include <cstring>
 #include <limits>
 
-#include "sound/interfaces.h"
+#include "sound/format_tag.h"
 
 namespace melorin {
 
 namespace {
-
-/// The tag behind an extensible format; 0 when there is none.
-uint32_t PlainTag(const WAVEFORMATEX& format) {
-  if (format.wFormatTag != WAVE_FORMAT_EXTENSIBLE) return format.wFormatTag;
-  WAVEFORMATEXTENSIBLE extensible;
-  if (FormatSize(format) < sizeof extensible) return 0;
-  std::memcpy(&extensible, &format, sizeof extensible);
-  const uint32_t tag = extensible.SubFormat.Data1;
-  return SameGuid(extensible.SubFormat, WaveSubtype(tag)) ? tag : 0;
-}
 
 template <class Sample>
 Sample Load(const uint8_t* bytes) {
@@ -38,12 +28,12 @@ float FiniteOrZero(Sample value) {
 }  // namespace
 
 bool IsUncompressed(const WAVEFORMATEX& format) {
-  const uint32_t tag = PlainTag(format);
+  const uint32_t tag = PlainFormatTag(format);
   return tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT;
 }
 
 bool ParseSampleLayout(const WAVEFORMATEX& format, SampleLayout* layout) {
-  const uint32_t tag = PlainTag(format);
+  const uint32_t tag = PlainFormatTag(format);
   if (tag != WAVE_FORMAT_PCM && tag != WAVE_FORMAT_IEEE_FLOAT) return false;
   const uint32_t channels = format.nChannels;
   if (channels == 0 || channels > kMaxChannels) return false;

@@ -16,6 +16,8 @@
 
 namespace melorin {
 
+class SoundLibrary;
+
 /// "MPEG Audio Reader". With `mp3pro` its description names "*.mp3pro" too; nothing else differs.
 ComPtr<SoundReader> CreateMpegReader(bool mp3pro);
 /// "Wave Audio Reader".
@@ -24,9 +26,9 @@ ComPtr<SoundReader> CreateWaveReader();
 ComPtr<SoundReader> CreateWindowsMediaReader();
 /// "CD Audio Reader": the digital samples of a CD track that a ".cda" file names.
 ComPtr<SoundReader> CreateCdAudioReader();
-/// "CUE Reader". Listed by name and description only: it makes no source yet (E_NOTIMPL), since a sheet's
-/// tracks need the playlist to play them.
-ComPtr<SoundReader> CreateCueReader();
+/// "CUE Reader": one track of a sheet, out of the audio file that the sheet names. `library` opens that file
+/// and makes its decoder; it must outlive the reader and the opening of its sources, not the sources.
+ComPtr<SoundReader> CreateCueReader(const SoundLibrary& library);
 /// "DirectShow Audio Reader" with the given description: plays a file through the platform's media graph.
 ComPtr<SoundReader> CreateGraphReader(std::u16string_view description);
 

@@ -307,11 +307,10 @@ std::optional<uint32_t> CueSheet::EndOf(size_t track) const {
   return end;
 }
 
-uint32_t CueDurationMs(uint32_t start, std::optional<uint32_t> end, std::optional<uint32_t> file_ms) {
+uint32_t CueDurationMs(uint32_t start, std::optional<uint32_t> end, uint32_t file_ms) {
   const auto to_ms = [](uint32_t frames) { return uint64_t{frames} * 1000 / kCueFramesPerSecond; };
   const uint64_t start_ms = to_ms(start);
-  uint64_t end_ms = end ? to_ms(*end) : file_ms.value_or(0);
-  if (file_ms) end_ms = std::min<uint64_t>(end_ms, *file_ms);
+  const uint64_t end_ms = end ? to_ms(*end) : file_ms;
   return static_cast<uint32_t>(end_ms - std::min(start_ms, end_ms));
 }
 

@@ -69,10 +69,9 @@ struct CueSheet {
   std::optional<uint32_t> EndOf(size_t track) const;
 };
 
-/// A track's length in milliseconds, both ends rounded by the same rule so that lengths add up. `end` none:
-/// `file_ms`, the length of the file, counts. Never negative. A file shorter than the sheet says cuts the
-/// track.
-uint32_t CueDurationMs(uint32_t start, std::optional<uint32_t> end, std::optional<uint32_t> file_ms);
+/// A track's length in milliseconds, both ends rounded by the same rule so that lengths add up. Without an
+/// `end` the track goes to the end of the file, which is `file_ms` long; 0 when it would begin behind that.
+uint32_t CueDurationMs(uint32_t start, std::optional<uint32_t> end, uint32_t file_ms);
 
 /// Sheets larger than this are no sheets.
 inline constexpr size_t kMaxCueBytes = size_t{1} << 20;

@@ -81,4 +81,18 @@ uint32_t FramesToMute(std::span<const uint8_t> bytes) {
   return MostFrames(*first);
 }
 
+void SilenceFramesWithoutData(std::span<uint8_t> bytes) {
+  uint32_t reservoir = 0;
+  for (size_t at = 0; at + kNeededBytes <= bytes.size();) {
+    uint8_t* const frame = bytes.data() + at;
+    const auto header = DecodeMpegHeader(frame);
+    if (!header || header->layer != 3 || FirstVersion(*header)) return;
+    if (MainDataBegin(*header, frame) <= reservoir && reservoir > 0) return;
+    if (MainDataBegin(*header, frame) > reservoir)
+      frame[kHeaderBytes + (header->no_checksum ? 0 : 2) + 1] = 0;
+    reservoir += MainDataBytes(*header);
+    at += header->frame_bytes;
+  }
+}
+
 }  // namespace melorin

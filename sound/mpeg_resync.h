@@ -27,4 +27,11 @@ bool BeginsCleanly(std::span<const uint8_t> bytes);
 /// without a frame. Thread: any. O(bytes).
 uint32_t FramesToMute(std::span<const uint8_t> bytes);
 
+/// Prepares the frames at the start of `bytes`, which must begin with one, for libmpg123. It makes silence of
+/// a frame whose data begin before what it was given; but in the lower sampling frequencies it leaves one
+/// byte of that frame's side information as it was, reads a nonsensical length there and drops the frame
+/// without turning its filter bank, so that all later samples are off by one in the last place. That byte is
+/// cleared. Thread: any.
+void SilenceFramesWithoutData(std::span<uint8_t> bytes);
+
 }  // namespace melorin

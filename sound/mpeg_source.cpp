@@ -12,6 +12,7 @@
 #include <new>
 
 #include "sound/builtin_entries.h"
+#include "sound/mpeg_frame_index.h"
 #include "sound/mpeg_scan.h"
 #include "sound/named_entries.h"
 #include "sound/source_parts.h"
@@ -152,11 +153,29 @@ class MpegSource final : public FileSource {
     return S_OK;
   }
 
+  HRESULT STDMETHODCALLTYPE SeekToSample(uint64_t sample, uint64_t* landed) override {
+    if (!landed) return E_POINTER;
+    if (!stream_) return E_FAIL;
+    try {
+      StreamByteSource bytes(*stream_);
+      const uint32_t samples_per_frame = scan_.reference.SamplesPerFrame();
+      const auto entry = index_.EntryFor(sample / samples_per_frame, bytes);
+      if (!entry) return E_INVALIDARG;
+      if (FAILED(SeekTo(*stream_, entry->offset))) return E_FAIL;
+      position_ = static_cast<uint64_t>(entry->offset - data_start_);
+      *landed = entry->frame * samples_per_frame;
+      return S_OK;
+    } catch (const std::bad_alloc&) {
+      return E_OUTOFMEMORY;
+    }
+  }
+
  private:
   void Close() {
     stream_.Reset();
     tags_.Reset();
     scan_ = {};
+    index_ = {};
     data_start_ = 0;
     data_bytes_ = position_ = 0;
     duration_ms_ = bytes_per_second_ = 0;
@@ -206,6 +225,7 @@ class MpegSource final : public FileSource {
     scan_ = std::move(*scan);
     data_start_ = tags.audio_start + static_cast<int64_t>(scan_.start);
     data_bytes_ = static_cast<uint64_t>(tags.audio_end - data_start_);
+    index_ = MpegFrameIndex(scan_.reference, data_start_, tags.audio_end);
     return S_OK;
   }
 
@@ -245,6 +265,7 @@ class MpegSource final : public FileSource {
 
   ComPtr<IStream> stream_;
   MpegScan scan_;
+  MpegFrameIndex index_;
   int64_t data_start_ = 0;
   uint64_t data_bytes_ = 0;
   uint64_t position_ = 0;  ///< From the data's start.

@@ -24,6 +24,7 @@
 #include "sound/fault_guard.h"
 #include "sound/held_samples.h"
 #include "sound/mpeg_resync.h"
+#include "sound/sample_seek.h"
 #include "sound/text_out.h"
 
 namespace melorin {
@@ -48,14 +49,24 @@ struct HandleDeleter {
 };
 using Handle = std::unique_ptr<mpg123_handle, HandleDeleter>;
 
-class Mpg123Decoder final : public ComObject<SoundDecoder> {
+class Mpg123Decoder final : public ComObject<SoundDecoder, LeadInTeller> {
  public:
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
     if (!out) return E_POINTER;
     *out = nullptr;
-    if (!SameGuid(iid, IID_IUnknown) && !SameGuid(iid, kIidSoundDecoder)) return E_NOINTERFACE;
+    if (SameGuid(iid, kIidLeadInTeller))
+      *out = static_cast<LeadInTeller*>(this);
+    else if (SameGuid(iid, IID_IUnknown) || SameGuid(iid, kIidSoundDecoder))
+      *out = static_cast<SoundDecoder*>(this);
+    else
+      return E_NOINTERFACE;
     AddRef();
-    *out = static_cast<SoundDecoder*>(this);
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE GetLeadIn(uint32_t* samples) override {
+    if (!samples) return E_POINTER;
+    *samples = lead_in_frames_;
     return S_OK;
   }
 
@@ -80,6 +91,7 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     if (FAILED(result)) return result;
     held_.Reset(0);
     padding_frames_ = 0;
+    lead_in_frames_ = 0;
     in_bytes_ = std::max<uint32_t>(in->nAvgBytesPerSec / 16, kSmallestPacket);
     *out = format;
     Restart(false);
@@ -249,11 +261,12 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
 
   bool Feed() {
     const size_t count = std::min(kFeedBytes, store_end_ - store_begin_);
-    const uint8_t* bytes = store_.get() + store_begin_;
+    uint8_t* const bytes = store_.get() + store_begin_;
     if (nothing_fed_ && in_midst_) {
-      const std::span<const uint8_t> at_hand(bytes, store_end_ - store_begin_);
+      const std::span<uint8_t> at_hand(bytes, store_end_ - store_begin_);
       if (BeginsCleanly(at_hand)) in_midst_ = false;
       undecodable_frames_ = FramesToMute(at_hand);
+      SilenceFramesWithoutData(at_hand);
     }
     nothing_fed_ = false;
     store_begin_ += count;
@@ -291,6 +304,7 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
     mpg123_getstate2(handle_.get(), MPG123_ENC_DELAY, &delay, nullptr);
     mpg123_getstate2(handle_.get(), MPG123_ENC_PADDING, &padding, nullptr);
     if (delay >= 0 && padding >= 0) {
+      lead_in_frames_ = static_cast<uint32_t>(delay + kDecoderDelay);
       padding_frames_ = static_cast<size_t>(std::max<int64_t>(padding - kDecoderDelay, 0));
       held_.Reset(0);
       return;
@@ -342,7 +356,8 @@ class Mpg123Decoder final : public ComObject<SoundDecoder> {
   uint32_t undecodable_frames_ = 0;  ///< MPEG frames, of the bytes that came first after a seek.
   uint32_t muted_frames_ = 0;        ///< Sample frames still to be replaced by silence.
   uint32_t fade_position_ = kFadeInFrames;
-  size_t padding_frames_ = 0;  ///< Sample frames at the end of the file that are no music.
+  uint32_t lead_in_frames_ = 0;  ///< Sample frames that were left out at the start of the file.
+  size_t padding_frames_ = 0;    ///< Sample frames at the end of the file that are no music.
   HeldSamples held_;
 };
 

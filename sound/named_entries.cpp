@@ -5,6 +5,7 @@
 
 #include <new>
 #include <string>
+#include <utility>
 
 #include "sound/text_out.h"
 
@@ -14,7 +15,7 @@ namespace {
 class NamedReader final : public ComObject<SoundReader> {
  public:
   NamedReader(std::u16string_view name, std::u16string_view description, CreateSourceFunction create)
-      : name_(name), description_(description), create_(create) {}
+      : name_(name), description_(description), create_(std::move(create)) {}
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
     if (!out) return E_POINTER;
@@ -70,7 +71,7 @@ class NamedDecoderEntry final : public ComObject<SoundDecoderEntry> {
 ComPtr<SoundReader> CreateNamedReader(std::u16string_view name, std::u16string_view description,
                                       CreateSourceFunction create) {
   try {
-    return ComPtr<SoundReader>::Adopt(new NamedReader(name, description, create));
+    return ComPtr<SoundReader>::Adopt(new NamedReader(name, description, std::move(create)));
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

@@ -3,6 +3,7 @@
 // Readers and decoder entries that are no more than their texts and a function that makes the object.
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 #include "platform/com_ptr.h"
@@ -10,7 +11,7 @@
 
 namespace melorin {
 
-using CreateSourceFunction = HRESULT (*)(SoundSource** out);
+using CreateSourceFunction = std::function<HRESULT(SoundSource** out)>;
 using CreateDecoderFunction = HRESULT (*)(SoundDecoder** out);
 
 /// Null when memory runs out.

@@ -1,20 +1,11 @@
 // SPDX-License-Identifier: MIT
 //
-// The built-in entries whose objects the platform supplies, and the CUE reader.
+// The built-in entries whose objects the platform supplies.
 #include "sound/builtin_entries.h"
 #include "sound/named_entries.h"
 #include "sound/platform_codecs.h"
 
 namespace melorin {
-namespace {
-
-/// A sheet names tracks inside another file, which takes the playlist to play; opening one as a single sound
-/// is not supported.
-HRESULT CreateCueSource(SoundSource**) {
-  return E_NOTIMPL;
-}
-
-}  // namespace
 
 ComPtr<SoundReader> CreateWindowsMediaReader() {
   return CreateNamedReader(u"Window Media Audio Reader", u"Window Media 文件(*.wma;*.wmv;*.asf)",
@@ -23,10 +14,6 @@ ComPtr<SoundReader> CreateWindowsMediaReader() {
 
 ComPtr<SoundReader> CreateCdAudioReader() {
   return CreateNamedReader(u"CD Audio Reader", u"CD 数字音轨(*.cda)", CreateCdSource);
-}
-
-ComPtr<SoundReader> CreateCueReader() {
-  return CreateNamedReader(u"CUE Reader", u"CUE 文件(*.cue)", CreateCueSource);
 }
 
 ComPtr<SoundReader> CreateGraphReader(std::u16string_view description) {

@@ -44,7 +44,7 @@ std::vector<SheetTrack> ListTracks(const SoundLibrary& library, const std::strin
     listed.number = track.number;
     listed.title_gbk = GbkFromUtf8(track.own[CueField::kTitle]);
     if (end || length.ms) {
-      const uint32_t ms = CueDurationMs(track.start, end, end ? std::nullopt : length.ms);
+      const uint32_t ms = CueDurationMs(track.start, end, length.ms.value_or(0));
       if (ms <= INT32_MAX) listed.duration_ms = static_cast<int32_t>(ms);
     }
     listed.tags = CueTrackTags(track);

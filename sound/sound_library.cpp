@@ -78,12 +78,12 @@ struct SoundLibrary::Impl {
   Registry registry;
   std::vector<AddInFailure> failures;
 
-  void AddBuiltIns() {
+  void AddBuiltIns(const SoundLibrary& library) {
     registry.Add(CreateMpegReader(OnModuleSearchPath("mp3PRO.dll")));
     registry.Add(CreateWaveReader());
     registry.Add(CreateWindowsMediaReader());
     registry.Add(CreateCdAudioReader());
-    registry.Add(CreateCueReader());
+    registry.Add(CreateCueReader(library));
     registry.Add(CreateGraphReader(u"AIFF 音频文件(*.aif;*.aifc;*.aiff)"));
     registry.Add(CreateGraphReader(u"AU 音频文件(*.au;*.snd)"));
     registry.Add(CreateMpegDecoderEntry());
@@ -113,7 +113,7 @@ SoundLibrary::~SoundLibrary() {
 HRESULT SoundLibrary::Start(const std::string& add_in_folder_gbk) {
   try {
     impl_->Clear();
-    impl_->AddBuiltIns();
+    impl_->AddBuiltIns(*this);
     if (!add_in_folder_gbk.empty()) impl_->AddAddIns(add_in_folder_gbk);
     impl_->registry.Add(CreateGraphReader(u""));
     impl_->registry.Add(CreateAcmDecoderEntry());

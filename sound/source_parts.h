@@ -8,20 +8,25 @@
 
 #include "platform/com_ptr.h"
 #include "sound/interfaces.h"
+#include "sound/sample_seek.h"
 #include "tags/tag_set.h"
 
 namespace melorin {
 
 /// Base of the sources that parse a file's container themselves.
-class FileSource : public ComObject<SoundSource> {
+class FileSource : public ComObject<SoundSource, SampleSeekable> {
  public:
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (SameGuid(iid, kIidTagSet)) return tags_ ? tags_->QueryInterface(iid, out) : E_NOINTERFACE;
-    if (!SameGuid(iid, IID_IUnknown) && !SameGuid(iid, kIidSoundSource)) return E_NOINTERFACE;
+    if (SameGuid(iid, kIidSampleSeekable))
+      *out = static_cast<SampleSeekable*>(this);
+    else if (SameGuid(iid, IID_IUnknown) || SameGuid(iid, kIidSoundSource))
+      *out = static_cast<SoundSource*>(this);
+    else
+      return E_NOINTERFACE;
     AddRef();
-    *out = static_cast<SoundSource*>(this);
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE IsSeekable(uint32_t* yes) override {

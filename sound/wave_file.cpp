@@ -138,6 +138,17 @@ HRESULT WaveReader::Seek(uint32_t milliseconds) {
   uint32_t offset = MulDivUnsigned(milliseconds, format_->nAvgBytesPerSec, 1000);
   if (offset == 0xFFFFFFFF) return E_INVALIDARG;
   if (format_->nBlockAlign > 1) offset -= offset % format_->nBlockAlign;
+  return SeekToOffset(offset);
+}
+
+HRESULT WaveReader::SeekToBlock(uint64_t block) {
+  if (!IsOpen()) return E_FAIL;
+  const uint32_t align = std::max<uint32_t>(format_->nBlockAlign, 1);
+  if (block >= data_bytes_ / align) return E_INVALIDARG;
+  return SeekToOffset(static_cast<uint32_t>(block * align));
+}
+
+HRESULT WaveReader::SeekToOffset(uint32_t offset) {
   if (offset >= data_bytes_) return E_INVALIDARG;
   if (FAILED(SeekTo(*stream_, int64_t{data_start_} + offset))) return E_FAIL;
   position_ = offset;

@@ -52,8 +52,11 @@ class WaveReader {
   /// To the block that plays at that time. E_INVALIDARG at or past the end of the data (the position stays),
   /// E_FAIL when there is no byte rate to reckon with.
   HRESULT Seek(uint32_t milliseconds);
+  /// To the block of that number. E_INVALIDARG at or past the end of the data; then the position stays.
+  HRESULT SeekToBlock(uint64_t block);
 
  private:
+  HRESULT SeekToOffset(uint32_t offset);
   HRESULT ReadFormat(IStream& stream, int64_t file_bytes);
   HRESULT FindData(IStream& stream, int64_t file_bytes);
 

@@ -7,6 +7,7 @@
 
 #include "sound/builtin_entries.h"
 #include "sound/exports.h"
+#include "sound/format_tag.h"
 #include "sound/named_entries.h"
 #include "sound/source_parts.h"
 #include "sound/wave_file.h"
@@ -89,6 +90,15 @@ class WaveSource final : public FileSource {
     return file_.Read(*packet);
   }
   HRESULT STDMETHODCALLTYPE Seek(uint32_t milliseconds) override { return file_.Seek(milliseconds); }
+  /// Uncompressed formats only: elsewhere a block is more than a sample.
+  HRESULT STDMETHODCALLTYPE SeekToSample(uint64_t sample, uint64_t* landed) override {
+    if (!landed) return E_POINTER;
+    if (!file_.IsOpen()) return E_FAIL;
+    const uint32_t tag = PlainFormatTag(file_.Format());
+    if (tag != WAVE_FORMAT_PCM && tag != WAVE_FORMAT_IEEE_FLOAT) return E_NOTIMPL;
+    *landed = sample;
+    return file_.SeekToBlock(sample);
+  }
 
  private:
   WaveReader file_;

@@ -175,9 +175,10 @@ void ExpectIdentities(IUnknown& object, const GUID& own) {
 }
 
 TEST(BuiltInEntries, CountTheirReferencesAndCheckTheirOutPointers) {
+  const SoundLibrary library;
   for (const auto& reader :
        {CreateMpegReader(true), CreateMpegReader(false), CreateWaveReader(), CreateWindowsMediaReader(),
-        CreateCdAudioReader(), CreateCueReader(), CreateGraphReader(u"")}) {
+        CreateCdAudioReader(), CreateCueReader(library), CreateGraphReader(u"")}) {
     ExpectIdentities(*reader, kIidSoundReader);
     EXPECT_EQ(reader->CreateSource(nullptr), E_POINTER);
     EXPECT_EQ(reader->GetName(nullptr), E_POINTER);
