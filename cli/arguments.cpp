@@ -8,6 +8,7 @@
 
 #include "cli/json_writer.h"
 #include "platform/text.h"
+#include "sound/sheet_tracks.h"
 
 namespace melorin {
 const std::string* Arguments::Value(std::string_view name) const {
@@ -62,6 +63,15 @@ std::optional<uint32_t> ParseNumber(std::string_view text) {
   const auto [stopped, result] = std::from_chars(text.data(), end, number);
   if (text.empty() || result != std::errc() || stopped != end) return std::nullopt;
   return number;
+}
+
+std::optional<uint32_t> TrackFlags(const Arguments& arguments, std::string* error) {
+  const std::string* const value = arguments.Value("--track");
+  if (!value) return 0;
+  const auto number = ParseNumber(*value);
+  if (number && *number >= 1 && *number <= 0xFFFF) return SubtrackFlags(*number);
+  *error = "--track is a number from 1 to 65535, not: " + *value;
+  return std::nullopt;
 }
 
 std::optional<std::string> PathFromArgument(std::string_view utf8, std::string* error) {

@@ -37,6 +37,10 @@ bool ParseArguments(std::span<const std::string> arguments, std::span<const Opti
 /// A decimal number from 0 to 4294967295 and nothing else; no sign, no spaces.
 std::optional<uint32_t> ParseNumber(std::string_view text);
 
+/// The value of "--track N" as flags for SoundLibrary::OpenSource, 0 when it was not given. Nothing, with the
+/// reason in `error`, when it is no number from 1 to 65535.
+std::optional<uint32_t> TrackFlags(const Arguments& arguments, std::string* error);
+
 /// The GBK path that an argument names. Nothing when the argument is no UTF-8; then `error` says so.
 std::optional<std::string> PathFromArgument(std::string_view utf8, std::string* error);
 

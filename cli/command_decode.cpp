@@ -24,10 +24,11 @@ namespace melorin {
 namespace {
 
 constexpr OptionSpec kOptions[] = {
-    {"--bits", true}, {"--dither", true}, {"--start", true}, {"--length", true}};
+    {"--bits", true}, {"--dither", true}, {"--start", true}, {"--length", true}, {"--track", true}};
 constexpr uint32_t kProgressEveryMs = 200;
 
 struct DecodeOptions {
+  uint32_t open_flags = 0;
   uint32_t bits = 0;  ///< 0: the source's own.
   uint32_t dither = 0;
   uint32_t start_ms = 0;
@@ -43,6 +44,9 @@ bool ReadOptions(const Arguments& arguments, DecodeOptions* out, std::string* er
     if (!*number) *error = std::string(name) + ": not a number: " + *value;
     return number->has_value();
   };
+  const auto track_flags = TrackFlags(arguments, error);
+  if (!track_flags) return false;
+  out->open_flags = *track_flags;
   std::optional<uint32_t> bits;
   std::optional<uint32_t> dither;
   std::optional<uint32_t> start;
@@ -99,7 +103,8 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
                    const std::optional<std::string>& out_path) {
   started_ms_ = shown_ms_ = SystemClock().TickMs();
   if (const int failed = out_path ? CheckTarget(*out_path) : kExitDone) return failed;
-  const HRESULT result = SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), 0, &chain_);
+  const HRESULT result =
+      SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), options_.open_flags, &chain_);
   if (FAILED(result)) return context_.Fail(in_name_, OpenFailureText(library, in_path, result));
   format_ = MakePcmFormat(chain_->Channels(), chain_->SampleRate(),
                           ChooseOutputBits(options_.bits, chain_->SourceBits()));
@@ -242,9 +247,10 @@ int RunDecode(const CommandContext& context, const Arguments& arguments) {
 
 constexpr Command kDecodeCommand = {
     "decode",
-    "FILE OUT.wav [--bits N] [--dither N] [--start MS] [--length MS]",
+    "FILE OUT.wav [--track N] [--bits N] [--dither N] [--start MS] [--length MS]",
     "Decodes a sound file to a Wave file, through the same chain and conversion as playing",
-    "\n--bits    8, 16, 24 or 32; without it the file's own width, 16 for compressed ones\n"
+    "\n--track   the track of a CUE sheet by its number; without it the first one\n"
+    "--bits    8, 16, 24 or 32; without it the file's own width, 16 for compressed ones\n"
     "--dither  0 off (the default), 1 triangular, 2 with first-order error feedback, 3 noise shaping for the "
     "rate,\n"
     "          4 the alternative shapers at 44100 and 48000 Hz\n"

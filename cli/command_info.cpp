@@ -15,7 +15,7 @@
 namespace melorin {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"--scan"}};
+constexpr OptionSpec kOptions[] = {{"--scan"}, {"--track", true}};
 constexpr uint32_t kShareDenyNone = STGM_SHARE_DENY_NONE;
 constexpr uint32_t kFullScan = 1;
 
@@ -124,9 +124,12 @@ HRESULT WriteInfo(const SoundLibrary& library, const std::string& path_gbk, cons
 }
 
 int RunInfo(const CommandContext& context, const Arguments& arguments) {
+  std::string usage_error;
+  const auto track_flags = TrackFlags(arguments, &usage_error);
+  if (!track_flags) return context.FailUsage(usage_error);
   SoundLibrary library;
   if (!context.StartSoundLibrary(library)) return kExitFailed;
-  const uint32_t open_flags = arguments.Has("--scan") ? kFullScan : 0;
+  const uint32_t open_flags = *track_flags | (arguments.Has("--scan") ? kFullScan : 0);
   int exit_code = kExitDone;
   for (const std::string& name : arguments.operands) {
     std::string error;
@@ -150,11 +153,14 @@ int RunInfo(const CommandContext& context, const Arguments& arguments) {
 
 constexpr Command kInfoCommand = {
     "info",
-    "FILE… [--scan]",
+    "FILE… [--scan] [--track N]",
     "Prints one JSON object a line about each sound file",
     "\n--scan looks at every frame of an MPEG file, which makes the duration of a file with a varying bit "
     "rate and\n"
-    "without a header for it exact.\n\n"
+    "without a header for it exact.\n"
+    "--track chooses a track of a CUE sheet by its number; without it the first one is shown. audio_start "
+    "and\n"
+    "audio_end are then those of the sheet itself.\n\n"
     "Members: file, reader, codec, duration_ms, sample_rate, channels, bits (of the decoded samples), "
     "bitrate\n"
     "(bit/s), audio_start and audio_end (bytes between the tags of any kind), tag_flags (a sum: 8 ID3v2, 4 "

@@ -21,10 +21,6 @@ std::string OwnSeparators(std::string_view name_utf8) {
   return name;
 }
 
-bool IsAbsolute(std::string_view path) {
-  return !path.empty() && (path.front() == kPathSeparator || (path.size() > 1 && path[1] == ':'));
-}
-
 std::string_view WithoutExtension(std::string_view name_gbk) {
   const std::string_view extension = PathExtension(name_gbk);
   const size_t point = extension.data() > name_gbk.data() ? 1 : 0;
@@ -39,7 +35,7 @@ bool IsAudioName(const SoundLibrary& library, const std::string& name_gbk) {
 std::string FindSibling(const SoundLibrary& library, const std::string& folder_gbk,
                         std::string_view base_gbk) {
   std::string best;
-  for (const DirectoryEntry& entry : ListDirectory(folder_gbk.empty() ? "." : folder_gbk)) {
+  for (const DirectoryEntry& entry : ListDirectory(folder_gbk)) {
     if (entry.is_directory || !EqualNoCaseGbk(WithoutExtension(entry.name_gbk), base_gbk)) continue;
     if (!IsAudioName(library, entry.name_gbk)) continue;
     if (best.empty() || LowerGbk(entry.name_gbk) < LowerGbk(best)) best = entry.name_gbk;
@@ -57,9 +53,10 @@ CueSheet ReadCueFile(const std::string& path_gbk) {
 std::string FindCueAudio(const SoundLibrary& library, const std::string& sheet_path_gbk,
                          const CueSheet& sheet, size_t file) {
   if (file >= sheet.files.size()) return {};
-  const std::string sheet_folder(PathDirectory(sheet_path_gbk));
+  const std::string sheet_path = FullPath(sheet_path_gbk);
+  const std::string sheet_folder(PathDirectory(sheet_path));
   const std::string name = GbkFromUtf8(OwnSeparators(sheet.files[file]));
-  const std::string stated = IsAbsolute(name) ? name : JoinPath(sheet_folder, name);
+  const std::string stated = FullPathFrom(sheet_folder, name);
   const std::string moved = JoinPath(sheet_folder, PathFileName(name));
   for (const std::string& path : {stated, moved})
     if (IsAudioName(library, path) && FileExists(path)) return path;
@@ -69,7 +66,7 @@ std::string FindCueAudio(const SoundLibrary& library, const std::string& sheet_p
     if (std::string path = FindSibling(library, folder, base); !path.empty()) return path;
 
   if (sheet.files.size() != 1) return {};
-  const std::string own(WithoutExtension(sheet_path_gbk));
+  const std::string own(WithoutExtension(sheet_path));
   if (IsAudioName(library, own) && FileExists(own)) return own;
   return FindSibling(library, sheet_folder, PathFileName(own));
 }

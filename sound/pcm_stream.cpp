@@ -71,7 +71,7 @@ HRESULT PcmStream::MakeDecoder(const SoundLibrary& library) {
     ComPtr<SoundDecoder> decoder;
     const HRESULT result = library.CreateDecoder(*in_format_, &made, decoder.Receive());
     if (result == E_OUTOFMEMORY) return result;
-    if (FAILED(result) || !decoder || !IsPcm(made)) continue;
+    if (FAILED(result) || !decoder || made.wFormatTag != tag) continue;
     decoder_ = std::move(decoder);
     return format_.Assign(made) ? S_OK : E_OUTOFMEMORY;
   }

@@ -228,6 +228,20 @@ class EndToEnd(unittest.TestCase):
                 end = 120000 if length is None else min(120000, (start + length) * 44100 // 1000)
                 self.assertEqual(self.decode("a.wav", *options)[1], data[first * 4:end * 4])
 
+    def test_tracks_of_a_sheet_are_parts_of_its_file(self):
+        data = self.wave("a.wav", frames=100000)
+        self.text("s.cue", 'FILE "a.wav" WAVE\r\nTRACK 01 AUDIO\r\nTITLE "天空"\r\nINDEX 01 00:00:00\r\n'
+                           'TRACK 02 AUDIO\r\nINDEX 01 00:01:10\r\n'.encode("gbk"))
+        self.assertEqual(self.decode("s.cue")[1], data[:85 * 588 * 4])
+        self.assertEqual(self.decode("s.cue", "--track", "2")[1], data[85 * 588 * 4:])
+        self.assertEqual(self.decode("s.cue", "--track", "2", "--start", "1000")[1], data[(85 * 588 + 44100) * 4:])
+        done = run("info", self.path("s.cue"), "--track", "1")
+        facts = json.loads(done.stdout)
+        self.assertEqual((facts["reader"], facts["duration_ms"]), ("CUE Reader", 1133))
+        self.assertIn({"name": "Title", "value": "天空"}, facts["tags"])
+        self.assert_fails(run("info", self.path("s.cue"), "--track", "3"), 1, "s.cue")
+        self.assert_fails(run("info", self.path("s.cue"), "--track", "x"), 2, "--track")
+
     def test_start_past_the_end_is_refused(self):
         self.wave("a.wav")
         done = run("decode", self.path("a.wav"), self.path("out.wav"), "--start", "5000")

@@ -13,6 +13,7 @@
 #include "playback/source_chain.h"
 #include "playback/watched_device.h"
 #include "playback_sim.h"
+#include "sound/sheet_tracks.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -158,9 +159,10 @@ class RealTrack : public testing::Test {
     if (!path_.empty()) std::remove(path_.c_str());
   }
 
-  void Open(int32_t dither) {
+  void Open(int32_t dither) { OpenFile(path_, dither, 0); }
+  void OpenFile(const std::string& path, int32_t dither, uint32_t flags) {
     std::unique_ptr<SourceChain> chain;
-    ASSERT_EQ(SourceChain::Open(library_, AsWide(Utf16FromGbk(path_).c_str()), 0, &chain), S_OK);
+    ASSERT_EQ(SourceChain::Open(library_, AsWide(Utf16FromGbk(path).c_str()), flags, &chain), S_OK);
     const WAVEFORMATEX format = MakePcmFormat(chain->Channels(), chain->SampleRate(), 16);
     ASSERT_EQ(format.nSamplesPerSec, kRate);
     setup_.capture = false;
@@ -235,6 +237,20 @@ TEST_F(RealTrack, PlaysWithoutTheHeapOnceThePrefillIsOver) {
   wasteful_.on_ = true;
   EXPECT_EQ(CountFor(1000), 2 * wasteful_.blocks_) << "what allocates is noticed";
   EXPECT_GT(wasteful_.blocks_, 30u);
+}
+
+TEST_F(RealTrack, PlaysATrackOfASheetWithoutTheHeapToo) {
+  const std::string sheet = path_ + ".cue";
+  std::ofstream(sheet) << "FILE \"" << path_ << "\" MP3\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
+                       << "TRACK 02 AUDIO\nINDEX 01 00:05:10\n";
+  ASSERT_NO_FATAL_FAILURE(OpenFile(sheet, 0, SubtrackFlags(2)));
+  std::remove(sheet.c_str());
+  ASSERT_EQ(stream_->Play(), S_OK);
+  clock_.Advance(30);
+  EXPECT_EQ(CountFor(3000), 0u) << "after the start, first of " << g_first_size << " bytes";
+  ASSERT_EQ(stream_->Seek(1000), S_OK);
+  clock_.Advance(30);
+  EXPECT_EQ(CountFor(5000), 0u) << "after a seek, first of " << g_first_size << " bytes";
 }
 
 }  // namespace

@@ -36,6 +36,9 @@ class CueSourceTest : public testing::Test {
     const auto* bytes = reinterpret_cast<const uint8_t*>(samples.data());
     return Bytes(bytes, bytes + samples.size() * sizeof(float));
   }
+  static size_t ByteCount(uint64_t frames, const WAVEFORMATEX& format) {
+    return static_cast<size_t>(frames) * format.nBlockAlign;
+  }
   /// The first place where the track's bytes differ from those of the whole from `at` on; npos when they do
   /// not.
   static size_t FirstDifference(const Bytes& whole, size_t at, const Bytes& part) {
@@ -56,19 +59,20 @@ class CueSourceTest : public testing::Test {
       const auto track = Track(number);
       ASSERT_TRUE(track);
       const WAVEFORMATEX format = test::FormatOf(*track);
-      if (number == 1) at = starts[0] * uint64_t{format.nSamplesPerSec} / 75 * format.nBlockAlign;
+      if (number == 1) at = ByteCount(uint64_t{starts[0]} * format.nSamplesPerSec / 75, format);
       const Bytes samples = test::ReadAll(*track, number * 1000 + 7);
       EXPECT_EQ(FirstDifference(whole, at, samples), std::string::npos);
       const uint32_t length_ms = test::DurationOf(*track);
       for (const uint32_t percent : {70u, 0u, 97u}) {
         const uint32_t ms = length_ms * percent / 100;
         ASSERT_EQ(track->Seek(ms), S_OK) << ms;
-        const size_t skipped = size_t{uint64_t{ms} * format.nSamplesPerSec / 1000} * format.nBlockAlign;
+        const size_t skipped = ByteCount(uint64_t{ms} * format.nSamplesPerSec / 1000, format);
         const Bytes rest = test::ReadAll(*track);
         // A length that counts the encoder's padding reaches a little behind the end.
         const size_t want = samples.size() - std::min(samples.size(), skipped);
         EXPECT_EQ(rest.size(), want) << percent;
-        if (want > 0) EXPECT_EQ(FirstDifference(whole, at + skipped, rest), std::string::npos) << percent;
+        if (want == 0) continue;
+        EXPECT_EQ(FirstDifference(whole, at + skipped, rest), std::string::npos) << percent;
       }
       EXPECT_EQ(track->Seek(length_ms), E_INVALIDARG);
       EXPECT_TRUE(test::ReadAll(*track).empty());
@@ -143,6 +147,87 @@ TEST_F(CueSourceTest, TracksOfMpegFilesAreTheSamplesOfTheUnbrokenDecode) {
     folder_.Remove(name);
   }
   EXPECT_GT(files, 10);
+}
+
+TEST_F(CueSourceTest, FindsTheFileOfAMovedOrReencodedRip) {
+  struct Case {
+    const char* name;
+    const char* sheet;
+    const char* stated;
+    std::vector<const char*> there;
+    const char* want;
+  };
+  const Case cases[] = {
+      {"as stated", "s.cue", "a.wav", {"a.wav", "a.mp3"}, "a.wav"},
+      {"the folder is gone", "s.cue", "D:\\rips\\a.wav", {"a.wav"}, "a.wav"},
+      {"encoded anew", "s.cue", "a.wav", {"b.wav", "a.mp3", "a.txt"}, "a.mp3"},
+      {"encoded anew, letters", "s.cue", "Album.APE", {"album.MP3"}, "album.MP3"},
+      {"the first by name", "s.cue", "a.ape", {"a.wav", "a.mp3"}, "a.mp3"},
+      {"like the sheet", "s.cue", "CDImage.wav", {"s.mp3", "t.mp3"}, "s.mp3"},
+      {"the sheet's name without its extension", "s.wav.cue", "CDImage.ape", {"s.wav"}, "s.wav"},
+      {"never a sheet", "s.cue", "s.cue", {"t.mp3"}, nullptr},
+      {"another sheet", "s.cue", "t.cue", {"t.cue"}, nullptr},
+      {"nothing alike", "s.cue", "a.wav", {"b.wav"}, nullptr},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    folder_.Write(c.sheet, test::SheetOf(c.stated, {0}));
+    for (const char* name : c.there)
+      folder_.Write(name, "x");
+    const std::string path = folder_.Path(c.sheet);
+    const std::string found = FindCueAudio(library_, path, ReadCueFile(path), 0);
+    EXPECT_EQ(std::filesystem::path(found).filename().string(), c.want ? c.want : "");
+    for (const char* name : c.there)
+      folder_.Remove(name);
+    folder_.Remove(c.sheet);
+  }
+  // With several files the sheet's own name stands for none of them.
+  folder_.Write("s.wav", "x");
+  folder_.Write("s.cue", test::SheetOf("a.wav", {0}) + test::SheetOf("b.wav", {0}));
+  EXPECT_EQ(FindCueAudio(library_, folder_.Path("s.cue"), ReadCueFile(folder_.Path("s.cue")), 0), "");
+}
+
+TEST_F(CueSourceTest, ListsTracksAndOpensThemByNumber) {
+  folder_.Write("a.wav", test::NoiseWave(44100, 2, 44100 * 4));
+  folder_.Write("s.cue", GbkFromUtf8("PERFORMER 王菲\nTITLE 专辑\n"
+                                     "FILE a.wav WAVE\nTRACK 03 AUDIO\nTITLE 第一\nINDEX 01 00:00:00\n"
+                                     "TRACK 04 MODE1/2352\nINDEX 01 00:01:00\n"
+                                     "TRACK 05 AUDIO\nINDEX 01 00:01:30\n"
+                                     "FILE missing.wav WAVE\nTRACK 06 AUDIO\nINDEX 01 00:00:00\n"
+                                     "FILE a.wav WAVE\nTRACK 07 AUDIO\nINDEX 01 00:09:00\n"));
+  const auto tracks = ReadSheetTracks(library_, folder_.Path("s.cue"));
+  ASSERT_EQ(tracks.size(), 4u);
+  EXPECT_EQ(tracks[0].title_gbk, GbkFromUtf8("第一"));
+  struct Want {
+    uint32_t number;
+    int32_t ms;
+    bool opens;
+  };
+  const Want wants[] = {{3, 1000, true}, {5, 7600, true}, {6, -2, false}, {7, 0, false}};
+  for (size_t i = 0; i < 4; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(tracks[i].number, wants[i].number);
+    EXPECT_EQ(tracks[i].duration_ms, wants[i].ms);
+    const auto source = Track(tracks[i].number);
+    ASSERT_EQ(source.get() != nullptr, wants[i].opens);
+    if (!source) continue;
+    EXPECT_EQ(test::DurationOf(*source), static_cast<uint32_t>(wants[i].ms));
+    WideChar* text = nullptr;
+    ASSERT_EQ(source->GetCodecName(&text), S_OK);
+    EXPECT_EQ(std::u16string(AsChar16(text)), u"PCM|PCM Audio");
+    CoTaskMemFree(text);
+    ComPtr<TagSet> tags;
+    ASSERT_EQ(source->QueryInterface(kIidTagSet, tags.ReceiveVoid()), S_OK);
+    for (const auto& [name, value] : {std::pair{u"Artist", u"王菲"}, {u"Album", u"专辑"}}) {
+      ASSERT_EQ(tags->GetValue(AsWide(name), &text), S_OK);
+      EXPECT_EQ(std::u16string(AsChar16(text)), value);
+      CoTaskMemFree(text);
+    }
+  }
+  EXPECT_EQ(test::DurationOf(*Track(0)), 1000u) << "the first one";
+  EXPECT_FALSE(Track(4)) << "data";
+  EXPECT_FALSE(Track(1)) << "no such track";
+  EXPECT_TRUE(ReadSheetTracks(library_, folder_.Path("none.cue")).empty());
 }
 
 }  // namespace
