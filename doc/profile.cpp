@@ -52,7 +52,9 @@ LoadResult LoadProfile(const std::string& path_gbk, Group* group) {
 
 template <class Group>
 bool SaveProfile(const std::string& path_gbk, const Group& group) {
-  return WriteSettingsFile(path_gbk, Kind<Group>::kRoot, {}, [&group](XmlElement& root) {
+  return WriteSettingsFile(path_gbk, Kind<Group>::kRoot, {}, [&](XmlElement& root) {
+    // The first profile is saved before there is a folder for it; if making it fails, so does the file.
+    MakeDirectory(std::string(PathDirectory(path_gbk)));
     SettingsWriter writer(root);
     writer.Section(Kind<Group>::kSection);
     Kind<Group>::Visit(writer, group);

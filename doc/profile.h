@@ -19,7 +19,7 @@ namespace melorin {
 /// as well and its other sections are ignored.
 template <class Group>
 LoadResult LoadProfile(const std::string& path_gbk, Group* group);
-/// As Settings::Save, without a version.
+/// As Settings::Save, without a version. Makes the file's folder when it is not there.
 template <class Group>
 bool SaveProfile(const std::string& path_gbk, const Group& group);
 

@@ -105,11 +105,9 @@ class CheckingReader {
  private:
   void EndSection() {
     if (section_.empty()) return;
-    std::string_view previous;
-    for (const std::string& key : reader_.Malformed()) {
-      if (key != previous) findings_.Add(section_, key, "the value is malformed");
-      previous = key;
-    }
+    std::set<std::string_view> told;  // Two settings may share a key.
+    for (const std::string& key : reader_.Malformed())
+      if (told.insert(key).second) findings_.Add(section_, key, "the value is malformed");
     for (const std::string_view key : reader_.Unasked())
       findings_.Add(section_, key, "no such key");
     section_ = {};

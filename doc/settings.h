@@ -13,6 +13,7 @@
 
 #include "doc/settings_types.h"
 #include "platform/com.h"
+#include "platform/registry.h"
 
 namespace melorin {
 
@@ -273,8 +274,8 @@ struct Settings {
   /// Whether the probe succeeded: the user may write what all users share (file associations for all).
   bool registry_writable = false;
 
-  /// The defaults. No probe: the registry is not asked.
-  explicit Settings(const RegistryProbe& probe = {});
+  /// The defaults. An empty probe: the registry is not asked.
+  explicit Settings(const RegistryProbe& probe = CanWriteMachineKey);
 
   /// Reads a settings file over these values. Whatever is missing, empty or malformed leaves its setting as
   /// it is and is not reported; any other result than kLoaded leaves all as they are.

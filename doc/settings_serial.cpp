@@ -20,6 +20,10 @@ void SettingsWriter::Set(std::string_view key, std::string_view text) {
   if (!section_->SetAttribute(key, text)) throw std::bad_alloc();
 }
 
+void SettingsWriter::Add(std::string_view new_key, std::string_view text) {
+  if (!section_->AddAttribute(new_key, text)) throw std::bad_alloc();
+}
+
 bool SettingsReader::Section(std::string_view name) {
   entries_.clear();
   malformed_.clear();
@@ -41,6 +45,14 @@ std::string_view SettingsReader::Text(std::string_view key) {
   if (found == entries_.end() || found->key != key) return {};
   found->asked = true;
   return found->text;
+}
+
+size_t SettingsReader::CountFrom(std::string_view prefix) const {
+  const auto begin = std::partition_point(entries_.begin(), entries_.end(),
+                                          [prefix](const Entry& e) { return e.key < prefix; });
+  const auto end = std::partition_point(begin, entries_.end(),
+                                        [prefix](const Entry& e) { return e.key.starts_with(prefix); });
+  return static_cast<size_t>(end - begin);
 }
 
 std::vector<std::string_view> SettingsReader::Unasked() const {

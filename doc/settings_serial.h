@@ -4,6 +4,7 @@
 // around them. For the settings object and the profiles only.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -15,9 +16,9 @@
 
 namespace melorin {
 
-/// Entries of a list that are read at most: a count in a foreign file must not decide how much is allocated.
-/// Far more than anyone has keys, folders or plug-ins.
-inline constexpr int32_t kMaxListEntries = 1024;
+/// Entries of a list that are read even when the file does not have them: a count in a foreign file must not
+/// decide how much is allocated. A longer list is limited by the attributes that are really there.
+inline constexpr size_t kMaxMissingEntries = 1024;
 
 /// Appends sections to a root and sets their attributes. Throws std::bad_alloc only.
 class SettingsWriter {
@@ -33,11 +34,12 @@ class SettingsWriter {
   void operator()(std::string_view key, const std::vector<Value>& list) {
     Set(std::string(key) + "_Count", std::to_string(list.size()));
     for (size_t i = 0; i < list.size(); ++i)
-      Set(std::string(key) + "_" + std::to_string(i), FormatSetting(list[i]));
+      Add(std::string(key) + "_" + std::to_string(i), FormatSetting(list[i]));
   }
 
  private:
   void Set(std::string_view key, std::string_view text);
+  void Add(std::string_view new_key, std::string_view text);
 
   XmlElement& root_;
   XmlElement* section_ = nullptr;
@@ -55,18 +57,24 @@ class SettingsReader {
     const std::string_view text = Text(key);
     if (!ParseSetting(text, &value) && !text.empty()) malformed_.push_back(std::string(key));
   }
+  void operator()(std::string_view key, int32_t& value) {
+    const std::string_view text = Text(key);
+    if (ParseSetting(text, &value) && !HasNumber(text)) malformed_.push_back(std::string(key));
+  }
   template <class Value>
   void operator()(std::string_view key, std::vector<Value>& list) {
     int32_t count = 0;
     (*this)(std::string(key) + "_Count", count);
     if (count < 1) return;
-    if (count > kMaxListEntries) count = kMaxListEntries;
-    list.assign(static_cast<size_t>(count), Value());
-    for (int32_t i = 0; i < count; ++i)
-      (*this)(std::string(key) + "_" + std::to_string(i), list[static_cast<size_t>(i)]);
+    list.assign(
+        std::min(static_cast<size_t>(count), std::max(kMaxMissingEntries, CountFrom(std::string(key) + "_"))),
+        Value());
+    for (size_t i = 0; i < list.size(); ++i)
+      (*this)(std::string(key) + "_" + std::to_string(i), list[i]);
   }
 
-  /// Of the section last begun: keys whose value did not parse, in the order of the table.
+  /// Of the section last begun: keys whose value did not parse or, for a number, had no digits, in the order
+  /// of the table.
   const std::vector<std::string>& Malformed() const { return malformed_; }
   /// Of the section last begun: attributes that no visit asked for, in the order of their names.
   std::vector<std::string_view> Unasked() const;
@@ -78,6 +86,7 @@ class SettingsReader {
     bool asked = false;
   };
   std::string_view Text(std::string_view key);
+  size_t CountFrom(std::string_view prefix) const;  ///< Attributes whose names begin so.
 
   const XmlElement& root_;
   std::vector<Entry> entries_;  // By key: an element of a foreign file may have any number.

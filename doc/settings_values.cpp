@@ -164,6 +164,12 @@ std::string JoinNumbers(std::span<const int32_t> numbers) {
   return text;
 }
 
+/// Bytes of the first character, as far as its first two say.
+size_t GbkCharacterSize(std::string_view gbk) {
+  if (!IsGbkLead(static_cast<unsigned char>(gbk[0]))) return 1;
+  return gbk.size() > 1 && gbk[1] >= '0' && gbk[1] <= '9' ? 4 : 2;
+}
+
 /// Room for every format below: at most five numbers of eleven characters, or a GUID.
 using Buffer = std::array<char, 128>;
 
@@ -178,7 +184,7 @@ void FontRecord::SetFaceGbk(std::string_view name_gbk) {
   name_gbk = name_gbk.substr(0, name_gbk.find('\0'));
   size_t size = 0;
   while (size < name_gbk.size()) {
-    const size_t step = IsGbkLead(static_cast<unsigned char>(name_gbk[size])) ? 2 : 1;
+    const size_t step = GbkCharacterSize(name_gbk.substr(size));
     if (size + step > std::min(kFaceBytes, name_gbk.size())) break;
     size += step;
   }
@@ -190,6 +196,11 @@ bool ParseSetting(std::string_view text, int32_t* out) {
   if (text.empty()) return false;
   if (!Scan(text).Number(out)) *out = 0;
   return true;
+}
+
+bool HasNumber(std::string_view text) {
+  int32_t number;
+  return Scan(text).Number(&number);
 }
 
 bool ParseSetting(std::string_view text, SettingsRect* out) {

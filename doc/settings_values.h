@@ -17,6 +17,8 @@ namespace melorin {
 /// Each returns false, and leaves `out` alone, when the text is empty or does not yield all fields. A number
 /// without digits is 0, as C's atoi has it.
 bool ParseSetting(std::string_view text, int32_t* out);
+/// False for a text that is 0 only because it begins with no number.
+bool HasNumber(std::string_view text);
 /// Four numbers with commas.
 bool ParseSetting(std::string_view text, SettingsRect* out);
 bool ParseSetting(std::string_view text, FadeTimes* out);

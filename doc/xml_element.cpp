@@ -52,25 +52,30 @@ std::string_view XmlElement::Attribute(std::string_view name) const {
 }
 
 bool XmlElement::SetAttribute(std::string_view name, std::string_view value) {
-  XmlDocument* const document = Document();
-  bool set = false;
-  if (const XmlAttribute* found = FindAttribute(name)) {
-    // On the heap even in an arena: a value that changes often must not fill the arena.
-    set = const_cast<XmlAttribute*>(found)->value_.Assign(value);
-    NoteOwnMemory();
-  } else {
-    const XmlFactory factory(document);
-    if (XmlAttribute* attribute = factory.NewAttribute(*this)) {
-      set = factory.StoreName(attribute->name_, name) && factory.Store(attribute->value_, value);
-      if (set) {
-        AppendAttribute(attribute);
-      } else {
-        DestroyAttribute(attribute);
-      }
-    }
+  const XmlAttribute* const found = FindAttribute(name);
+  if (found == nullptr) return AddAttribute(name, value);
+  // On the heap even in an arena: a value that changes often must not fill the arena.
+  const bool set = const_cast<XmlAttribute*>(found)->value_.Assign(value);
+  NoteOwnMemory();
+  return set || OutOfMemory();
+}
+
+bool XmlElement::AddAttribute(std::string_view name, std::string_view value) {
+  const XmlFactory factory(Document());
+  XmlAttribute* const attribute = factory.NewAttribute(*this);
+  if (attribute == nullptr) return OutOfMemory();
+  if (!factory.StoreName(attribute->name_, name) || !factory.Store(attribute->value_, value)) {
+    DestroyAttribute(attribute);
+    return OutOfMemory();
   }
-  if (!set && document != nullptr) document->SetError(XmlError::kOutOfMemory);
-  return set;
+  AppendAttribute(attribute);
+  return true;
+}
+
+/// False, and said on the document.
+bool XmlElement::OutOfMemory() {
+  if (XmlDocument* const document = Document()) document->SetError(XmlError::kOutOfMemory);
+  return false;
 }
 
 }  // namespace melorin

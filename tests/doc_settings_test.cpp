@@ -321,6 +321,9 @@ TEST(SettingsValues, FontsAreTakenAsTextAndAsTheRecordItself) {
   ASSERT_TRUE(ParseSetting(head + name, &font));
   EXPECT_EQ(font.FaceGbk().size(), 31u);
   EXPECT_EQ(Reread(FormatSetting(font), start), FormatSetting(font));
+  // Hangul take four bytes each; no half of one may stay.
+  ASSERT_TRUE(ParseSetting(head + "x한글한글한글한글", &font));
+  EXPECT_EQ(FormatSetting(font), head + "x한글한글한글한");
   const std::string full(32, 'f');
   ASSERT_TRUE(ParseSetting(head + full + "g", &font));
   EXPECT_EQ(font.FaceGbk(), full);
@@ -369,8 +372,18 @@ TEST_F(SettingsFiles, ListsTakeTheirCountAndNoMoreThanIsReasonable) {
   ASSERT_EQ(settings.Load(Path()), LoadResult::kLoaded);
   EXPECT_EQ(settings.hot_key.key_map, (std::vector<KeyBinding>{{7, {1, 2}, {3, 4}}, {}}));
   EXPECT_EQ(settings.lyric.folders_gbk, (std::vector<std::string>{"", "a", ""}));
-  EXPECT_EQ(settings.plugin.modules_gbk.size(), static_cast<size_t>(kMaxListEntries));
+  EXPECT_EQ(settings.plugin.modules_gbk.size(), kMaxMissingEntries);
   EXPECT_EQ(settings.plugin.modules_gbk[5], "m");
+}
+
+TEST_F(SettingsFiles, LongListsComeBackWholeAndSoon) {
+  Settings settings;
+  settings.plugin.modules_gbk.assign(50000, "m");
+  settings.plugin.modules_gbk.back() = "last";
+  ASSERT_TRUE(settings.Save(Path(), ""));
+  Settings loaded;
+  ASSERT_EQ(loaded.Load(Path()), LoadResult::kLoaded);
+  EXPECT_EQ(loaded.plugin.modules_gbk, settings.plugin.modules_gbk);
 }
 
 TEST_F(SettingsFiles, ForeignAndDamagedFilesLeaveAllAsItWasAndCanBeKeptAside) {
@@ -419,7 +432,7 @@ TEST_F(SettingsFiles, HugeValuesAreTakenOrRefusedButNeverHang) {
   EXPECT_EQ(settings.player.volume, 2147483647);
   EXPECT_EQ(settings.player.player_wnd.bottom, 2147483647);
   EXPECT_EQ(settings.player.playing_file_gbk, megabyte);
-  EXPECT_EQ(settings.plugin.modules_gbk.size(), static_cast<size_t>(kMaxListEntries));
+  EXPECT_EQ(settings.plugin.modules_gbk.size(), kMaxMissingEntries);
   EXPECT_EQ(settings.lyric.font, Settings().lyric.font);
   EXPECT_EQ(settings.lyric.text_color.value, 0x777777u);
   ASSERT_TRUE(settings.Save(Path("b.xml"), ""));
@@ -433,12 +446,13 @@ TEST(SettingsFindings, SayWhatAReaderWouldSkip) {
   ASSERT_TRUE(
       document.Parse("<melorin><Player Volume='9' Colour='1' PlayerWnd='1,2' Volume='8'/><History/>"
                      "<HotKey KeyMap_Count='1' KeyMap_0='?' KeyMap_1='1:a(1,1),g(1,1)'/><Player/>"
-                     "<General Fade_Windows='1'><b/></General></melorin>",
+                     "<General Fade_Windows='on' MenuTips='-1' TipsOnOpen='yes'><b/></General></melorin>",
                      65001));
   EXPECT_EQ(NotUnderstood(*document.RootElement()),
             (std::vector<std::string>{
                 "Player.PlayerWnd: the value is malformed", "Player.Colour: no such key",
-                "Player.Volume: no such key", "HotKey.KeyMap_0: the value is malformed",
+                "Player.Volume: no such key", "General.Fade_Windows: the value is malformed",
+                "General.TipsOnOpen: the value is malformed", "HotKey.KeyMap_0: the value is malformed",
                 "HotKey.KeyMap_1: no such key", "History: no such section",
                 "Player: a second section of that name", "General.b: sections hold no elements"}));
 }
@@ -451,7 +465,7 @@ TEST(SettingsRegistry, TheProbeIsAskedForTheKeyAndRemembered) {
   });
   EXPECT_EQ(asked, "SOFTWARE\\Quorvant");
   EXPECT_TRUE(settings.registry_writable);
-  EXPECT_FALSE(Settings().registry_writable);
+  EXPECT_FALSE(Settings(RegistryProbe()).registry_writable);
 }
 
 TEST_F(SettingsFiles, LieBesideTheProgramWhereThatCanBeWritten) {
@@ -477,6 +491,8 @@ TEST_F(SettingsFiles, ProfilesHoldTheirGroupAndTakeItFromAnyConfiguration) {
   EqualizerCurve curve = changed.equalizer;
   LyricLook lyric = changed.lyric;
   PlayListLook list = changed.play_list;
+  // As on a first start, when the folder for profiles is not there.
+  ASSERT_TRUE(SaveProfile(FirstProfilePath<EqualizerCurve>(folder_.string()), curve));
   ASSERT_TRUE(SaveProfile(Path("eq"), curve));
   ASSERT_TRUE(SaveProfile(Path("lyric"), lyric));
   ASSERT_TRUE(SaveProfile(Path("list"), list));
