@@ -40,12 +40,14 @@ bool StartsWithGbk(const char* text, const char* end, std::string_view word) {
   return true;
 }
 
-/// Only where a character begins.
+/// Only where a character begins: a four-byte one is two pairs, of which the second begins none.
 bool ContainsGbk(std::string_view text, std::string_view word) {
   const char* const end = text.data() + text.size();
-  for (const char* at = text.data(); at != end; ++at) {
+  for (const char* at = text.data(); at < end; ++at) {
     if (Lower(*at) == word.front() && StartsWithGbk(at, end, word)) return true;
-    if (IsGbkLead(static_cast<unsigned char>(*at)) && at + 1 != end) ++at;
+    if (!IsGbkLead(static_cast<unsigned char>(*at)) || end - at < 2) continue;
+    const bool four_bytes = at[1] >= '0' && at[1] <= '9';
+    at += four_bytes && end - at >= 4 ? 3 : 1;
   }
   return false;
 }

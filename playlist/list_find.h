@@ -24,7 +24,7 @@ class ListSearch {
  private:
   struct Word {
     std::string utf8;
-    std::string gbk;  ///< Empty when GBK cannot hold it.
+    std::string gbk;  ///< Empty when it is malformed.
   };
   std::vector<Word> words_;
 };

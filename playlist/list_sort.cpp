@@ -70,13 +70,12 @@ class TextKeys {
     block_.reserve(count * 32);
   }
 
-  void Add(std::string_view gbk, std::string_view tie_break = {}) {
+  void Add(std::string_view gbk) {
     Record record{};
     record.index = static_cast<uint32_t>(records_.size());
     record.key_begin = static_cast<uint32_t>(block_.size());
     AppendNaturalKey(gbk, block_);
     record.empty = gbk.empty();
-    if (!tie_break.empty()) block_.append(1, '\0').append(tie_break);
     record.key_size = static_cast<uint32_t>(block_.size() - record.key_begin);
     for (size_t i = 0; i < 8; ++i) {
       const unsigned char byte =
@@ -111,13 +110,6 @@ class TextKeys {
   std::string block_;
 };
 
-void AddTag(TextKeys& keys, const std::string& utf8) {
-  bool lossy = false;
-  const std::string gbk = GbkFromUtf8(utf8, &lossy);
-  // What GBK cannot hold is '?' there, and differs by its own bytes.
-  keys.Add(gbk, lossy ? std::string_view(utf8) : std::string_view());
-}
-
 void AddShownTitle(TextKeys& keys, const PlayListItem& item, const ShownTitle& shown_title) {
   if (shown_title) {
     keys.Add(GbkFromUtf16(shown_title(item)));
@@ -133,10 +125,10 @@ std::vector<uint32_t> OrderByText(const Playlist& list, SortKey key, const Shown
   for (const ItemRef& item : list.Items()) {
     switch (key) {
       case SortKey::kArtist:
-        AddTag(keys, item->TagValue("Artist"));
+        keys.Add(GbkFromUtf8(item->TagValue("Artist")));
         break;
       case SortKey::kAlbum:
-        AddTag(keys, item->TagValue("Album"));
+        keys.Add(GbkFromUtf8(item->TagValue("Album")));
         break;
       case SortKey::kPath:
         keys.Add(item->PathGbk());

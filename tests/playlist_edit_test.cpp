@@ -232,7 +232,7 @@ TEST(ListSort, ByEachKeyStableAndUnknownLast) {
   };
   const Case cases[] = {
       {"title; the file's name where there is none", SortKey::kTitle, "CFBEAD"},
-      {"artist; what GBK lacks is no one thing", SortKey::kArtist, "FEDCAB"},
+      {"artist; Korean before Chinese", SortKey::kArtist, "DFECAB"},
       {"album: none has one", SortKey::kAlbum, "ABCDEF"},
       {"duration", SortKey::kDuration, "ECDBAF"},
       {"track number", SortKey::kTrackNumber, "EBDCAF"},
@@ -305,6 +305,11 @@ TEST(ListFind, EveryWordAnywhereGoingRound) {
   // The characters 0xCFA6 0xD1F4 hold the bytes of 0xA6D1.
   const std::u16string across = Utf16FromGbk("\xA6\xD1");
   EXPECT_EQ(FindEntry(*list, ListSearch(across), 0), std::nullopt);
+
+  // Four-byte forms: no match begins in the middle of one.
+  const ItemRef four = ItemCache::Obtain("four", "\x81\x30\x81\x31\x81\x32\x81\x33", kUnknownDuration, 0);
+  EXPECT_TRUE(ListSearch(Utf16FromGbk("\x81\x32\x81\x33")).Matches(*four));
+  EXPECT_FALSE(ListSearch(Utf16FromGbk("\x81\x31\x81\x32")).Matches(*four));
 
   const ListSearch jay(u"jay");
   EXPECT_EQ(FindEntry(*list, jay, 0), 0u);
