@@ -60,7 +60,7 @@ def header():
     yield f"- native compiler: {first_line('clang++', '--version')}, -O2"
     yield f"- Windows compiler: {first_line('i686-w64-mingw32-g++-posix', '--version')}, -O2 -msse2 -mfpmath=sse"
     yield f"- {first_line('wine', '--version')}"
-    names = ("libmpg123-0", "mpg123", "sox", "ffmpeg", "libtag1v5", "libpugixml-dev", "libtinyxml2-dev")
+    names = ("libmpg123-0", "mpg123", "sox", "ffmpeg", "mpv", "libtag1v5", "libpugixml-dev", "libtinyxml2-dev")
     yield "- peers: " + ", ".join(version_of(name) for name in names)
 
 

@@ -18,7 +18,7 @@ native_packages=(
 )
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
 bench_packages=(
-  ffmpeg libbenchmark-dev libpugixml-dev libsox-fmt-mp3 libtag1-dev libtinyxml2-dev libutfcpp-dev mpg123 sox
+  ffmpeg libbenchmark-dev libpugixml-dev libsox-fmt-mp3 libtag1-dev libtinyxml2-dev libutfcpp-dev mpg123 mpv sox
 )
 
 wanted=("${native_packages[@]}" "${foreign_packages[@]}")
