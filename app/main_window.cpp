@@ -164,10 +164,10 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
       return 0;
     case WM_QUERYENDSESSION:
-      player_.SaveNow();
+      player_.SaveNow(true);
       return TRUE;
     case WM_ENDSESSION:
-      if (wparam) player_.SaveNow();
+      if (wparam) player_.SaveNow(true);
       return 0;
     case WM_DESTROY:
       OnDestroy();
@@ -179,10 +179,11 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 void MainWindow::OnDestroy() {
+  closing_ = true;
+  for (const UINT_PTR timer : {kRefreshTimer, kCloseTimer, kMessageTimer, kSaveTimer})
+    KillTimer(window_, timer);
   ShowWindow(window_, SW_HIDE);
-  if (!player_.Close()) {
-    MessageBoxW(nullptr, AsWide(message_.c_str()), kProductName, MB_OK | MB_ICONWARNING);
-  }
+  if (!player_.Close()) MessageBoxW(nullptr, AsWide(message_.c_str()), kProductName, MB_OK | MB_ICONWARNING);
   exit_code_ = player_.ExitCode();
   // Objects on their way to a window that is going.
   MSG message;
@@ -345,11 +346,13 @@ void MainWindow::Paint() {
 
 // ---- command lines
 
-bool MainWindow::PostCommandLine(HWND window, std::u16string text) {
-  return PostObject(window, kHandedOverMessage, std::make_unique<std::u16string>(std::move(text)));
+bool MainWindow::PostCommandLine(std::u16string text) {
+  if (closing_) return false;
+  return PostObject(window_, kHandedOverMessage, std::make_unique<std::u16string>(std::move(text)));
 }
 
 void MainWindow::OnHandedOver(const std::u16string& text) {
+  if (closing_) return;
   CommandLine line = ParseArguments(SplitCommandLine(text, false));
   if (text.empty() || !line.paths.empty()) {
     if (IsIconic(window_)) ShowWindow(window_, SW_RESTORE);
@@ -397,7 +400,7 @@ void MainWindow::PostTask(std::function<void()> task) {
 
 void MainWindow::ShowMessage(const std::u16string& text) {
   message_ = text;
-  if (!window_) return;
+  if (!window_ || closing_) return;
   SetTimer(window_, kMessageTimer, kMessageMs, nullptr);
   Refresh();
 }
@@ -424,7 +427,9 @@ PlayerPicture MainWindow::MakePicture() const {
                    u"%";
   if (!picture.has_track) {
     picture.title = AsChar16(kProductName);
-    picture.subtitle = u"将音频文件拖放到此处即可播放";
+    const ComPtr<Playlist>& list = control.PlayingList();
+    picture.subtitle =
+        list && !list->IsEmpty() ? player_.Subtitle() : std::u16string(u"将音频文件拖放到此处即可播放");
     picture.details = u"空格 播放/暂停  S 停止  P/N 上一首/下一首  M 播放模式  ←→ 快退/快进  ↑↓ 音量";
     return picture;
   }
@@ -445,7 +450,7 @@ void MainWindow::ShowCaption() {
 }
 
 void MainWindow::Refresh() {
-  if (!window_) return;
+  if (!window_ || closing_) return;
   const bool playing = player_.Control().State() == PlayState::kPlaying;
   if (playing != refreshes_) {
     refreshes_ = playing;

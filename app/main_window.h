@@ -8,6 +8,7 @@
 
 #include <shellapi.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 
@@ -36,10 +37,9 @@ class MainWindow final : private PlayerFrame {
   int Run();
 
   /// Executes a command line that another instance handed over, and comes to the front. False when the window
-  /// is gone. Thread: any.
-  static bool PostCommandLine(HWND window, std::u16string text);
+  /// closes: then nobody executes it here. Thread: any.
+  bool PostCommandLine(std::u16string text);
 
-  HWND Window() const { return window_; }
   Player& GetPlayer() { return player_; }
 
  private:
@@ -76,6 +76,7 @@ class MainWindow final : private PlayerFrame {
   std::u16string caption_;
   BackBuffer back_buffer_;
   std::u16string message_;
+  std::atomic<bool> closing_{false};
   bool refreshes_ = false;
   bool saves_later_ = false;
   int exit_code_ = 0;

@@ -188,6 +188,7 @@ void Player::OnTrackOpened() {
   if (const auto index = control_.PlayingIndex()) entry.Add("index", static_cast<uint32_t>(*index));
   if (control_.PlayingList()) entry.Add("list", Utf16FromGbk(control_.PlayingList()->NameGbk()));
   log_.Write(std::move(entry));
+  session_.MarkInfoChanged();
   frame_.SaveLater(kSaveDelayMs);
   frame_.Refresh();
 }
@@ -269,8 +270,7 @@ void Player::ReadInfoOf(const Playlist& list) {
 }
 
 void Player::TakeInfo() {
-  // What was read is only a copy of what the files say: it is saved with the next change.
-  if (!info_.Drain().empty()) session_.MarkListsChanged();
+  if (!info_.Drain().empty()) session_.MarkInfoChanged();
   frame_.Refresh();
 }
 
@@ -285,7 +285,8 @@ void Player::OnTick() {
   if (GetTickCount() - saved_at_ms_ >= kSaveWhilePlayingMs) SaveNow();
 }
 
-bool Player::SaveNow() {
+bool Player::SaveNow(bool at_end) {
+  using Result = Session::SaveResult;
   saved_at_ms_ = GetTickCount();
   Settings& settings = session_.Values();
   control_.StoreResumePoint();
@@ -293,25 +294,24 @@ bool Player::SaveNow() {
     const auto index = control_.PlayingIndex();
     settings.player.playing_item = index ? static_cast<int32_t>(*index) : -1;
   }
-  const bool had_changes = session_.ListsChanged();
-  const bool lists = session_.SaveLists();
+  const Result lists = session_.SaveLists(at_end);
   const int32_t mode = settings.player.play_mode;
   settings.player.play_mode = users_mode_.value_or(mode);
-  const bool saved = session_.SaveSettings();
+  const Result saved = session_.SaveSettings();
   settings.player.play_mode = mode;
-  LogEntry entry("saved");
-  entry.Add("settings", saved ? 1u : 0u).Add("lists", lists ? (had_changes ? 1u : 0u) : 0u);
-  log_.Write(std::move(entry));
-  if (!lists) ReportProblem(u"无法保存播放列表，原有的列表文件没有改动");
-  if (!saved) ReportProblem(u"无法保存设置，原有的设置文件没有改动");
-  return lists && saved;
+  log_.Write(LogEntry("saved")
+                 .Add("settings", saved == Result::kSaved ? 1u : 0u)
+                 .Add("lists", lists == Result::kSaved ? 1u : 0u));
+  if (lists == Result::kFailed) ReportProblem(u"无法保存播放列表，原有的列表文件没有改动");
+  if (saved == Result::kFailed) ReportProblem(u"无法保存设置，原有的设置文件没有改动");
+  return lists != Result::kFailed && saved != Result::kFailed;
 }
 
 bool Player::Close() {
   jobs_.Stop();
   info_.Stop();
   // Before the track is left: its position belongs to what is saved.
-  const bool saved = SaveNow();
+  const bool saved = SaveNow(true);
   control_.Close();
   log_.Write(LogEntry("closed"));
   return saved || auto_close_;

@@ -71,8 +71,9 @@ class Player final : private PlayerListener, private JobHost {
 
   /// About four times a second while playing.
   void OnTick();
-  /// Saves what has changed. False when something could not be written; the user has been told.
-  bool SaveNow();
+  /// Saves what has changed. False when something could not be written; the user has been told. `at_end`: the
+  /// program is about to end, so what could wait is saved as well.
+  bool SaveNow(bool at_end = false);
   /// The window closes: saves, leaves the track, waits for the last fade. False when something could not be
   /// saved and the user does not know it yet.
   bool Close();

@@ -6,17 +6,24 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/clock.h"
 #include "platform/text.h"
 #include "playback/device_format.h"
 #include "playlist/list_edit.h"
 
 namespace melorin {
+namespace {
+
+constexpr uint32_t kSameActionMs = 1000;
+
+}  // namespace
 
 void PlayerJobs::LoadLists() {
   const bool started = worker_.Start([this, place = session_.Place()](const std::atomic<bool>& stop) {
     auto stored = std::make_shared<Session::StoredLists>(Session::ReadLists(place));
     if (stop) return;
     host_.PostTask([this, stored = std::move(stored)] {
+      if (stopped_) return;
       const size_t read = stored->read;
       session_.TakeLists(std::move(*stored));
       lists_loaded_ = true;
@@ -31,11 +38,13 @@ void PlayerJobs::LoadLists() {
 }
 
 void PlayerJobs::Execute(CommandLine line) {
+  if (stopped_) return;
   jobs_.push_back(std::move(line));
   if (lists_loaded_ && jobs_.size() == 1) StartNext();
 }
 
 void PlayerJobs::Stop() {
+  stopped_ = true;
   worker_.Stop();
 }
 
@@ -60,7 +69,7 @@ void PlayerJobs::StartNext() {
 }
 
 void PlayerJobs::Finish(ExpandedPaths expanded) {
-  if (jobs_.empty()) return;
+  if (jobs_.empty() || stopped_) return;
   const CommandLine line = std::move(jobs_.front());
   if (line.auto_close) host_.SetAutoClose();
   for (const std::u16string& problem : line.problems)
@@ -118,12 +127,20 @@ void PlayerJobs::Load(const CommandLine& line, const ExpandedPaths& expanded) {
     host_.OnListChanged(InsertEntries(*list, list->Size(), items));
     return;
   }
-  if (session_.Values().general.clear_list_on_cmd != 0 && !line.dropped && !list->IsEmpty()) {
+  if (ClearsList(line) && !list->IsEmpty()) {
     std::vector<size_t> all(list->Size());
     std::iota(all.begin(), all.end(), size_t{0});
     host_.OnListChanged(RemoveEntries(*list, all));
   }
   AppendAndPlay(list, items);
+}
+
+bool PlayerJobs::ClearsList(const CommandLine& line) {
+  if (line.dropped) return false;
+  const uint32_t now_ms = SystemClock().TickMs();
+  const bool follows = loaded_at_ms_ && now_ms - *loaded_at_ms_ < kSameActionMs;
+  loaded_at_ms_ = now_ms;
+  return session_.Values().general.clear_list_on_cmd != 0 && !follows;
 }
 
 void PlayerJobs::AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<ItemRef>& items) {
@@ -145,8 +162,7 @@ void PlayerJobs::AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<I
 
 void PlayerJobs::ResumeAtStart(const CommandLine& first_line) {
   if (!first_line.paths.empty() || first_line.demo || session_.Values().playback.auto_play == 0) return;
-  const auto index = control_.PlayingIndex();
-  if (index) control_.OpenEntry(*index);
+  control_.OpenEntry(control_.PlayingIndex().value_or(0));
 }
 
 }  // namespace melorin

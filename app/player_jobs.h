@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,8 @@ class JobHost {
 /// Paths go to the active list, or to the one that "/list" names, or with "DefaultListOnCmd" (command lines
 /// only) to the one that "strDefaultList" names; that list becomes the active and the playing one. Entries
 /// that are in the list already are not added again but played where they are; with "/add" all are appended
-/// and what plays goes on. "ClearListOnCmd" empties the list first; dropped files and "/add" never do.
+/// and what plays goes on. "ClearListOnCmd" empties the list first; dropped files and "/add" never do, nor a
+/// command line that follows another within a second: several files opened at once come as one each.
 ///
 /// Thread: the UI thread.
 class PlayerJobs {
@@ -51,6 +53,7 @@ class PlayerJobs {
   /// Reads the stored lists; what is asked for meanwhile waits for them.
   void LoadLists();
   void Execute(CommandLine line);
+  /// Nothing is executed any more.
   void Stop();
 
  private:
@@ -59,6 +62,7 @@ class PlayerJobs {
   void AddDemo(ExpandedPaths& expanded);
   void Load(const CommandLine& line, const ExpandedPaths& expanded);
   ComPtr<Playlist> TargetList(const CommandLine& line);
+  bool ClearsList(const CommandLine& line);
   void AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<ItemRef>& items);
   void ResumeAtStart(const CommandLine& first_line);
 
@@ -69,6 +73,8 @@ class PlayerJobs {
   Worker worker_;
   std::deque<CommandLine> jobs_;  ///< The first is under way, once the lists are there.
   bool lists_loaded_ = false;
+  bool stopped_ = false;
+  std::optional<uint32_t> loaded_at_ms_;  ///< When a command line last brought entries.
   bool first_ = true;
 };
 

@@ -87,20 +87,20 @@ const ComPtr<Playlist>& Session::Activate(const std::string& name_gbk) {
   return lists_.At(active_);
 }
 
-bool Session::SaveSettings() {
-  if (keep_settings_file_) return true;
+Session::SaveResult Session::SaveSettings() {
+  if (keep_settings_file_) return SaveResult::kNothingToDo;
   if (HasLists()) {
     settings_.player.play_lists = static_cast<int32_t>(lists_.Size());
     settings_.player.active_list = static_cast<int32_t>(active_);
   }
-  return settings_.Save(SettingsPath(data_folder_gbk_), kVersion);
+  return settings_.Save(SettingsPath(data_folder_gbk_), kVersion) ? SaveResult::kSaved : SaveResult::kFailed;
 }
 
-bool Session::SaveLists() {
-  if (!HasLists() || !lists_changed_) return true;
-  if (!SaveAllLists(lists_, StorageFolder(), ListOptions())) return false;
-  lists_changed_ = false;
-  return true;
+Session::SaveResult Session::SaveLists(bool with_info) {
+  if (!HasLists() || !(lists_changed_ || (with_info && info_changed_))) return SaveResult::kNothingToDo;
+  if (!SaveAllLists(lists_, StorageFolder(), ListOptions())) return SaveResult::kFailed;
+  lists_changed_ = info_changed_ = false;
+  return SaveResult::kSaved;
 }
 
 }  // namespace melorin

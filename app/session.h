@@ -58,15 +58,18 @@ class Session {
   /// The list of that name (compared without case), made when there is none, becomes the active one. An empty
   /// name is the default list's.
   const ComPtr<Playlist>& Activate(const std::string& name_gbk);
-  /// The list's entries have changed.
+  /// The active list's entries have changed.
   void MarkListsChanged() { lists_changed_ = true; }
-  bool ListsChanged() const { return lists_changed_; }
+  /// What is known of some entries' files has changed: worth saving, but not at once.
+  void MarkInfoChanged() { info_changed_ = true; }
 
   // ---- saving
 
-  /// Both are true when there was nothing to do. False leaves the old files as they were.
-  bool SaveSettings();
-  bool SaveLists();
+  enum class SaveResult { kNothingToDo, kSaved, kFailed };
+  /// kFailed leaves the old files as they were.
+  SaveResult SaveSettings();
+  /// `with_info`: also when no more than information has changed.
+  SaveResult SaveLists(bool with_info);
 
  private:
   std::string StorageFolder() const;
@@ -77,6 +80,7 @@ class Session {
   PlaylistSet lists_;
   size_t active_ = 0;
   bool lists_changed_ = false;
+  bool info_changed_ = false;
   bool keep_settings_file_ = false;
 };
 

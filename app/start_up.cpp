@@ -47,9 +47,7 @@ int RunWindow(HINSTANCE instance, int show, SingleInstance& single, const SoundL
   player.LoadSettings();
   if (!window.Create(show)) return 3;
   player.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
-  single.Listen([handle = window.Window()](std::u16string text) {
-    return MainWindow::PostCommandLine(handle, std::move(text));
-  });
+  single.Listen([&window](std::u16string text) { return window.PostCommandLine(std::move(text)); });
   player.Start(std::move(line));
   const int exit_code = window.Run();
   single.StopListening();

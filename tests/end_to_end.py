@@ -11,6 +11,7 @@ import subprocess
 import sys
 import time
 import unittest
+import xml.etree.ElementTree
 
 import sound_check as sound
 from sound_check import FRAME, RATE
@@ -161,9 +162,12 @@ class EndToEnd(unittest.TestCase):
         self.play_compared(self.mp3, "waveout", self.reference(self.mp3))
 
     def test_pause_resume_seek_stop(self):
+        frames = sound.noise(9, seed=5)
+        long_wav = os.path.join(WORK, "long.wav")
+        sound.write_wav(long_wav, frames)
         for device in ("dsound", "waveout"):
             with self.subTest(device=device), sound.Recorder() as recorder:
-                with Player(f"/device={device}", windows_path(self.wav)) as player:
+                with Player(f"/device={device}", windows_path(long_wav)) as player:
                     player.wait_for("playing")
                     time.sleep(1)
                     player.command("/pause")
@@ -172,7 +176,7 @@ class EndToEnd(unittest.TestCase):
                     player.command("/play")
                     player.wait_for("playing", 2)
                     time.sleep(0.8)
-                    player.command("/seek=3000")
+                    player.command("/seek=8000")
                     player.wait_for("seek")
                     player.wait_for("ended")
                     player.command("/play")
@@ -181,24 +185,25 @@ class EndToEnd(unittest.TestCase):
                     player.command("/stop")
                     player.wait_for("stopped")
                     time.sleep(1)
-            self.check_controls(recorder.frames)
+            with self.subTest(device=device, events=player.events()):
+                self.check_controls(recorder.frames, frames)
 
-    def check_controls(self, recording):
+    def check_controls(self, recording, frames):
         start, end = sound.sounding(recording)
         self.assertGreater(sound.longest_silence(recording, start, end), RATE // 2, "the pause is silent")
         tenth = RATE // 10 * FRAME
 
         def place(second):
-            part = self.frames[int(second * RATE) * FRAME:][:tenth]
+            part = frames[int(second * RATE) * FRAME:][:tenth]
             return sound.find(recording, part)
 
-        before, after_seek = place(0.5), place(3.85)
+        before, after_seek = place(0.5), place(8.85)
         self.assertGreater(before, 0, "the first second is heard")
         self.assertGreater(after_seek, before, "the part behind the seek target is heard")
-        last = sound.find(recording, self.frames[-2000 * FRAME:])
+        last = sound.find(recording, frames[-2000 * FRAME:])
         self.assertGreater(last, 0, "the track's end is heard")
-        # 2.9 s is jumped over: at its first pass playback had reached about 2.0 s.
-        self.assertEqual(place(2.8), -1, "what the seek jumps over is not heard")
+        # At its first pass playback had reached about 2 s; commands take their time on a loaded machine.
+        self.assertEqual(place(7.8), -1, "what the seek jumps over is not heard")
         tail = len(recording) // FRAME
         self.assertGreater(tail - end, RATE // 4, "silent after the stop")
 
@@ -268,6 +273,187 @@ class EndToEnd(unittest.TestCase):
             for load in loads:
                 load.kill()
                 load.wait()
+
+
+def names(events):
+    return [event["file"].rsplit("\\", 1)[1] for event in events]
+
+
+def write_settings(folder, **sections):
+    """A settings file that holds just these: Playback={"AutoPlay": 1} …"""
+    os.makedirs(folder, exist_ok=True)
+    parts = "".join(f"<{section} " + " ".join(f'{key}="{value}"' for key, value in keys.items()) + "/>"
+                    for section, keys in sections.items())
+    with open(os.path.join(folder, "melorin.xml"), "w", encoding="utf-8") as out:
+        out.write(f'<?xml version="1.0" encoding="UTF-8" standalone="yes"?>\r\n<melorin>{parts}</melorin>\r\n')
+
+
+def read_setting(folder, section, key):
+    root = xml.etree.ElementTree.parse(os.path.join(folder, "melorin.xml")).getroot()
+    return root.find(section).get(key)
+
+
+class Lists(unittest.TestCase):
+    """Playing lists, and what is left of them after a restart."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.sounds = [sound.noise(0.6, seed=10 + i) for i in range(5)]
+        cls.files = [os.path.join(WORK, f"列表{i + 1}.wav") for i in range(5)]
+        for path, frames in zip(cls.files, cls.sounds):
+            sound.write_wav(path, frames)
+        cls.paths = [windows_path(path) for path in cls.files]
+        cls.names = [os.path.basename(path) for path in cls.files]
+        cls.missing = windows_path(os.path.join(WORK, "没有.wav"))
+
+    def test_play_modes(self):
+        with sound.Recorder() as recorder:
+            with Player(*self.paths[:3]) as player:
+                player.wait_for("finished")
+        self.assertEqual(names(player.events("opened")), self.names[:3], "in order, each once")
+        # The end of each: a fade-in lies over the beginning.
+        places = [sound.find(recorder.frames, frames[-RATE // 10 * FRAME:]) for frames in self.sounds[:3]]
+        self.assertNotIn(-1, places, "each is heard")
+        self.assertEqual(places, sorted(places))
+
+        with Player("/mode=3", *self.paths[:3]) as player:
+            player.wait_for("opened", 5)
+            player.command("/mode=1")
+            first = len(player.events("opened")) + 1
+            player.wait_for("opened", first + 2)
+            repeated = names(player.events("opened"))[first - 1:]
+            player.command("/mode=0")
+            player.wait_for("finished")
+            opened = names(player.events("opened"))
+        self.assertEqual(opened[:5], self.names[:3] + self.names[:2], "all over and over")
+        # A track may have ended while the mode was on its way.
+        self.assertEqual(len(set(repeated[1:])), 1, "one over and over")
+
+    def test_random_mode_plays_each_once(self):
+        with Player("/mode=4", *self.paths) as player:
+            player.wait_for("opened", 5)
+            indexes = [event["index"] for event in player.events("opened")][:5]
+        self.assertEqual(indexes[0], 0, "what was asked for comes first")
+        self.assertEqual(sorted(indexes), [0, 1, 2, 3, 4])
+
+    def test_missing_file(self):
+        paths = [self.paths[0], self.missing, self.paths[2]]
+        with Player(*paths) as player:
+            player.wait_for("finished")
+        self.assertEqual(names(player.events("opened")), [self.names[0], self.names[2]])
+        self.assertEqual(names(player.events("error")), ["没有.wav"])
+
+        data = os.path.join(WORK, "stop_when_fail")
+        write_settings(data, Playback={"StopWhenFail": 1}, Player={"PlayMode": 3})
+        with Player(*paths, data=data) as player:
+            player.wait_for("finished")
+            time.sleep(0.5)
+        self.assertEqual(names(player.events("opened")), [self.names[0]])
+        self.assertEqual(names(player.events("error")), ["没有.wav"])
+
+    def test_cross_fade(self):
+        low, high = os.path.join(WORK, "low.wav"), os.path.join(WORK, "high.wav")
+        sound.write_wav(low, sound.sine(6, 400))
+        sound.write_wav(high, sound.sine(6, 1300))
+        with sound.Recorder() as recorder:
+            with Player("/device=dsound", windows_path(low), windows_path(high)) as player:
+                player.wait_for("playing")
+                time.sleep(2)
+                player.command("/next")
+                player.wait_for("opened", 2)
+                time.sleep(2)
+        self.assertEqual(names(player.events("fading")), ["low.wav", "high.wav"])
+        old, new = sound.levels(recorder.frames, 400), sound.levels(recorder.frames, 1300)
+        both = [i for i in range(len(old)) if old[i] > 200 and new[i] > 200]
+        self.assertGreaterEqual(len(both), 6, f"both are heard for 300 ms; {old} {new}")
+        self.assertLessEqual(both[-1] - both[0], len(both), "at a stretch, but for a gap")
+        third = len(both) // 3
+        # By thirds: a machine that is busy elsewhere leaves gaps of some milliseconds.
+        falling = [sum(old[i] for i in part) / third for part in (both[:third], both[third:-third], both[-third:])]
+        falling[1] *= third / (len(both) - 2 * third)
+        self.assertTrue(falling[0] > 1.2 * falling[1] > 1.5 * falling[2], f"the old one fades out: {falling}")
+        self.assertGreater(max(new[both[-1]:]), 7500, "the new one comes to its full level")
+
+    def test_resumes_where_it_was(self):
+        data = os.path.join(WORK, "resume")
+        write_settings(data, Playback={"AutoPlay": 1, "ContinuePlay": 1}, Player={"Volume": 100, "PlayMode": 2})
+        frames = sound.noise(20, seed=30)
+        track = os.path.join(WORK, "长曲.wav")
+        sound.write_wav(track, frames)
+        with Player(self.paths[0], windows_path(track), data=data) as player:
+            player.wait_for("playing")
+            player.command("/next")
+            player.wait_for("opened", 2)
+            time.sleep(3)
+        saved = int(read_setting(data, "Player", "PlayingTime"))
+        self.assertGreater(saved, 2000)
+        self.assertEqual(read_setting(data, "Player", "PlayingItem"), "1")
+        with sound.Recorder() as recorder:
+            with Player(data=data) as player:
+                self.assertEqual(player.wait_for("resumed")["ms"], saved)
+                time.sleep(2.5)
+        opened = player.events("opened")
+        self.assertEqual([(event["index"], event["file"]) for event in opened], [(1, windows_path(track))])
+        heard = lambda ms: sound.find(recorder.frames, frames[ms * RATE // 1000 * FRAME:][:RATE // 10 * FRAME])
+        self.assertGreaterEqual(heard(saved + 1200), 0, "the place behind the resume is heard")
+        self.assertEqual(heard(saved - 1500), -1, "what was heard before is not")
+
+    def test_lists_and_settings_survive(self):
+        data = os.path.join(WORK, "survive")
+        playlist = os.path.join(WORK, "三首.m3u8")
+        with open(playlist, "w", encoding="utf-8-sig", newline="\r\n") as out:
+            out.write("#EXTM3U\n" + "".join(f"{name}\n" for name in self.names[:3]))
+        with Player("/add", "/list=一号", windows_path(playlist), data=data) as player:
+            player.command("/add", "/list=二号", *self.paths[3:])
+            player.command("/volume=37", "/mode=4", "/play")
+            player.wait_for("playing")
+            self.assertEqual(player.events("opened")[0]["list"], "二号")
+        self.assertEqual(sorted(os.listdir(os.path.join(data, "PlayList"))), ["000.mzbl", "001.mzbl", "002.mzbl"])
+        self.assertEqual(read_setting(data, "Player", "Volume"), "37")
+        self.assertEqual(read_setting(data, "Player", "PlayMode"), "4")
+        with Player(data=data) as player:
+            lists = player.wait_for("lists")
+            self.assertEqual([lists[key] for key in ("read", "count", "list", "entries")], [3, 3, "二号", 2])
+            player.command("/list=一号", "/play")
+            opened = player.wait_for("opened")
+        self.assertEqual((opened["list"], opened["index"], opened["file"]), ("一号", 0, self.paths[0]))
+
+    def test_a_damaged_settings_file_is_kept_aside(self):
+        data = os.path.join(WORK, "damaged")
+        write_settings(data)
+        with open(os.path.join(data, "melorin.xml"), "r+b") as out:
+            out.truncate(70)
+        with open(os.path.join(data, "melorin.xml"), "rb") as damaged:
+            before = damaged.read()
+        with Player(data=data) as player:
+            player.wait_for("lists")
+            self.assertIn("melorin.xml.bad", player.events("error")[0]["text"])
+        with open(os.path.join(data, "melorin.xml.bad"), "rb") as kept:
+            self.assertEqual(kept.read(), before)
+        self.assertEqual(read_setting(data, "Player", "PlayMode"), "3", "defaults are written anew")
+
+    def test_sheet(self):
+        frames = sound.noise(3, seed=40)
+        folder = os.path.join(WORK, "专辑")
+        os.makedirs(folder, exist_ok=True)
+        sound.write_wav(os.path.join(folder, "image.wav"), frames)
+        with open(os.path.join(folder, "image.cue"), "w", encoding="gbk", newline="\r\n") as out:
+            out.write('PERFORMER "歌手"\nTITLE "专辑"\nFILE "image.wav" WAVE\n')
+            for number in (1, 2, 3):
+                out.write(f'  TRACK 0{number} AUDIO\n    TITLE "第{number}轨"\n    INDEX 01 00:0{number - 1}:00\n')
+        with sound.Recorder() as recorder:
+            # The folder: its sheet stands for the file.
+            with Player(windows_path(folder)) as player:
+                player.wait_for("finished")
+        opened = player.events("opened")
+        self.assertEqual([event["subtrack"] for event in opened], [1, 2, 3], player.events())
+        self.assertEqual([event["duration_ms"] for event in opened], [1000, 1000, 1000])
+        for number, event in enumerate(opened, 1):
+            self.assertIn(f"第{number}轨", event["title"])
+        ends = [sound.find(recorder.frames, frames[second * RATE * FRAME - 4000 * FRAME: second * RATE * FRAME])
+                for second in (1, 2, 3)]
+        self.assertNotIn(-1, ends, "each track is heard to its last frame")
+        self.assertEqual(ends, sorted(ends))
 
 
 if __name__ == "__main__":

@@ -37,6 +37,32 @@ def music(seconds):
     return samples.tobytes()
 
 
+def sine(seconds, frequency, level=8000):
+    import math
+    samples = array.array("h")
+    for i in range(int(seconds * RATE)):
+        value = int(level * math.sin(2 * math.pi * frequency * i / RATE))
+        samples.append(value)
+        samples.append(value)
+    return samples.tobytes()
+
+
+def levels(recording, frequency, window_ms=50):
+    """The amplitude of that frequency in the left channel, window by window (Goertzel's algorithm)."""
+    import math
+    samples = array.array("h", recording)[::2]
+    length = RATE * window_ms // 1000
+    coefficient = 2 * math.cos(2 * math.pi * frequency / RATE)
+    found = []
+    for start in range(0, len(samples) - length + 1, length):
+        before = last = 0.0
+        for sample in samples[start: start + length]:
+            before, last = last, sample + coefficient * last - before
+        power = before * before + last * last - coefficient * before * last
+        found.append(2 * math.sqrt(max(power, 0.0)) / length)
+    return found
+
+
 def write_wav(path, frames, rate=RATE):
     with wave.open(path, "wb") as out:
         out.setnchannels(2)
