@@ -90,8 +90,11 @@ RelativeBase::RelativeBase(std::string_view list_path) {
 }
 
 std::string_view RelativeBase::Shorten(std::string_view entry) const {
-  const bool below = !base_.empty() && entry.size() > base_.size() && BeginsWithGbk(entry, base_);
-  return below ? entry.substr(base_.size()) : entry;
+  if (base_.empty() || entry.size() <= base_.size() || !BeginsWithGbk(entry, base_)) return entry;
+  const std::string_view rest = entry.substr(base_.size());
+  // What follows a doubled separator would be seen from elsewhere.
+  const bool rooted = base_.back() != ':' && (rest[0] == '\\' || rest[0] == kPathSeparator);
+  return rooted || IsAbsoluteEntry(rest) ? entry : rest;
 }
 
 }  // namespace melorin

@@ -21,13 +21,17 @@ bool BeginsWithNoCase(std::string_view line, std::string_view upper) {
   return line.size() >= upper.size() && EqualNoCaseUtf8(line.substr(0, upper.size()), upper);
 }
 
+bool IsBlank(std::string_view line) {
+  return line.find_first_not_of(" \t") == std::string_view::npos;
+}
+
 class Reader {
  public:
   Reader(M3uText text, const ListReading& reading, Playlist& list)
       : text_(text), reading_(reading), list_(list) {}
 
   void Line(std::string_view line) {
-    if (line.find_first_not_of(" \t") == std::string_view::npos) return;
+    if (IsBlank(line)) return;
     if (line[0] == '#' && (!info_pending_ || BeginsWithNoCase(line, "#EXT"))) {
       if (BeginsWithNoCase(line, kInfo)) Info(line.substr(kInfo.size()));
     } else {
@@ -129,8 +133,8 @@ std::string WriteM3u(const Playlist& list, M3uText text, const RelativeBase& bas
         if (out[i] == '\r' || out[i] == '\n') out[i] = ' ';
       out += "\r\n";
     }
-    const bool comment = path[0] == '#' && (!has_info || BeginsWithNoCase(path, "#EXT"));
-    AppendConverted(text, comment ? std::string_view(item->PathGbk()) : path, out);
+    const bool comment = path.starts_with('#') && (!has_info || BeginsWithNoCase(path, "#EXT"));
+    AppendConverted(text, comment || IsBlank(path) ? std::string_view(item->PathGbk()) : path, out);
     out += "\r\n";
   }
   return out;

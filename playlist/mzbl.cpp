@@ -112,9 +112,10 @@ class Reader {
       : reading_(reading), code_page_(code_page), list_(list) {}
 
   void Add(Entry& entry) {
+    if (entry.path.empty()) return;
     std::string path = ToGbk(entry.path);
     ResolveEntry(reading_, path);
-    if (path.empty() || !TakesEntry(reading_, path)) return;
+    if (!TakesEntry(reading_, path)) return;
     ItemRef item = ItemCache::Obtain(std::move(path), ToGbk(entry.title), entry.duration_ms, entry.subtrack);
     if ((entry.flags & kMzblTimeStamp) != 0) item->SetTimeStamp(entry.time_stamp);
     if ((entry.flags & kMzblCodec) != 0) {

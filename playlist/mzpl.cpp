@@ -103,7 +103,7 @@ class Reader final : public XmlParseObserver {
     title_ = title.empty() ? std::string(EntryFileName(path)) : GbkFromUtf8(title);
     const std::string_view length = element.Attribute("len");
     duration_ms_ = length.empty() ? kUnknownDuration : ParseDecimal(length);
-    const auto subtrack = static_cast<uint32_t>(ParseDecimal(element.Attribute("subtk")));
+    const auto subtrack = static_cast<uint32_t>(std::max(ParseDecimal(element.Attribute("subtk")), 0));
     if (version_ == 1 && subtrack == 0 && HasExtension(path, "cue")) {
       item_ = ItemCache::Obtain(std::move(path), title_, duration_ms_, subtrack);
     } else {
