@@ -12,8 +12,8 @@
 namespace melorin {
 namespace {
 
-const Command* const kCommands[] = {&kInfoCommand, &kDecodeCommand, &kFormatsCommand,
-                                    &kXmlCommand,  &kConfigCommand, &kTitleCommand};
+const Command* const kCommands[] = {&kInfoCommand,   &kDecodeCommand, &kFormatsCommand,  &kXmlCommand,
+                                    &kConfigCommand, &kTitleCommand,  &kPlaylistCommand, &kListCommand};
 
 std::string UsageLine(const Command& command) {
   std::string line = "melorin-cli " + std::string(command.name);

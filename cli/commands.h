@@ -53,6 +53,8 @@ extern const Command kDecodeCommand;
 extern const Command kXmlCommand;
 extern const Command kConfigCommand;
 extern const Command kTitleCommand;
+extern const Command kPlaylistCommand;
+extern const Command kListCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.
 int RunCommandLine(const CommandContext& context, std::span<const std::string> arguments);

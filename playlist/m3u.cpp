@@ -84,7 +84,7 @@ class Reader {
 
 void AppendConverted(M3uText text, std::string_view gbk, std::string& out) {
   if (text == M3uText::kUtf8)
-    AppendUtf8FromCodePage(kCodePageGbk, gbk, out);
+    AppendUtf8FromGbk(gbk, out);
   else
     out.append(gbk);
 }

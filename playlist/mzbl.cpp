@@ -226,7 +226,7 @@ class Writer {
   }
   void Gbk(std::string_view gbk) {
     scratch_.clear();
-    AppendUtf8FromCodePage(kCodePageGbk, gbk, scratch_);
+    AppendUtf8FromGbk(gbk, scratch_);
     Text(scratch_);
   }
   void Tags(const TagFields& tags) {

@@ -274,7 +274,7 @@ class Writer {
   }
   void GbkAttribute(std::string_view name, std::string_view value_gbk) {
     scratch_.clear();
-    AppendUtf8FromCodePage(kCodePageGbk, value_gbk, scratch_);
+    AppendUtf8FromGbk(value_gbk, scratch_);
     Attribute(name, scratch_);
   }
   void NumberAttribute(std::string_view name, int64_t value, int base = 10) {

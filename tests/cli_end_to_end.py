@@ -368,6 +368,37 @@ class EndToEnd(unittest.TestCase):
                          "[(]\u672a\u77e5\u4f5c\u8bcd[)]%\n$")
         self.assert_fails(run("title", "%A"), 2, "usage")
 
+    def test_playlist_converts_between_all_forms(self):
+        self.wave("\u6708.wav", 44100)
+        rows = [("\u6708.wav", "\u97f3 & <1>", 215000), ("missing \u30ab\u30ca \ud55c\uad6d \U0001f3b5.mp3", "T", -2)]
+        lines = "#EXTM3U\r\n#EXTINF:  215,%s\r\n%s\r\n%s\r\n" % (rows[0][1], rows[0][0], rows[1][0])
+        source = self.text("in.m3u8", b"\xef\xbb\xbf" + lines.encode())
+        for step in ("a.mzpl", "b.mzbl", "c.m3u", "d.m3u8", "e.other", "f.m3u8"):
+            done = run("playlist", source, self.path(step), "--relative")
+            self.assertEqual((done.returncode, done.stdout, done.errors), (0, b"2\n", []), step)
+            source = self.path(step)
+            entries = [json.loads(line) for line in run("list", source).stdout.decode().splitlines()]
+            self.assertEqual([(e["title"], e["duration_ms"]) for e in entries],
+                             [(rows[0][1], 215000), (rows[1][0], -2)], step)
+            for entry, row in zip(entries, rows):
+                self.assertTrue(entry["path"].endswith(row[0]), entry["path"])
+        with open(source, "rb") as last:
+            self.assertEqual(last.read(), b"\xef\xbb\xbf" + lines.replace("  ", "").encode())
+        self.assertEqual(run("playlist", source, self.path("g.m3u"), "--ignore-bad").stdout, b"1\n")
+
+    def test_list_of_a_sheet_and_of_what_is_no_list(self):
+        self.wave("disc.wav", 44100 * 3)
+        self.text("disc.cue", b'PERFORMER "P"\r\nFILE "disc.wav" WAVE\r\n  TRACK 01 AUDIO\r\n    TITLE "One"\r\n'
+                  b"    INDEX 01 00:00:00\r\n  TRACK 02 AUDIO\r\n    TITLE \"Two\"\r\n    INDEX 01 00:01:00\r\n")
+        entries = [json.loads(line) for line in run("list", self.path("disc.cue")).stdout.decode().splitlines()]
+        self.assertEqual([(e["title"], e["subtrack"], e["duration_ms"]) for e in entries],
+                         [("One", 1, 1000), ("Two", 2, 2000)])
+        self.assert_fails(run("list", self.text("a.mzbl", b"MZBL")), 1, "no list")
+        self.assert_fails(run("playlist", self.text("a.pls", b"[playlist]"), self.path("x.m3u")), 1, "no list")
+        self.assert_fails(run("list", self.path("missing.m3u")), 1)
+        cut = run("list", self.text("a.mzpl", b"<mzplaylist version='3'><items><item file='/x.mp3'/>"))
+        self.assertEqual((cut.returncode, len(cut.stdout.splitlines()), len(cut.errors)), (1, 1, 1))
+
     def test_lost_output_is_an_error(self):
         path = self.text("a.xml", b"<a/>")
         self.wave("a.wav")
