@@ -11,7 +11,7 @@
 #include "platform/text.h"
 #include "playlist/list_file.h"
 #include "playlist/path_check.h"
-#include "playlist_test_folder.h"
+#include "tests/playlist_test_folder.h"
 
 namespace melorin {
 namespace {

@@ -12,7 +12,7 @@
 #include "playlist/list_storage.h"
 #include "playlist/mzbl.h"
 #include "playlist/stored_save.h"
-#include "playlist_test_folder.h"
+#include "tests/playlist_test_folder.h"
 
 #if !defined(_WIN32)
 #include <sys/resource.h>

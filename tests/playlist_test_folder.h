@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -19,10 +20,9 @@ namespace melorin {
 class TestFolder {
  public:
   TestFolder() {
-    static int count = 0;
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     path_ = TempDirectory() + "melorin_" + test->test_suite_name() + "_" + test->name() + "_" +
-            std::to_string(count++);
+            std::to_string(std::random_device()());
     Empty(path_);
     MakeDirectory(path_);
     path_ = FullPath(path_);
