@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "playlist/list_paths.h"
+#include "playlist/packed_tags.h"
 
 namespace melorin {
 
@@ -23,14 +24,19 @@ size_t AppendSheet(Playlist& list, const std::string& path, const SheetReader& r
   return tracks.size();
 }
 
-void AddTags(PlayListItem& item, const TagFields& tags) {
-  if (tags.size() == 0) return;
-  if (item.TagCount() == 0) {
-    item.SetTags(tags);
+void AddTags(PlayListItem& item, std::string_view packed_tags) {
+  // More than this are not looked up one by one.
+  constexpr size_t kMostBytes = 16384;
+  if (packed_tags.empty()) return;
+  const std::string known = item.PackedTags();
+  if (known.empty() || known == packed_tags || known.size() + packed_tags.size() > kMostBytes) {
+    item.SetPackedTags(packed_tags);
     return;
   }
-  for (size_t i = 0; i < tags.size(); ++i)
-    item.SetTag(tags.name(i), tags.value(i));
+  TagFields merged = UnpackTags(known);
+  for (PackedTagReader tag(packed_tags); tag.Next();)
+    merged.Set(tag.Name(), tag.Value(), false);
+  item.SetTags(merged);
 }
 
 int32_t ParseDecimal(std::string_view text) {

@@ -55,8 +55,8 @@ inline bool TakesEntry(const ListReading& reading, const std::string& full_path_
 /// Appends an item for each track of the sheet; returns their number.
 size_t AppendSheet(Playlist& list, const std::string& path_gbk, const SheetReader& read_sheet);
 
-/// Gives the item these tags beside the ones it has. Empty values are left out.
-void AddTags(PlayListItem& item, const TagFields& tags);
+/// Gives the item these tags (packed_tags.h), which replace those of the same names that it has.
+void AddTags(PlayListItem& item, std::string_view packed_tags);
 
 /// Decimal digits after an optional sign, as far as they go; 0 without any. Too large: the largest number.
 int32_t ParseDecimal(std::string_view text);

@@ -43,8 +43,12 @@ class Reader {
   }
 
  private:
-  std::string Convert(std::string_view text) const {
-    return text_ == M3uText::kUtf8 ? GbkFromUtf8(text) : std::string(text);
+  void Convert(std::string_view text, std::string& out) const {
+    out.clear();
+    if (text_ == M3uText::kUtf8)
+      AppendGbkFromUtf8(text, out);
+    else
+      out.append(text);
   }
 
   /// Every character up to the comma counts as a digit, whatever it is: "-1" gives -29. Lists rely on the
@@ -58,25 +62,27 @@ class Reader {
     for (const char c : text.substr(0, comma))
       seconds = seconds * 10 + static_cast<uint32_t>(static_cast<signed char>(c)) - '0';
     duration_ms_ = static_cast<int32_t>(seconds * 1000);
-    title_ = Convert(text.substr(comma + 1));
+    Convert(text.substr(comma + 1), title_);
     info_pending_ = true;
   }
 
   void Entry(std::string_view line) {
-    std::string path = Convert(line);
-    ResolveEntry(reading_, path);
-    if (reading_.read_sheet && HasExtension(path, "cue")) {
-      AppendSheet(list_, path, reading_.read_sheet);
+    Convert(line, path_);
+    ResolveEntry(reading_, path_);
+    if (reading_.read_sheet && HasExtension(path_, "cue")) {
+      AppendSheet(list_, path_, reading_.read_sheet);
       return;
     }
-    if (!TakesEntry(reading_, path)) return;
-    if (title_.empty()) title_ = EntryFileName(path);
-    list_.Append(ItemCache::Obtain(std::move(path), std::move(title_), duration_ms_, 0));
+    if (!TakesEntry(reading_, path_)) return;
+    if (title_.empty()) title_ = EntryFileName(path_);
+    // Copied, for a copy takes exactly the memory it needs.
+    list_.Append(ItemCache::Obtain(std::string(path_), std::string(title_), duration_ms_, 0));
   }
 
   M3uText text_;
   const ListReading& reading_;
   Playlist& list_;
+  std::string path_;  // Used again for each entry.
   std::string title_;
   int32_t duration_ms_ = kUnknownDuration;
   bool info_pending_ = false;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "playlist/mzbl.h"
 
-#include <array>
 #include <cstring>
 #include <utility>
 
 #include "platform/text.h"
 #include "playlist/list_paths.h"
+#include "playlist/packed_tags.h"
 #include "playlist/tag_rules.h"
 #include "playlist/written_items.h"
 
@@ -113,10 +113,13 @@ class Reader {
 
   void Add(Entry& entry) {
     if (entry.path.empty()) return;
-    std::string path = ToGbk(entry.path);
-    ResolveEntry(reading_, path);
-    if (!TakesEntry(reading_, path)) return;
-    ItemRef item = ItemCache::Obtain(std::move(path), ToGbk(entry.title), entry.duration_ms, entry.subtrack);
+    ToGbk(entry.path, path_);
+    ResolveEntry(reading_, path_);
+    if (!TakesEntry(reading_, path_)) return;
+    ToGbk(entry.title, title_);
+    // Copied, for a copy takes exactly the memory it needs.
+    ItemRef item =
+        ItemCache::Obtain(std::string(path_), std::string(title_), entry.duration_ms, entry.subtrack);
     if ((entry.flags & kMzblTimeStamp) != 0) item->SetTimeStamp(entry.time_stamp);
     if ((entry.flags & kMzblCodec) != 0) {
       SetCodec(*item, entry.codec);
@@ -127,21 +130,25 @@ class Reader {
   }
 
  private:
-  std::string ToGbk(std::string_view text) const {
-    return code_page_ == kCodePageUtf8 ? GbkFromUtf8(text) : std::string(text);
+  void ToGbk(std::string_view text, std::string& out) const {
+    out.clear();
+    if (code_page_ == kCodePageUtf8)
+      AppendGbkFromUtf8(text, out);
+    else
+      out.append(text);
   }
 
   /// Most entries have the codec of the entry before.
   void SetCodec(PlayListItem& item, std::string_view codec) {
     if (codec != codec_) {
       codec_ = codec;
-      codec_gbk_ = ToGbk(codec);
+      ToGbk(codec, codec_gbk_);
     }
     item.SetCodec(codec_gbk_);
   }
 
   void SetTags(PlayListItem& item, Cursor cursor) {
-    fields_.Clear();
+    packed_.clear();
     uint16_t count = 0;
     cursor.Take(count);
     for (size_t i = 0; i < count; ++i) {
@@ -151,17 +158,19 @@ class Reader {
       cursor.Take(value);
       if (name.empty() || value.empty()) continue;
       if (code_page_ == kCodePageUtf8)
-        fields_.Add(name, value);
+        AppendPackedTag(packed_, name, value);
       else
-        fields_.Add(Utf8FromGbk(name), Utf8FromGbk(value));
+        AppendPackedTag(packed_, Utf8FromGbk(name), Utf8FromGbk(value));
     }
-    AddTags(item, fields_);
+    AddTags(item, packed_);
   }
 
   const ListReading& reading_;
   int code_page_;
   Playlist& list_;
-  TagFields fields_;
+  std::string path_;  // Used again for each entry.
+  std::string title_;
+  std::string packed_;
   std::string codec_;
   std::string codec_gbk_;
 };
@@ -183,14 +192,14 @@ class Writer {
     const bool whole = written_.Add(&item);
     const StreamFormat& format = item.Format();
     const auto subtrack = static_cast<uint16_t>(item.Subtrack() & 0xFFFF);
-    const TagFields tags = whole && save_tags ? item.Tags() : TagFields();
+    const std::string tags = whole && save_tags ? item.PackedTags() : std::string();
     unsigned flags = subtrack != 0 ? kMzblSubtrack : 0;
     if (whole && !item.TitleGbk().empty()) flags |= kMzblTitle;
     if (whole && item.DurationMs() >= 0) flags |= kMzblDuration;
     if (whole && save_tags) {
       flags |= kMzblTimeStamp;
       if (!item.CodecGbk().empty() || format != StreamFormat()) flags |= kMzblCodec;
-      if (tags.size() != 0) flags |= kMzblTags;
+      if (!tags.empty()) flags |= kMzblTags;
     }
     Gbk(item.PathGbk());
     Number(static_cast<uint16_t>(flags));
@@ -215,10 +224,10 @@ class Writer {
   }
   template <class Number_>
   void Number(Number_ value) {
-    std::array<uint8_t, sizeof value> bytes;
-    for (size_t i = 0; i < bytes.size(); ++i)
-      bytes[i] = static_cast<uint8_t>(value >> (8 * i));
-    out_.insert(out_.end(), bytes.begin(), bytes.end());
+    const size_t at = out_.size();
+    out_.resize(at + sizeof value);
+    for (size_t i = 0; i < sizeof value; ++i)
+      out_[at + i] = static_cast<uint8_t>(value >> (8 * i));
   }
   void Text(std::string_view bytes) {
     Number(static_cast<uint32_t>(bytes.size()));
@@ -229,13 +238,16 @@ class Writer {
     AppendUtf8FromGbk(gbk, scratch_);
     Text(scratch_);
   }
-  void Tags(const TagFields& tags) {
-    const size_t count = std::min(tags.size(), kMostTags);
-    Number(static_cast<uint16_t>(count));
-    for (size_t i = 0; i < count; ++i) {
-      Text(tags.name(i));
-      Text(HasTagNameLength(tags.name(i)) ? std::string_view(tags.value(i)) : std::string_view());
+  void Tags(std::string_view packed) {
+    const size_t count_at = out_.size();
+    Number(uint16_t{0});
+    size_t count = 0;
+    for (PackedTagReader tag(packed); count < kMostTags && tag.Next(); ++count) {
+      Text(tag.Name());
+      Text(HasTagNameLength(tag.Name()) ? tag.Value() : std::string_view());
     }
+    out_[count_at] = static_cast<uint8_t>(count & 0xFF);
+    out_[count_at + 1] = static_cast<uint8_t>(count >> 8);
   }
 
   std::vector<uint8_t> out_;

@@ -12,6 +12,7 @@
 #include "doc/xml_document.h"
 #include "doc/xml_printer.h"
 #include "platform/text.h"
+#include "playlist/packed_tags.h"
 #include "playlist/tag_rules.h"
 #include "playlist/written_items.h"
 
@@ -22,7 +23,7 @@ constexpr int32_t kVersion = 3;
 constexpr std::string_view kGenerator = "Melorin -- 4.2.0";
 constexpr std::string_view kGain = "replaygain_track_gain";
 constexpr size_t kLeastItemBytes = sizeof("<item file=\"a\"/>") - 1;
-/// More attributes than this are not looked up by name one after the other.
+/// More tags than this are not compared with each other.
 constexpr size_t kMostLookedUp = 64;
 
 /// "44100,2,16,192", the last one in thousands; white space may precede each number. Nothing when one is
@@ -82,6 +83,11 @@ class Reader final : public XmlParseObserver {
   bool Stops() const override { return stopped_; }
 
  private:
+  static void ToGbk(std::string_view utf8, std::string& out) {
+    out.clear();
+    AppendGbkFromUtf8(utf8, out);
+  }
+
   void Root(const XmlElement& element) {
     const std::string_view text = element.Attribute("version");
     version_ = text.empty() ? -1 : ParseDecimal(text);
@@ -96,19 +102,16 @@ class Reader final : public XmlParseObserver {
     item_.Reset();
     const std::string_view file = element.Attribute("file");
     if (file.empty()) return;
-    std::string path = GbkFromUtf8(file);
-    ResolveEntry(reading_, path);
-    if (!TakesEntry(reading_, path)) return;
-    const std::string_view title = element.Attribute("title");
-    title_ = title.empty() ? std::string(EntryFileName(path)) : GbkFromUtf8(title);
+    ToGbk(file, path_);
+    ResolveEntry(reading_, path_);
+    if (!TakesEntry(reading_, path_)) return;
+    ToGbk(element.Attribute("title"), title_);
+    if (title_.empty()) title_ = EntryFileName(path_);
     const std::string_view length = element.Attribute("len");
     duration_ms_ = length.empty() ? kUnknownDuration : ParseDecimal(length);
     const auto subtrack = static_cast<uint32_t>(std::max(ParseDecimal(element.Attribute("subtk")), 0));
-    if (version_ == 1 && subtrack == 0 && HasExtension(path, "cue")) {
-      item_ = ItemCache::Obtain(std::move(path), title_, duration_ms_, subtrack);
-    } else {
-      item_ = ItemCache::Obtain(std::move(path), std::move(title_), duration_ms_, subtrack);
-    }
+    // Copied, for a copy takes exactly the memory it needs.
+    item_ = ItemCache::Obtain(std::string(path_), std::string(title_), duration_ms_, subtrack);
     const std::string_view stamp = element.Attribute("ftm");
     if (!stamp.empty()) item_->SetTimeStamp(ParseHexadecimal(stamp));
     index_ = list_.Size();
@@ -119,7 +122,7 @@ class Reader final : public XmlParseObserver {
     if (const std::string_view codec = element.Attribute("cod"); !codec.empty()) {
       if (codec != codec_) {
         codec_ = codec;
-        codec_gbk_ = GbkFromUtf8(codec);
+        ToGbk(codec, codec_gbk_);
       }
       item_->SetCodec(codec_gbk_);
     }
@@ -128,25 +131,21 @@ class Reader final : public XmlParseObserver {
   }
 
   void Tags(const XmlElement& element) {
-    fields_.Clear();
-    for (const XmlAttribute* tag = element.FirstAttribute(); tag; tag = element.NextAttribute(*tag)) {
-      if (tag->Value().empty()) continue;
-      if (fields_.size() < kMostLookedUp)
-        fields_.Set(tag->Name(), tag->Value(), false);
-      else
-        fields_.Add(tag->Name(), tag->Value());
-    }
+    packed_.clear();
+    for (const XmlAttribute* tag = element.FirstAttribute(); tag; tag = element.NextAttribute(*tag))
+      if (!tag->Value().empty()) AppendPackedTag(packed_, tag->Name(), tag->Value());
     if (version_ == 1) MoveToSubtrack();
-    AddTags(*item_, fields_);
+    AddTags(*item_, packed_);
   }
 
   /// Files of version 1 kept the track of a sheet's entry in the tag "Tracknumber" only. An item's subtrack
   /// is its identity, so the entry becomes another item.
   void MoveToSubtrack() {
     if (item_->Subtrack() != 0 || !HasExtension(item_->PathGbk(), "cue")) return;
-    const std::string* text = fields_.Find("Tracknumber");
-    const uint32_t number =
-        text ? static_cast<uint32_t>(std::max(ParseDecimal(*text), 0)) : item_->SubtrackNumber();
+    uint32_t number = item_->SubtrackNumber();
+    for (PackedTagReader tag(packed_); tag.Next();)
+      if (EqualNoCaseUtf8(tag.Name(), "Tracknumber"))
+        number = static_cast<uint32_t>(std::max(ParseDecimal(tag.Value()), 0));
     if (number == 0) return;
     ItemRef track = ItemCache::Obtain(item_->PathGbk(), title_, duration_ms_, number);
     if (item_->TimeStamp() != 0) track->SetTimeStamp(item_->TimeStamp());
@@ -170,8 +169,9 @@ class Reader final : public XmlParseObserver {
   size_t index_ = 0;
   std::string title_;
   int32_t duration_ms_ = kUnknownDuration;
-  TagFields fields_;
-  std::string codec_;  ///< Most entries have the codec of the entry before.
+  std::string path_;    ///< Used again for each entry.
+  std::string packed_;  ///< As packed_tags.h has it.
+  std::string codec_;   ///< Most entries have the codec of the entry before.
   std::string codec_gbk_;
 };
 
@@ -205,7 +205,7 @@ class Writer {
     bool open = false;
     if (whole && save_tags_) {
       if (item.TimeStamp() != 0) NumberAttribute("ftm", item.TimeStamp(), 16);
-      const TagFields tags = item.Tags();
+      const std::string tags = item.PackedTags();
       Format(item, tags, open);
       Tags(tags, open);
     }
@@ -219,17 +219,18 @@ class Writer {
     open = true;
   }
 
-  void Format(const PlayListItem& item, const TagFields& tags, bool& open) {
-    const std::string* const gain = tags.Find(kGain);
-    const bool has_gain = gain && !gain->empty();
+  void Format(const PlayListItem& item, std::string_view tags, bool& open) {
+    std::string_view gain;
+    for (PackedTagReader tag(tags); tag.Next();)
+      if (IsGain(tag.Name())) gain = tag.Value();
     const std::string_view format = FormatText(item.Format());
     const bool has_format = format != "0,0,0,0";
-    if (item.CodecGbk().empty() && !has_format && !has_gain) return;
+    if (item.CodecGbk().empty() && !has_format && gain.empty()) return;
     OpenItem(open);
     printer_.Text("\t\t\t<fmt");
     if (!item.CodecGbk().empty()) GbkAttribute("cod", item.CodecGbk());
     if (has_format) Attribute("wfx", format);
-    if (has_gain) Attribute("rpg", *gain);
+    if (!gain.empty()) Attribute("rpg", gain);
     printer_.Text("/>\r\n");
   }
 
@@ -244,23 +245,29 @@ class Writer {
     return {format_text_, static_cast<size_t>(at - format_text_)};
   }
 
-  static bool IsWritten(const TagFields& tags, size_t i) {
-    return HasTagNameLength(tags.name(i)) && IsXmlName(tags.name(i)) && !tags.value(i).empty() &&
-           !EqualNoCaseUtf8(tags.name(i), kGain);
+  static bool IsGain(std::string_view name) {
+    return name.size() == kGain.size() && EqualNoCaseUtf8(name, kGain);
+  }
+  static bool IsWritten(const PackedTagReader& tag) {
+    return !tag.Value().empty() && HasTagNameLength(tag.Name()) && IsXmlName(tag.Name()) &&
+           !IsGain(tag.Name());
+  }
+  /// Whether one of the tags that follow takes its place.
+  static bool IsReplaced(PackedTagReader tag) {
+    const std::string_view name = tag.Name();
+    for (size_t i = 0; i < kMostLookedUp && tag.Next(); ++i)
+      if (tag.Name() == name && !tag.Value().empty()) return true;
+    return false;
   }
 
-  void Tags(const TagFields& tags, bool& open) {
+  void Tags(std::string_view tags, bool& open) {
     bool tag_open = false;
-    for (size_t i = 0; i < tags.size(); ++i) {
-      if (!IsWritten(tags, i)) continue;
-      bool replaced = false;
-      for (size_t later = i + 1; later < std::min(tags.size(), i + kMostLookedUp) && !replaced; ++later)
-        replaced = tags.name(later) == tags.name(i) && !tags.value(later).empty();
-      if (replaced) continue;
+    for (PackedTagReader tag(tags); tag.Next();) {
+      if (!IsWritten(tag) || IsReplaced(tag)) continue;
       OpenItem(open);
       if (!tag_open) printer_.Text("\t\t\t<tag");
       tag_open = true;
-      Attribute(tags.name(i), tags.value(i));
+      Attribute(tag.Name(), tag.Value());
     }
     if (tag_open) printer_.Text("/>\r\n");
   }

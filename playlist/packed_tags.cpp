@@ -30,7 +30,10 @@ constexpr std::array<std::string_view, 19> kUsualNames = {"Title",
                                                           "replaygain_album_peak"};
 
 size_t NumberOf(std::string_view name) {
-  const auto found = std::find(kUsualNames.begin(), kUsualNames.end(), name);
+  if (name.empty()) return 0;
+  const auto found = std::find_if(kUsualNames.begin(), kUsualNames.end(), [name](std::string_view usual) {
+    return usual.size() == name.size() && usual[0] == name[0] && usual == name;
+  });
   return found == kUsualNames.end() ? 0 : static_cast<size_t>(found - kUsualNames.begin()) + 1;
 }
 
@@ -57,13 +60,17 @@ std::string PackTags(const TagFields& tags) {
     size += 1 + (NumberOf(tags.name(i)) ? 0 : PackedSize(tags.name(i))) + PackedSize(tags.value(i));
   std::string out;
   out.reserve(size);
-  for (size_t i = 0; i < tags.size(); ++i) {
-    const size_t number = NumberOf(tags.name(i));
-    out += static_cast<char>(number);
-    if (number == 0) AppendText(out, tags.name(i));
-    AppendText(out, tags.value(i));
-  }
+  for (size_t i = 0; i < tags.size(); ++i)
+    AppendPackedTag(out, tags.name(i), tags.value(i));
   return out;
+}
+
+void AppendPackedTag(std::string& packed, std::string_view name, std::string_view value_utf8) {
+  if (name.empty()) return;
+  const size_t number = NumberOf(name);
+  packed += static_cast<char>(number);
+  if (number == 0) AppendText(packed, name);
+  AppendText(packed, value_utf8);
 }
 
 TagFields UnpackTags(std::string_view packed) {

@@ -15,6 +15,8 @@ namespace melorin {
 /// Exactly as large as it needs to be.
 std::string PackTags(const TagFields& tags);
 TagFields UnpackTags(std::string_view packed);
+/// Appends one tag to a block, without looking whether there is one of that name. An empty name is ignored.
+void AppendPackedTag(std::string& packed, std::string_view name, std::string_view value_utf8);
 
 /// Walks over a block. Views are valid as long as the block is.
 class PackedTagReader {

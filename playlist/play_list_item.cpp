@@ -124,6 +124,17 @@ void PlayListItem::SetTags(const TagFields& tags) {
   packed_tags_.swap(packed);
 }
 
+std::string PlayListItem::PackedTags() const {
+  const Lock lock(g_tags_lock);
+  return packed_tags_;
+}
+
+void PlayListItem::SetPackedTags(std::string_view packed) {
+  std::string exact(packed);
+  const Lock lock(g_tags_lock);
+  packed_tags_.swap(exact);
+}
+
 uint32_t PlayListItem::SubtrackNumber() const {
   if (subtrack_ != 0) return subtrack_;
   const std::string text = TagValue("Tracknumber");

@@ -60,6 +60,9 @@ class PlayListItem {
   TagFields Tags() const;                             ///< All, as one copy.
   void SetTag(std::string_view name, std::string_view value_utf8);
   void SetTags(const TagFields& tags);
+  /// All as one block (packed_tags.h), for those who handle many items.
+  std::string PackedTags() const;
+  void SetPackedTags(std::string_view packed);
 
   /// The subtrack, or when it is 0 the number at the start of the tag "Tracknumber"; 0 when there is none.
   uint32_t SubtrackNumber() const;
