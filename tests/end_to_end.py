@@ -432,6 +432,19 @@ class Lists(unittest.TestCase):
             self.assertEqual(kept.read(), before)
         self.assertEqual(read_setting(data, "Player", "PlayMode"), "3", "defaults are written anew")
 
+    def test_lists_that_cannot_be_saved_are_told(self):
+        data = os.path.join(WORK, "unsaved")
+        os.makedirs(data)
+        in_the_way = os.path.join(data, "PlayList")
+        with open(in_the_way, "w") as out:
+            out.write("a file where the folder should be")
+        with Player("/autoclose", self.paths[0], data=data) as player:
+            player.finish()
+        self.assertIn("无法保存播放列表", player.events("error")[-1]["text"])
+        self.assertEqual(player.events("saved")[-1]["lists"], 0)
+        with open(in_the_way) as kept:
+            self.assertEqual(kept.read(), "a file where the folder should be")
+
     def test_sheet(self):
         frames = sound.noise(3, seed=40)
         folder = os.path.join(WORK, "专辑")
