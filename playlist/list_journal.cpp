@@ -56,9 +56,11 @@ std::span<const uint8_t> AsBytes(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
-std::optional<ListJournal> ReadJournal(const std::string& folder) {
+/// Clears `readable` when a journal is there that cannot be opened now.
+std::optional<ListJournal> ReadJournal(const std::string& folder, bool& readable) {
   MappedFile file;
-  if (!file.Open(JoinPath(folder, kJournalName))) return std::nullopt;
+  readable = file.Open(JoinPath(folder, kJournalName)) || !HasJournal(folder);
+  if (!readable) return std::nullopt;
   return ParseJournal({reinterpret_cast<const char*>(file.Bytes().data()), file.Bytes().size()});
 }
 
@@ -102,8 +104,9 @@ bool RollForward(StorageDisk& disk, const std::string& folder, ListJournal journ
 }
 
 /// An undecided save has moved nothing; a list that was moved without a journal is nobody's, and is kept
-/// under a number of its own.
-void TakeBack(StorageDisk& disk, const std::string& folder) {
+/// under a number of its own. False when one could not be moved back: the next save would take it for its
+/// own.
+bool TakeBack(StorageDisk& disk, const std::string& folder) {
   size_t free_number = 0;
   std::vector<size_t> moved;
   for (const DirectoryEntry& entry : ListDirectory(folder)) {
@@ -115,11 +118,14 @@ void TakeBack(StorageDisk& disk, const std::string& folder) {
     if (const auto number = NumberOfName(entry.name_gbk, kStored))
       free_number = std::max(free_number, *number + 1);
   }
+  bool done = true;
   for (const size_t number : moved) {
     const bool is_free = !FileExists(NumberedPath(folder, number, kStored));
-    disk.Move(NumberedPath(folder, number, kMoved),
-              NumberedPath(folder, is_free ? number : free_number++, kStored));
+    done = disk.Move(NumberedPath(folder, number, kMoved),
+                     NumberedPath(folder, is_free ? number : free_number++, kStored)) &&
+           done;
   }
+  return done;
 }
 
 }  // namespace
@@ -207,9 +213,10 @@ bool CommitJournal(StorageDisk& disk, const std::string& folder, ListJournal jou
 }
 
 bool FinishSave(StorageDisk& disk, const std::string& folder) {
-  if (const auto journal = ReadJournal(folder)) return RollForward(disk, folder, *journal);
-  TakeBack(disk, folder);
-  return !HasJournal(folder);
+  bool readable = true;
+  if (const auto journal = ReadJournal(folder, readable)) return RollForward(disk, folder, *journal);
+  // A journal that another program holds for a moment still decides: its "%03d.new" must not go.
+  return readable && TakeBack(disk, folder) && !HasJournal(folder);
 }
 
 void CleanStorage(StorageDisk& disk, const std::string& folder, size_t count) {

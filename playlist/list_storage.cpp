@@ -110,9 +110,12 @@ class Save {
       if (FileExists(list.SourcePathGbk())) return false;
       return Write(i, WriteMzbl(*Playlist::Create(list.NameGbk()), false));
     }
-    // It lies in another folder, where the lists were stored before.
-    if (!number) copied_.push_back(list.SourcePathGbk());
-    return Write(i, file.Bytes());
+    if (!Write(i, file.Bytes())) return false;
+    // It lies in another folder, where the lists were stored before. When what was just written is seen
+    // there, it is this folder under another name, and the old path is soon that of a list that was saved.
+    const std::string seen_there = JoinPath(PathDirectory(list.SourcePathGbk()), NumberedName(i, ".new"));
+    if (!number && !FileExists(seen_there)) copied_.push_back(list.SourcePathGbk());
+    return true;
   }
 
   void TakeBackWritten() {

@@ -166,6 +166,17 @@ TEST(ListStorage, ListsOfAnotherFolderAreBroughtAlong) {
   EXPECT_EQ(Stored(after), (Strings{"A", "B"}));
 }
 
+TEST(ListStorage, AnotherNameOfTheSameFolderLosesNothing) {
+  TestFolder folder;
+  PlaylistSet set = MakeSet({"A", "B", "C"});
+  ASSERT_TRUE(SaveAllLists(set, folder.Path(), {}));
+  PlaylistSet loaded;
+  LoadAllLists(loaded, folder.Path("."), 3, 1, "Default", {});
+  loaded.Swap(0, 2);
+  ASSERT_TRUE(SaveAllLists(loaded, folder.Path(), {}));
+  EXPECT_EQ(Stored(folder), (Strings{"C", "B", "A"}));
+}
+
 /// Counts what is done to the disk; at one step the power is cut, or from there on the disk is full.
 class FakeDisk final : public StorageDisk {
  public:
