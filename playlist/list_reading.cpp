@@ -2,12 +2,23 @@
 #include "playlist/list_reading.h"
 
 #include <limits>
+#include <unordered_set>
 #include <utility>
 
 #include "playlist/list_paths.h"
 #include "playlist/packed_tags.h"
 
 namespace melorin {
+namespace {
+
+std::string LowerAscii(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  return lower;
+}
+
+}  // namespace
 
 void ResolveEntry(const ListReading& reading, std::string& path) {
   if (!IsAbsoluteEntry(path)) path = reading.full_path(reading.folder_gbk, path);
@@ -25,18 +36,28 @@ size_t AppendSheet(Playlist& list, const std::string& path, const SheetReader& r
 }
 
 void AddTags(PlayListItem& item, std::string_view packed_tags) {
-  // More than this are not looked up one by one.
+  // Of more than this the names are not compared one with the other.
   constexpr size_t kMostBytes = 16384;
   if (packed_tags.empty()) return;
   const std::string known = item.PackedTags();
-  if (known.empty() || known == packed_tags || known.size() + packed_tags.size() > kMostBytes) {
+  if (known.empty() || known == packed_tags) {
     item.SetPackedTags(packed_tags);
     return;
   }
-  TagFields merged = UnpackTags(known);
+  if (known.size() + packed_tags.size() <= kMostBytes) {
+    TagFields merged = UnpackTags(known);
+    for (PackedTagReader tag(packed_tags); tag.Next();)
+      merged.Set(tag.Name(), tag.Value(), false);
+    item.SetTags(merged);
+    return;
+  }
+  std::unordered_set<std::string> names;
   for (PackedTagReader tag(packed_tags); tag.Next();)
-    merged.Set(tag.Name(), tag.Value(), false);
-  item.SetTags(merged);
+    names.insert(LowerAscii(tag.Name()));
+  std::string merged;
+  for (PackedTagReader tag(known); tag.Next();)
+    if (names.count(LowerAscii(tag.Name())) == 0) AppendPackedTag(merged, tag.Name(), tag.Value());
+  item.SetPackedTags(merged.append(packed_tags));
 }
 
 int32_t ParseDecimal(std::string_view text) {

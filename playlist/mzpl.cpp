@@ -100,6 +100,7 @@ class Reader final : public XmlParseObserver {
 
   void Item(const XmlElement& element) {
     item_.Reset();
+    gains_ = 0;
     const std::string_view file = element.Attribute("file");
     if (file.empty()) return;
     ToGbk(file, path_);
@@ -127,7 +128,10 @@ class Reader final : public XmlParseObserver {
       item_->SetCodec(codec_gbk_);
     }
     if (const auto format = ParseFormat(element.Attribute("wfx"))) item_->SetFormat(*format);
-    if (const std::string_view gain = element.Attribute("rpg"); !gain.empty()) item_->SetTag(kGain, gain);
+    const std::string_view gain = element.Attribute("rpg");
+    // An item has one such element; of a file that was made to take long no more than these are looked at.
+    constexpr int kMostGains = 8;
+    if (!gain.empty() && gains_++ < kMostGains) item_->SetTag(kGain, gain);
   }
 
   void Tags(const XmlElement& element) {
@@ -167,6 +171,7 @@ class Reader final : public XmlParseObserver {
   // The entry that is being read.
   ItemRef item_;
   size_t index_ = 0;
+  int gains_ = 0;
   std::string title_;
   int32_t duration_ms_ = kUnknownDuration;
   std::string path_;    ///< Used again for each entry.

@@ -425,6 +425,22 @@ TEST(Mzbl, EveryPrefixGivesTheEntriesThatAreWhole) {
   EXPECT_EQ(last, 3u);
 }
 
+TEST(ListFormats, LongTagsComeBackBesideTheGain) {
+  std::string text;
+  {
+    const auto list = Playlist::Create();
+    list->Append(MakeItem("D:\\a.mp3"));
+    list->At(0)->SetTag("replaygain_track_gain", "-3 dB");
+    list->At(0)->SetTag("Lyrics", std::string(20000, 'x'));
+    text = WriteMzpl(*list, {}, true);
+  }
+  const auto read = Playlist::Create();
+  EXPECT_TRUE(ReadMzpl(Bytes(text), InLists(), *read).complete);
+  ASSERT_EQ(read->Size(), 1u);
+  EXPECT_EQ(read->At(0)->TagValue("replaygain_track_gain"), "-3 dB");
+  EXPECT_EQ(read->At(0)->TagValue("Lyrics").size(), 20000u);
+}
+
 TEST(ListFormats, NamesOfEveryKindComeBack) {
   const std::vector<std::string> names = {Gbk("月亮"),
                                           Gbk("caf\xC3\xA9"),
