@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "platform/file.h"
@@ -91,7 +92,9 @@ void PlayerControl::Post(uint32_t message, uint32_t event, PlaybackStream* strea
 
 uint32_t PlayerControl::PositionMs() const {
   if (!current_ || state_ == PlayState::kStopped) return 0;
-  return std::min(current_->GetPositionMs(), duration_ms_);
+  const uint32_t position_ms = current_->GetPositionMs();
+  // Zero when it is not known how long the track lasts.
+  return duration_ms_ != 0 ? std::min(position_ms, duration_ms_) : position_ms;
 }
 
 void PlayerControl::SetState(PlayState state) {
@@ -127,7 +130,7 @@ bool PlayerControl::OpenEntry(size_t index, bool play_now) {
 }
 
 bool PlayerControl::OpenAt(size_t index, bool play_now) {
-  if (index >= Count()) return false;
+  if (closing_ || index >= Count()) return false;
   index_ = index;
   gap_.reset();
   return OpenItem(list_->At(index), play_now);
@@ -138,7 +141,11 @@ bool PlayerControl::OpenItem(ItemRef item, bool play_now) {
   Leave();
   item_ = std::move(item);
   TrackFailure failure = TrackFailure::kFile;
-  const HRESULT result = OpenStream(play_now, failure);
+  HRESULT result = E_OUTOFMEMORY;
+  try {
+    result = OpenStream(play_now, failure);
+  } catch (const std::bad_alloc&) {
+  }
   if (SUCCEEDED(result)) {
     // The next one that fails begins a new round.
     first_failed_.reset();
@@ -171,12 +178,12 @@ HRESULT PlayerControl::OpenStream(bool play_now, TrackFailure& failure) {
     SetState(PlayState::kStopped);
     return S_OK;
   }
-  has_played_ = true;
   result = current_->Play();
   if (FAILED(result)) {
     failure = TrackFailure::kPlay;
     return result;
   }
+  has_played_ = true;
   SetState(PlayState::kPlaying);
   StartResumed();
   return S_OK;
@@ -235,9 +242,11 @@ void PlayerControl::LetFade() {
   fading_->SetFade(kFadeStop, &durations);
   // News of the time before would end the fade: any event of a fading stream does.
   host_.DropStreamEvents(fading_.get());
+  // When its end was among that news, nothing more comes that would empty the slot.
+  const bool ended = fading_->State() == DeviceState::kStopped;
   current_->Stop();
   current_.Reset();
-  if (fading_->FadeFlags() & kFadeStop) {
+  if ((fading_->FadeFlags() & kFadeStop) && !ended) {
     listener_.OnFading(item_);
   } else {
     Drop(fading_);
@@ -275,10 +284,16 @@ void PlayerControl::AfterFailure() {
   StartTimer(kShortestAfterFailureMs);
 }
 
+std::optional<size_t> PlayerControl::PlaceBeforeNext() const {
+  if (index_ || !gap_ || *gap_ == 0 || Mode() == PlayMode::kRandom) return index_;
+  return *gap_ - 1;
+}
+
 void PlayerControl::OnNextTrackTimer() {
+  // One that was under way when the timer was stopped.
+  if (!next_due_) return;
   CancelTimer();
-  const std::optional<size_t> before = gap_ && *gap_ > 0 ? std::optional(*gap_ - 1) : std::nullopt;
-  const AfterEnd next = ChooseAfterEnd(Mode(), Count(), index_ ? index_ : before, order_);
+  const AfterEnd next = ChooseAfterEnd(Mode(), Count(), PlaceBeforeNext(), order_);
   switch (next.action) {
     case AfterEnd::Action::kPlay:
       OpenAt(next.index, true);
@@ -315,19 +330,20 @@ void PlayerControl::OnStreamEvent(uint32_t event, PlaybackStream* stream) {
 // ---- commands
 
 void PlayerControl::Next() {
-  const std::optional<size_t> before = gap_ && *gap_ > 0 ? std::optional(*gap_ - 1) : std::nullopt;
-  if (const auto next = ChooseNext(Mode(), Count(), index_ ? index_ : before, order_)) OpenEntry(*next);
+  if (const auto next = ChooseNext(Mode(), Count(), PlaceBeforeNext(), order_)) OpenEntry(*next);
 }
 
 void PlayerControl::Previous() {
-  if (const auto previous = ChoosePrevious(Mode(), Count(), index_ ? index_ : gap_, order_))
+  const std::optional<size_t> after = Mode() == PlayMode::kRandom ? std::nullopt : gap_;
+  if (const auto previous = ChoosePrevious(Mode(), Count(), index_ ? index_ : after, order_))
     OpenEntry(*previous);
 }
 
 void PlayerControl::Play() {
-  if (state_ == PlayState::kPlaying) return;
+  if (state_ == PlayState::kPlaying || closing_) return;
   if (!current_) {
-    OpenEntry(index_.value_or(gap_.value_or(0)));
+    const size_t index = index_.value_or(gap_.value_or(0));
+    OpenEntry(index < Count() ? index : 0);
     return;
   }
   CancelTimer();
@@ -353,7 +369,11 @@ void PlayerControl::Pause() {
 
 void PlayerControl::Stop() {
   CancelTimer();
-  if (current_) current_->Stop();
+  if (current_) {
+    current_->Stop();
+    // Its end may be on its way, and would start the next one.
+    host_.DropStreamEvents(current_.get());
+  }
   SetState(PlayState::kStopped);
 }
 
@@ -397,7 +417,11 @@ void PlayerControl::OnListEdited(const Playlist& list, const ListEdit& edit) {
   }
   index_.reset();
   gap_ = now ? now : edit.NewIndexOfNext(*old);
-  if (!gap_) gap_ = Count();
+  if (gap_) return;
+  // Behind the last one before it that is still there, so that what is added there follows.
+  gap_ = 0;
+  for (size_t i = std::min(*old, edit.moved_to.size()); i-- > 0 && *gap_ == 0;)
+    if (const auto before = edit.NewIndex(i)) gap_ = *before + 1;
 }
 
 // ---- the program's start and end
@@ -410,15 +434,22 @@ void PlayerControl::StoreResumePoint() {
 
 void PlayerControl::Close() {
   CancelTimer();
+  // Messages that are handled meanwhile must neither play anything nor store the place of a track that is
+  // left.
+  closing_ = true;
+  has_played_ = false;
   Leave();
   SetState(PlayState::kStopped);
+  const PlaybackSettings settings = MakePlaybackSettings(settings_);
   const uint32_t start = clock_.TickMs();
-  const uint32_t limit = MakePlaybackSettings(settings_).fade_duration[3] + kExitExtraMs;
+  const uint32_t limit =
+      (settings.sound_fade_mode & kFadeStop) != 0 ? settings.fade_duration[3] + kExitExtraMs : 0;
   while (fading_ && clock_.TickMs() - start < limit) {
     host_.PumpMessages();
     if (fading_) clock_.Sleep(kExitStepMs);
   }
   Drop(fading_);
+  closing_ = false;
 }
 
 }  // namespace melorin

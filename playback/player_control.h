@@ -162,7 +162,8 @@ class PlayerControl final : private EventTarget {
   /// the next start. Leaves them alone while nothing has been played in this session.
   void StoreResumePoint();
   /// Leaves the track, then waits for a stream that still fades: at most the stop fade's duration and half a
-  /// second. To be called when the window is closed but still takes messages.
+  /// second; nothing can be played and no resume point is stored meanwhile. To be called when the window is
+  /// closed but still takes messages, after StoreResumePoint.
   void Close();
 
  private:
@@ -177,6 +178,7 @@ class PlayerControl final : private EventTarget {
   void KeepScannedGain();
   void Drop(ComPtr<PlaybackStream>& stream);
   void AfterFailure();
+  std::optional<size_t> PlaceBeforeNext() const;
   void StartTimer(uint32_t shortest_ms);
   void CancelTimer();
   void SetState(PlayState state);
@@ -195,7 +197,7 @@ class PlayerControl final : private EventTarget {
   ItemRef item_;
   ComPtr<Playlist> list_;
   std::optional<size_t> index_;
-  /// With an entry that is in the list no more: the place of the one that followed it.
+  /// With an entry that is in the list no more: the place of what follows it. May be the end of the list.
   std::optional<size_t> gap_;
   std::optional<size_t> first_failed_;
   uint32_t duration_ms_ = 0;
@@ -204,6 +206,7 @@ class PlayerControl final : private EventTarget {
   bool next_due_ = false;
   bool may_resume_ = true;  ///< Until the first track is played.
   bool has_played_ = false;
+  bool closing_ = false;
 };
 
 }  // namespace melorin

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -56,11 +57,13 @@ class Window final : public PlayerHost {
     queue_.emplace_back(event, stream);
   }
   void DropStreamEvents(PlaybackStream* stream) override {
+    if (before_drop) before_drop();
     const Lock lock(mutex_);
     std::erase_if(queue_, [&](const auto& entry) { return entry.second == stream; });
   }
   void PumpMessages() override {
     ++pumps;
+    if (on_pump) on_pump();
     while (const auto event = TakeEvent())
       if (!deaf) control->OnStreamEvent(event->first, event->second);
     if (running_ && static_cast<int32_t>(clock_.TickMs() - due_) >= 0) control->OnNextTrackTimer();
@@ -69,6 +72,7 @@ class Window final : public PlayerHost {
 
   PlayerControl* control = nullptr;
   std::vector<uint32_t> delays;
+  std::function<void()> before_drop, on_pump;
   bool deaf = false;
   int pumps = 0;
 
@@ -472,6 +476,70 @@ TEST_F(PlayerControlTest, EventsOfStreamsThatAreGoneChangeNothing) {
   EXPECT_EQ(Heard({}), "");
 }
 
+TEST_F(PlayerControlTest, ASlotIsNotFilledForAFadeThatNeverEnds) {
+  for (const bool refuses_volume : {false, true}) {
+    SCOPED_TRACE(refuses_volume ? "the device refuses the volume" : "the track ends at this moment");
+    MakeList("ab", 3000);
+    settings_.playback.sound_fade_mode = kFadeStop;
+    control_.OpenEntry(0);
+    Run(2500);
+    control_.Seek(2950);
+    ASSERT_EQ(control_.Stream()->State(), DeviceState::kRunning);
+    if (refuses_volume)
+      File("a").device.volume = E_FAIL;
+    else
+      window_.before_drop = [this] { clock_.Advance(200); };
+    control_.Next();
+    window_.before_drop = nullptr;
+    EXPECT_FALSE(control_.IsFading());
+    EXPECT_EQ(File("a").device.alive, 0);
+    EXPECT_EQ(control_.Item()->PathGbk(), "b");
+    File("a").device.volume = S_OK;
+    control_.Stop();
+    Run(1000);
+  }
+}
+
+TEST_F(PlayerControlTest, NothingFollowsAStop) {
+  MakeList("ab", 400);
+  control_.OpenEntry(0);
+  clock_.Advance(1000);
+  control_.Stop();  // The track's end is on its way.
+  Run(500);
+  EXPECT_EQ(Heard(), "open a");
+  control_.Play();
+  Run(450);
+  ASSERT_TRUE(control_.WaitsForNext());
+  control_.Stop();
+  control_.OnNextTrackTimer();  // So is the timer's message.
+  Run(500);
+  EXPECT_EQ(Heard(), "");
+  EXPECT_EQ(control_.State(), PlayState::kStopped);
+}
+
+TEST_F(PlayerControlTest, WhatComesDuringTheExitIsTooLate) {
+  MakeList("ab", 10000);
+  settings_.playback.sound_fade_mode = kFadeStop;
+  control_.OpenEntry(0);
+  Run(1500);
+  control_.StoreResumePoint();
+  const int32_t stored = settings_.player.playing_time;
+  EXPECT_GT(stored, 1000);
+  // A save that was due anyway, a second program's command line, a key.
+  window_.on_pump = [this] {
+    control_.StoreResumePoint();
+    control_.OpenEntry(1);
+    control_.Next();
+    control_.Play();
+  };
+  control_.Close();
+  window_.on_pump = nullptr;
+  EXPECT_EQ(Heard(), "open a, fading a");
+  EXPECT_EQ(settings_.player.playing_time, stored);
+  EXPECT_EQ(settings_.player.playing_file_gbk, "a");
+  EXPECT_EQ(control_.PlayingIndex(), 0u);
+}
+
 TEST_F(PlayerControlTest, TheExitWaitsForTheFade) {
   struct Case {
     const char* name;
@@ -596,6 +664,55 @@ TEST_F(PlayerControlTest, FollowsEditsOfThePlayingList) {
   EXPECT_EQ(control_.PlayingIndex(), 1u);
   control_.OnListEdited(*Playlist::Create(), RemoveEntries(*list_, all));
   EXPECT_EQ(control_.PlayingIndex(), 1u) << "another list";
+}
+
+TEST_F(PlayerControlTest, WhatFollowsWhenThePlayingEntryIsRemoved) {
+  struct Case {
+    const char* name;
+    PlayMode mode;
+    std::vector<size_t> removed;
+    const char* added;  ///< At the end.
+    const char* heard;
+  };
+  // Of a b c, b plays.
+  const Case cases[] = {
+      {"it alone", PlayMode::kInOrder, {1}, "", "open c"},
+      {"what followed it too", PlayMode::kInOrder, {1, 2}, "", "end of list, finished"},
+      {"and others came", PlayMode::kInOrder, {1, 2}, "d", "open d"},
+      {"all, and others came", PlayMode::kInOrder, {0, 1, 2}, "de", "open d"},
+      {"all, over and over", PlayMode::kRepeatAll, {0, 1, 2}, "de", "open d"},
+      {"all, and it goes on without a list", PlayMode::kInOrder, {0, 1, 2}, "", "open b"},
+      {"all", PlayMode::kRepeatAll, {0, 1, 2}, "", "finished"},
+      {"it alone, again and again", PlayMode::kRepeatOne, {1}, "", "open b"},
+  };
+  control_.SetEndOfListStep([this] { heard_.push_back("end of list"); });
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MakeList("abcde", 400);
+    MakeList("abc", 400);
+    control_.SetMode(c.mode);
+    control_.OpenEntry(1);
+    Run(200);
+    Heard();
+    control_.OnListEdited(*list_, RemoveEntries(*list_, c.removed));
+    for (char name : std::string(c.added)) {
+      const ItemRef item = ItemCache::Obtain(std::string(1, name), {}, kUnknownDuration, 0);
+      control_.OnListEdited(*list_, InsertEntries(*list_, list_->Size(), {item}));
+    }
+    Run(400);
+    EXPECT_EQ(Heard(), c.heard);
+    control_.Stop();
+  }
+  // Nor is a track that failed and was removed in the way of the others.
+  MakeList("ab");
+  BreakFiles("b");
+  control_.SetMode(PlayMode::kSingle);
+  control_.OpenEntry(1);
+  const size_t last[] = {1};
+  control_.OnListEdited(*list_, RemoveEntries(*list_, last));
+  Heard();
+  control_.Play();
+  EXPECT_EQ(Heard(), "open a");
 }
 
 TEST_F(PlayerControlTest, CommandsOfTheUser) {
