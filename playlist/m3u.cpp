@@ -70,9 +70,12 @@ class Reader {
     Convert(line, path_);
     ResolveEntry(reading_, path_);
     if (reading_.read_sheet && HasExtension(path_, "cue")) {
-      AppendSheet(list_, path_, reading_.read_sheet);
+      // A list of a sheet's tracks names the sheet once for each of them; they are here after the first.
+      if (path_ != sheet_) AppendSheet(list_, path_, reading_.read_sheet);
+      sheet_ = path_;
       return;
     }
+    sheet_.clear();
     if (!TakesEntry(reading_, path_)) return;
     if (title_.empty()) title_ = EntryFileName(path_);
     // Copied, for a copy takes exactly the memory it needs.
@@ -82,7 +85,8 @@ class Reader {
   M3uText text_;
   const ListReading& reading_;
   Playlist& list_;
-  std::string path_;  // Used again for each entry.
+  std::string path_;   // Used again for each entry.
+  std::string sheet_;  // The entry before, when it was a sheet.
   std::string title_;
   int32_t duration_ms_ = kUnknownDuration;
   bool info_pending_ = false;

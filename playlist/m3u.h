@@ -20,6 +20,9 @@ enum class M3uText { kGbk, kUtf8 };
 ///
 /// The line after "#EXTINF:" is the path that it belongs to, even when it begins with "#", as the relative
 /// path of a folder "#1 Hits" does; only "#EXT…" lines, which other programs put in between, are passed over.
+///
+/// A sheet gives all its tracks; when it is named several times in a row, which is how its tracks are
+/// written, it gives them once.
 ListReadResult ReadM3u(std::span<const uint8_t> bytes, M3uText text, const ListReading& reading,
                        Playlist& list);
 

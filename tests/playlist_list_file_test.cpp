@@ -149,6 +149,15 @@ TEST(AddPath, ExpandsListsAndSheets) {
   EXPECT_EQ(list->At(3)->Subtrack(), 2u);
   EXPECT_EQ(list->At(4)->TitleGbk(), "");
   EXPECT_EQ(list->NameGbk(), "Name");
+
+  // The text form names the sheet once for each track, and gives each track back once.
+  ASSERT_TRUE(SavePlaylist(*list, folder.Path("all.m3u8"), {}));
+  const auto again = Playlist::Create();
+  EXPECT_TRUE(LoadPlaylist(*again, folder.Path("all.m3u8"), options));
+  ASSERT_EQ(again->Size(), list->Size());
+  for (size_t i = 0; i < list->Size(); ++i)
+    EXPECT_EQ(again->At(i).get(), list->At(i).get()) << i;
+
   EXPECT_TRUE(AddPath(*list, folder.Path("two.cue"), {}));
   EXPECT_EQ(list->At(5)->Subtrack(), 0u);
 }
