@@ -581,12 +581,13 @@ TEST_F(PlayerControlTest, SettingsReachANewStreamBeforeItPlays) {
   MakeList("ab", 20000);
   settings_.player.volume = 70;
   settings_.player.mute = 1;
+  settings_.player.balance = -130;
   settings_.playback.sound_fade_mode = 15 | 0x70;
   control_.OpenEntry(0, false);
   EXPECT_EQ(Heard({}), "open a");
   EXPECT_EQ(control_.State(), PlayState::kStopped);
   const std::string done = Journal::Filter(journal_.Take(), {"a."});
-  EXPECT_EQ(done, "a.SetVolume 100, a.SetVolume -1, a.SetVolume -1")
+  EXPECT_EQ(done, "a.SetVolume 100, a.SetVolume -1, a.SetBalance -100, a.SetVolume -1")
       << "once asked, once set, once for fades";
   EXPECT_EQ(control_.Stream()->FadeFlags(), 15);
   EXPECT_EQ(control_.DurationMs(), 20000u);
@@ -611,6 +612,9 @@ TEST_F(PlayerControlTest, AFailureOfTheDeviceIsToldApart) {
   EXPECT_FALSE(control_.OpenEntry(0));
   EXPECT_FALSE(control_.OpenEntry(1));
   EXPECT_EQ(Heard(), "device a, finished, open b, play b, finished");
+  settings_.player.playing_time = 4000;
+  control_.StoreResumePoint();
+  EXPECT_EQ(settings_.player.playing_time, 4000) << "kept until something is played";
   EXPECT_FALSE(control_.HasTrack());
   EXPECT_FALSE(control_.OpenEntry(2));
   EXPECT_EQ(Heard(), "");

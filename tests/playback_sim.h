@@ -237,7 +237,10 @@ class SimDevice final : public ComObject<OutputDevice> {
     if (!journal_.Quiet()) Note("SetVolume " + std::to_string(volume));
     return setup_.volume;
   }
-  HRESULT STDMETHODCALLTYPE SetBalance(int32_t) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE SetBalance(int32_t balance) override {
+    if (balance != 0) Note("SetBalance " + std::to_string(balance));
+    return S_OK;
+  }
   HRESULT STDMETHODCALLTYPE GetBufferSize(uint32_t* bytes) override {
     *bytes = setup_.buffer_bytes;
     return setup_.buffer_size;
