@@ -161,7 +161,9 @@ void PlayerJobs::AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<I
 }
 
 void PlayerJobs::ResumeAtStart(const CommandLine& first_line) {
-  if (!first_line.paths.empty() || first_line.demo || session_.Values().playback.auto_play == 0) return;
+  if (!first_line.paths.empty() || first_line.demo || first_line.stop ||
+      session_.Values().playback.auto_play == 0)
+    return;
   control_.OpenEntry(control_.PlayingIndex().value_or(0));
 }
 

@@ -77,14 +77,16 @@ void Session::TakeLists(StoredLists stored) {
 
 const ComPtr<Playlist>& Session::Activate(const std::string& name_gbk) {
   const std::string name = name_gbk.empty() ? DefaultListNameGbk() : name_gbk;
-  for (active_ = 0; active_ < lists_.Size(); ++active_)
-    if (EqualNoCaseGbk(lists_.At(active_)->NameGbk(), name)) break;
-  if (active_ == lists_.Size()) {
+  size_t found = 0;
+  while (found < lists_.Size() && !EqualNoCaseGbk(lists_.At(found)->NameGbk(), name))
+    ++found;
+  if (found == lists_.Size()) {
     lists_.Append(Playlist::Create(name));
     lists_changed_ = true;
   }
-  EnsureLoaded(*lists_.At(active_), ListOptions());
-  return lists_.At(active_);
+  // One that cannot be read does not become the active one: what plays is an entry of that.
+  if (EnsureLoaded(*lists_.At(found), ListOptions())) active_ = found;
+  return lists_.At(found);
 }
 
 Session::SaveResult Session::SaveSettings() {

@@ -55,8 +55,8 @@ class Session {
   const PlaylistSet& Lists() const { return lists_; }
   size_t ActiveIndex() const { return active_; }
   const ComPtr<Playlist>& ActiveList() const { return lists_.At(active_); }
-  /// The list of that name (compared without case), made when there is none, becomes the active one. An empty
-  /// name is the default list's.
+  /// The list of that name (compared without case), made when there is none, becomes the active one, unless
+  /// it cannot be read: then it is returned unloaded. An empty name is the default list's.
   const ComPtr<Playlist>& Activate(const std::string& name_gbk);
   /// The active list's entries have changed.
   void MarkListsChanged() { lists_changed_ = true; }
