@@ -4,6 +4,7 @@
 #pragma once
 
 #include <fstream>
+#include <random>
 #include <string>
 
 #include "platform/text.h"
@@ -14,12 +15,12 @@
 
 namespace melorin::test {
 
-/// A folder of its own, gone with the object.
+/// A folder of its own, gone with the object. No two have one name: tests run side by side.
 class ScratchFolder {
  public:
   explicit ScratchFolder(const char* name)
-      : path_(std::filesystem::temp_directory_path() / (std::string("melorin_") + name)) {
-    std::filesystem::remove_all(path_);
+      : path_(std::filesystem::temp_directory_path() /
+              ("melorin_" + std::to_string(std::random_device()()) + "_" + name)) {
     std::filesystem::create_directories(path_);
   }
   ~ScratchFolder() {
