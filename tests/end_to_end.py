@@ -404,6 +404,8 @@ class Lists(unittest.TestCase):
         with open(playlist, "w", encoding="utf-8-sig", newline="\r\n") as out:
             out.write("#EXTM3U\n" + "".join(f"{name}\n" for name in self.names[:3]))
         with Player("/add", "/list=一号", windows_path(playlist), data=data) as player:
+            # Started side by side, either could become the first instance.
+            player.wait_for("lists")
             player.command("/add", "/list=二号", *self.paths[3:])
             player.command("/volume=37", "/mode=4", "/play")
             player.wait_for("playing")
