@@ -10,6 +10,8 @@
 
 namespace melorin {
 
+class TrackEffects;
+
 /// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls
 /// them from, never at the same time as NextBlock.
 class PlaybackChain {
@@ -37,6 +39,7 @@ class PlaybackChain {
   virtual HRESULT NotifyStop() = 0;
 
   virtual SoundSource* Source() const = 0;  ///< Borrowed.
+  virtual TrackEffects* Effects() { return nullptr; }  ///< Borrowed; null for a chain without effects.
 };
 
 }  // namespace melorin

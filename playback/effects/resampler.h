@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+//
+// From one sample rate to another, streaming.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace melorin {
+
+enum class ResampleQuality {
+  kFast,  ///< "HQResample" off: noise at least 100 dB below a full-scale tone, images 80 dB.
+  kHigh,  ///< "HQResample" on: 120 dB at 1 kHz, within 0.1 dB at 20 kHz (44.1 kHz), aliases below -100 dB.
+};
+
+/// The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time where the
+/// input does: the filter's delay is taken out.
+/// Thread: one at a time. Nothing allocates but Create and Clear and, after either, the first few calls.
+class Resampler {
+ public:
+  /// 1 to 8 channels, rates of 1 to 768000 Hz that differ. max_in_frames: the most frames that are ever handed
+  /// to Process at once. Null when a value is out of range or memory runs out.
+  static std::unique_ptr<Resampler> Create(uint32_t in_rate, uint32_t out_rate, uint16_t channels,
+                                           ResampleQuality quality, size_t max_in_frames);
+  ~Resampler();
+  Resampler(const Resampler&) = delete;
+  Resampler& operator=(const Resampler&) = delete;
+
+  struct Count {
+    size_t in_frames = 0;   ///< Taken of the input.
+    size_t out_frames = 0;  ///< Put into the output.
+  };
+  /// Interleaved floats. An empty input (in null, 0 frames) says that the input has ended: repeated calls give
+  /// what is left, and 0 frames at the end. False when it broke (out of memory).
+  bool Process(const float* in, size_t in_frames, float* out, size_t out_capacity, Count* count);
+  /// Forgets all input: the next Process begins a new signal. False when memory runs out.
+  bool Clear();
+
+ private:
+  struct State;
+  explicit Resampler(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace melorin
