@@ -16,12 +16,13 @@ MAY_INCLUDE = {
     "sound": {"platform", "doc", "tags"},
     "playlist": {"platform", "doc", "tags", "sound"},
     "playback": {"platform", "doc", "tags", "sound"},
+    "visual": {"platform"},
     "cli": {"platform", "doc", "tags", "sound", "playback", "playlist"},
-    "app": {"platform", "doc", "tags", "sound", "playback", "playlist"},
+    "app": {"platform", "doc", "tags", "sound", "playback", "playlist", "visual"},
 }
 # What brings two subsystems together may see both: player control plays the lists' entries.
 BRIDGES = {"playback/player_control": {"playlist"}}
-SYSTEM_HEADERS = re.compile(r"^(windows|mmsystem|mmreg|dsound|dshow|objbase|objidl|unknwn|msacm|dmo|shlobj|commctrl)\.h$")
+SYSTEM_HEADERS = re.compile(r"^(windows|mmsystem|mmreg|dsound|dshow|objbase|objidl|unknwn|msacm|dmo|shlobj|commctrl|setupapi|ks|ksmedia)\.h$")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 

@@ -10,13 +10,14 @@
 namespace melorin {
 
 /// The weight of the new setting over 30 ms: 3t² - 2t³, which leaves the old value and arrives at the new one
-/// without a corner, so that a change spreads no energy over the spectrum. A setting that changes again while a
-/// ramp runs waits for its end; a ramp never changes its direction on the way.
+/// without a corner, so that a change spreads no energy over the spectrum. A setting that changes again while
+/// a ramp runs waits for its end; a ramp never changes its direction on the way.
 class ChangeRamp {
  public:
   explicit ChangeRamp(uint32_t sample_rate)
       : length_(std::max<uint32_t>(static_cast<uint32_t>(uint64_t{sample_rate} * kDurationMs / 1000), 16)),
-        step_(1.0f / static_cast<float>(length_)), position_(length_) {}
+        step_(1.0f / static_cast<float>(length_)),
+        position_(length_) {}
 
   static constexpr uint32_t kDurationMs = 30;
 

@@ -4,10 +4,10 @@
 // surround, balance, limiter.
 //
 // Why this order: the meter hears the track as it is in the file. The resampler comes first of what changes
-// samples, so that the equalizer's bands are those of the rate that is heard, and nothing that was made louder
-// reaches its filters. Gain stands before the equalizer, so that tracks reach it equally loud. Surround works
-// on the sound as it was shaped, balance on what surround makes of the two sides. The limiter is last: it sees
-// everything that can go beyond full scale.
+// samples, so that the equalizer's bands are those of the rate that is heard, and nothing that was made
+// louder reaches its filters. Gain stands before the equalizer, so that tracks reach it equally loud.
+// Surround works on the sound as it was shaped, balance on what surround makes of the two sides. The limiter
+// is last: it sees everything that can go beyond full scale.
 #pragma once
 
 #include <memory>
@@ -21,8 +21,8 @@ namespace melorin {
 struct ChainOptions {
   uint32_t resample_rate = 0;  ///< Hz; 0, the source's own rate, or one out of range: no resampling.
   ResampleQuality quality = ResampleQuality::kHigh;
-  bool scan_gain = false;      ///< Measures the track.
-  EffectSettings effects;      ///< What the first block is played with.
+  bool scan_gain = false;  ///< Measures the track.
+  EffectSettings effects;  ///< What the first block is played with.
 };
 
 /// Blocks are a fortieth of a second at the rate that is delivered, as SourceChain cuts them.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The ten-band graphic equalizer. Each band is a second-order band-pass whose output, times the band's gain, is
-// added to the signal; a band works on the output of those below it.
+// The ten-band graphic equalizer. Each band is a second-order band-pass whose output, times the band's gain,
+// is added to the signal; a band works on the output of those below it.
 #pragma once
 
 #include <array>

@@ -27,8 +27,8 @@ class LoudnessMeter {
 
   void Add(const float* samples, size_t frames);
   void Reset();
-  /// Of all that was added, the gain rounded to 0.01 dB. None when nothing of it is loud enough to be measured
-  /// (silence, less than 400 ms).
+  /// Of all that was added, the gain rounded to 0.01 dB. None when nothing of it is loud enough to be
+  /// measured (silence, less than 400 ms).
   std::optional<TrackGain> Result() const;
 
  private:

@@ -14,13 +14,13 @@ enum class ResampleQuality {
   kHigh,  ///< "HQResample" on: 120 dB at 1 kHz, within 0.1 dB at 20 kHz (44.1 kHz), aliases below -100 dB.
 };
 
-/// The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time where the
-/// input does: the filter's delay is taken out.
-/// Thread: one at a time. Nothing allocates but Create and Clear and, after either, the first few calls.
+/// The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time where
+/// the input does: the filter's delay is taken out. Thread: one at a time. Nothing allocates but Create and
+/// Clear and, after either, the first few calls.
 class Resampler {
  public:
-  /// 1 to 8 channels, rates of 1 to 768000 Hz that differ. max_in_frames: the most frames that are ever handed
-  /// to Process at once. Null when a value is out of range or memory runs out.
+  /// 1 to 8 channels, rates of 1 to 768000 Hz that differ. max_in_frames: the most frames that are ever
+  /// handed to Process at once. Null when a value is out of range or memory runs out.
   static std::unique_ptr<Resampler> Create(uint32_t in_rate, uint32_t out_rate, uint16_t channels,
                                            ResampleQuality quality, size_t max_in_frames);
   ~Resampler();
@@ -31,8 +31,8 @@ class Resampler {
     size_t in_frames = 0;   ///< Taken of the input.
     size_t out_frames = 0;  ///< Put into the output.
   };
-  /// Interleaved floats. An empty input (in null, 0 frames) says that the input has ended: repeated calls give
-  /// what is left, and 0 frames at the end. False when it broke (out of memory).
+  /// Interleaved floats. An empty input (in null, 0 frames) says that the input has ended: repeated calls
+  /// give what is left, and 0 frames at the end. False when it broke (out of memory).
   bool Process(const float* in, size_t in_frames, float* out, size_t out_capacity, Count* count);
   /// Forgets all input: the next Process begins a new signal. False when memory runs out.
   bool Clear();

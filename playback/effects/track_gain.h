@@ -27,8 +27,8 @@ std::optional<double> ParsePeak(std::u16string_view text);
 std::u16string FormatGainDb(double gain_db);  ///< "-6.54 dB"
 std::u16string FormatPeak(double peak);       ///< "0.988553"
 
-/// The linear factor for the track: its gain, and where the peak is known no more than brings the peak to full
-/// scale, so that nothing clips.
+/// The linear factor for the track: its gain, and where the peak is known no more than brings the peak to
+/// full scale, so that nothing clips.
 double GainFactor(const TrackGain& gain);
 
 }  // namespace melorin

@@ -10,9 +10,9 @@
 
 namespace melorin {
 
-/// Loads the index-th registered driver and opens it with that format (one attempt). window: the handle that the
-/// driver's dialogs belong to; may be null. E_INVALIDARG for an empty format or buffer or an index past the end,
-/// E_OUTOFMEMORY, else the driver's failure.
+/// Loads the index-th registered driver and opens it with that format (one attempt). window: the handle that
+/// the driver's dialogs belong to; may be null. E_INVALIDARG for an empty format or buffer or an index past
+/// the end, E_OUTOFMEMORY, else the driver's failure.
 HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index, void* window,
                        OutputDevice** out);
 

@@ -11,9 +11,9 @@
 
 namespace melorin {
 
-/// Opens the index-th device of the list with that format as it is given (one attempt). block_bytes × blocks is
-/// the buffer. The api must outlive the device. E_INVALIDARG for an empty format or buffer or an index past the
-/// end, E_OUTOFMEMORY, else the failure of the call that failed.
+/// Opens the index-th device of the list with that format as it is given (one attempt). block_bytes × blocks
+/// is the buffer. The api must outlive the device. E_INVALIDARG for an empty format or buffer or an index
+/// past the end, E_OUTOFMEMORY, else the failure of the call that failed.
 HRESULT OpenKernelStreamingDevice(const KsApi& api, const WAVEFORMATEX& format, uint32_t block_bytes,
                                   uint32_t blocks, int32_t index, OutputDevice** out);
 

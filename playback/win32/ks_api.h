@@ -30,7 +30,8 @@ struct KsApi {
   DWORD(WINAPI* CreatePin)(HANDLE filter, PKSPIN_CONNECT connect, ACCESS_MASK access, PHANDLE pin) = nullptr;
 };
 
-/// The platform's own; loaded on first use, never unloaded. Null where "setupapi.dll" or "ksuser.dll" lacks one.
+/// The platform's own; loaded on first use, never unloaded. Null where "setupapi.dll" or "ksuser.dll" lacks
+/// one.
 const KsApi* PlatformKsApi();
 
 }  // namespace melorin
