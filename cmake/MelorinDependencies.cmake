@@ -1,4 +1,4 @@
-# zlib, libmpg123 and kissfft. The host build takes Debian's packages; the Windows build takes Debian's
+# zlib, libmpg123, kissfft, soxr and libebur128. The host build takes Debian's packages; the Windows build takes Debian's
 # package of zlib for the target and what scripts/deps.sh built from Debian's source packages.
 
 if(WIN32)
@@ -11,9 +11,11 @@ if(WIN32)
     set(default_cache "${default_cache}/melorin")
   endif()
   set(MELORIN_DEPS "${default_cache}/deps/windows" CACHE PATH "What scripts/deps.sh built for the target")
-  if(NOT EXISTS ${MELORIN_DEPS}/stamp)
-    message(FATAL_ERROR "${MELORIN_DEPS} is not there: run scripts/deps.sh")
-  endif()
+  foreach(folder ${MELORIN_DEPS} ${MELORIN_DEPS}-effects)
+    if(NOT EXISTS ${folder}/stamp)
+      message(FATAL_ERROR "${folder} is not there: run scripts/deps.sh")
+    endif()
+  endforeach()
   add_library(melorin_mpg123 INTERFACE)
   target_include_directories(melorin_mpg123 SYSTEM INTERFACE ${MELORIN_DEPS}/include)
   target_link_libraries(melorin_mpg123 INTERFACE ${MELORIN_DEPS}/lib/libmpg123.a shlwapi)
@@ -22,6 +24,12 @@ if(WIN32)
   add_library(melorin_kissfft INTERFACE)
   target_include_directories(melorin_kissfft SYSTEM INTERFACE ${MELORIN_DEPS}/include)
   target_link_libraries(melorin_kissfft INTERFACE ${MELORIN_DEPS}/lib/libkissfft.a)
+
+  foreach(name soxr ebur128)
+    add_library(melorin_${name} INTERFACE)
+    target_include_directories(melorin_${name} SYSTEM INTERFACE ${MELORIN_DEPS}-effects/include)
+    target_link_libraries(melorin_${name} INTERFACE ${MELORIN_DEPS}-effects/lib/lib${name}.a)
+  endforeach()
 
   add_library(melorin_zlib INTERFACE)
   target_link_libraries(melorin_zlib INTERFACE /usr/i686-w64-mingw32/lib/libz.a)
@@ -34,6 +42,14 @@ else()
   pkg_check_modules(KISSFFT REQUIRED IMPORTED_TARGET kissfft-float)
   add_library(melorin_kissfft INTERFACE)
   target_link_libraries(melorin_kissfft INTERFACE PkgConfig::KISSFFT)
+
+  pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
+  add_library(melorin_soxr INTERFACE)
+  target_link_libraries(melorin_soxr INTERFACE PkgConfig::SOXR)
+
+  pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
+  add_library(melorin_ebur128 INTERFACE)
+  target_link_libraries(melorin_ebur128 INTERFACE PkgConfig::EBUR128)
 
   add_library(melorin_zlib INTERFACE)
   target_link_libraries(melorin_zlib INTERFACE z)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft; with `bench` also
-# what the benchmarks compare with (Google Benchmark, pugixml, tinyxml2, TagLib).
-# The results lie in the cache and are built again only when their recipe here or the toolchain changes.
+# Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft, soxr and libebur128;
+# with `bench` also what the benchmarks compare with (Google Benchmark, pugixml, tinyxml2, TagLib, speexdsp,
+# libsamplerate). The results lie in the cache, in one folder for each group, and a group is built again only
+# when its recipe here or the toolchain changes.
 
 . "$(dirname "$0")/lib.sh"
 
@@ -36,6 +37,17 @@ fetch() {
   rm -rf "$get"
 }
 
+# fetch_original NAME: the same without Debian's part, for a package that Debian ships unpatched and whose part the
+# archive at times lacks.
+fetch_original() {
+  local name=$1 get=$work/$1.get
+  rm -rf "$work/$name" "$get"
+  mkdir -p "$work/$name" "$get"
+  (cd "$get" && apt-get "${apt[@]}" -o APT::Sandbox::User=root source -qq --download-only --tar-only "$name") >/dev/null
+  tar -xf "$get"/*.orig.tar.* -C "$work/$name" --strip-components=1
+  rm -rf "$get"
+}
+
 cross_cmake() {
   local source=$1 build=$2
   shift 2
@@ -44,23 +56,24 @@ cross_cmake() {
     && cmake --build "$build" --target install >>"$build.log" 2>&1 || { tail -30 "$build.log" >&2; return 1; }
 }
 
-# recipe FUNCTION: what the result of that function depends on, as a short text.
+# recipe FUNCTION [HELPER...]: what the result of that function depends on, as a short text.
 recipe() {
-  { declare -f fetch cross_cmake "$1"; cat "$toolchain"; } | sha256sum | cut -c1-16
+  { declare -f fetch cross_cmake "$@"; cat "$toolchain"; } | sha256sum | cut -c1-16
 }
 
-# once NAME FUNCTION: runs the function, which fills $prefix, unless $deps/NAME was made by the same recipe; puts
-# the result in place in one step.
+# once NAME FUNCTION [HELPER...]: runs the function, which fills $prefix, unless $deps/NAME was made by the same
+# recipe; puts the result in place in one step.
 once() {
   local target=$deps/$1 want
-  want=$(recipe "$2")
+  shift
+  want=$(recipe "$@")
   [ "$(cat "$target/stamp" 2>/dev/null)" != "$want" ] || return 0
   mapfile -t apt < <(main_archive_options)
   as_root apt-get "${apt[@]}" update -q >/dev/null
   prefix=$target.new
   rm -rf "$prefix"
   mkdir -p "$work" "$prefix/include" "$prefix/lib"
-  "$2"
+  "$1"
   echo "$want" > "$prefix/stamp"
   rm -rf "$target"
   mv "$prefix" "$target"
@@ -77,6 +90,16 @@ build_core() {
   rm -f "$prefix/lib/libkissfft.a"
   $ar rcs "$prefix/lib/libkissfft.a" "$work/kiss_fft.o" "$work/kiss_fftr.o"
   cp "$work/kissfft/kiss_fft.h" "$work/kissfft/kiss_fftr.h" "$work/kissfft/kiss_fft_log.h" "$prefix/include/"
+}
+
+# One thread feeds a track's resampler, so soxr needs no OpenMP.
+build_effects() {
+  say "building soxr and libebur128 for the target"
+  fetch libsoxr
+  cross_cmake "$work/libsoxr" "$work/libsoxr-build" \
+    -DBUILD_TESTS=OFF -DBUILD_EXAMPLES=OFF -DWITH_OPENMP=OFF -DWITH_LSR_BINDINGS=OFF
+  fetch_original libebur128
+  cross_cmake "$work/libebur128" "$work/libebur128-build"
 }
 
 build_bench() {
@@ -99,10 +122,21 @@ build_bench() {
   fetch taglib
   cross_cmake "$work/taglib" "$work/taglib-build" -DBUILD_TESTING=OFF \
     -DCMAKE_CXX_FLAGS="$flags -I$work/utfcpp"
+  fetch speexdsp
+  $cc $flags -DFLOATING_POINT -DUSE_SSE -DUSE_SSE2 -DEXPORT= -include stdint.h -I "$work/speexdsp/include" \
+    -Dspx_int16_t=int16_t -Dspx_uint16_t=uint16_t -Dspx_int32_t=int32_t -Dspx_uint32_t=uint32_t \
+    -c "$work/speexdsp/libspeexdsp/resample.c" -o "$work/speexdsp.o"
+  $ar rcs "$prefix/lib/libspeexdsp.a" "$work/speexdsp.o"
+  mkdir -p "$prefix/include/speex"
+  cp "$work"/speexdsp/include/speex/*.h "$prefix/include/speex/"
+  fetch libsamplerate
+  cross_cmake "$work/libsamplerate" "$work/libsamplerate-build" -DBUILD_TESTING=OFF \
+    -DLIBSAMPLERATE_EXAMPLES=OFF -DLIBSAMPLERATE_TESTS=OFF
 }
 
 mkdir -p "$MELORIN_CACHE"
 exec 9> "$MELORIN_CACHE/deps.lock"
 flock 9
 once windows build_core
+once windows-effects build_effects fetch_original
 [ "${1:-}" != bench ] || once windows-bench build_bench

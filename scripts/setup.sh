@@ -11,14 +11,15 @@
 
 native_packages=(
   build-essential ca-certificates ccache clang clang-format cmake dpkg-dev git ninja-build pkg-config
-  libclang-rt-14-dev libgtest-dev libkissfft-dev libmpg123-dev zlib1g-dev
+  libclang-rt-14-dev libebur128-dev libgtest-dev libkissfft-dev libmpg123-dev libsoxr-dev zlib1g-dev
   g++-mingw-w64-i686-posix libz-mingw-w64-dev
   imagemagick lame locales python3 xauth xdotool xvfb
   fonts-wqy-zenhei pulseaudio pulseaudio-utils wine
 )
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
 bench_packages=(
-  ffmpeg libbenchmark-dev libpugixml-dev libsox-fmt-mp3 libtag1-dev libtinyxml2-dev libutfcpp-dev mpg123 mpv sox
+  ffmpeg libbenchmark-dev libpugixml-dev libsamplerate0-dev libsox-fmt-mp3 libspeexdsp-dev libtag1-dev
+  libtinyxml2-dev libutfcpp-dev mpg123 mpv sox
 )
 
 wanted=("${native_packages[@]}" "${foreign_packages[@]}")
