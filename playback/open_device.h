@@ -65,7 +65,7 @@ struct DeviceInfo {
 /// "DirectSound", "waveOut(Windows 波型输出)" …; empty for a kind that does not exist.
 std::string DeviceKindNameGbk(int32_t kind);
 /// The devices of that kind in the order of their index; none where the platform has none. Kernel Streaming
-/// and ASIO devices are not listed.
+/// devices are not listed.
 std::vector<DeviceInfo> ListDevices(DeviceKind kind);
 
 }  // namespace melorin

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The devices of Windows behind DeviceFactory. Kernel Streaming and ASIO are refused.
+// The devices of Windows behind DeviceFactory. Kernel Streaming is refused.
 #include <windows.h>
 
 #include <mmsystem.h>
@@ -9,6 +9,7 @@
 
 #include "platform/text.h"
 #include "playback/open_device.h"
+#include "playback/win32/asio_device.h"
 #include "playback/win32/direct_sound_device.h"
 #include "playback/win32/wave_out_device.h"
 
@@ -46,7 +47,10 @@ class PlatformDevices final : public DeviceFactory {
   HRESULT OpenKernelStreaming(const WAVEFORMATEX&, uint32_t, uint32_t, int32_t, OutputDevice**) override {
     return E_NOTIMPL;
   }
-  HRESULT OpenAsio(const WAVEFORMATEX&, uint32_t, int32_t, OutputDevice**) override { return E_NOTIMPL; }
+  HRESULT OpenAsio(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index,
+                   OutputDevice** out) override {
+    return OpenAsioDevice(format, buffer_bytes, index, window_, out);
+  }
 
  private:
   static constexpr HRESULT DSERR_NODRIVER_RESULT = static_cast<HRESULT>(0x88780078);
@@ -85,6 +89,8 @@ std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
       return ListWaveOutDevices();
     case DeviceKind::kDirectSound:
       return ListDirectSoundDevices();
+    case DeviceKind::kAsio:
+      return ListAsioDevices();
     default:
       return {};
   }

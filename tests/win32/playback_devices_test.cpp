@@ -193,11 +193,11 @@ TEST(AbsentDevices, NoneIsAClearFailure) {
   const WAVEFORMATEX format = MakePcmFormat(2, kRate, 16);
   const BufferPlan plan = PlanBuffer(format, 500, 8768);
   PlaybackSettings settings;
-  // Devices that no machine has: number 500 of waveOut and of DirectSound, an identifier nobody uses.
+  // Devices that no machine has: number 500 of a kind, an identifier nobody uses.
   const GUID absent[] = {PackDeviceId(0, 501),
                          PackDeviceId(1, 500),
                          PackDeviceId(2, 0),
-                         PackDeviceId(3, 0),
+                         PackDeviceId(3, 500),
                          {0x12345678, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}};
   for (const GUID& id : absent) {
     settings.device_type = id;

@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: MIT
+#include "playback/win32/asio_session.h"
+
+#include <cmath>
+
+#include "platform/clock.h"
+#include "platform/thread.h"
+
+namespace melorin {
+
+namespace {
+
+constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
+constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
+/// How long a callback may need to leave after the driver was stopped.
+constexpr uint32_t kCallbackWaitMs = 1000;
+constexpr int32_t kMaxLatencyFrames = 1 << 18;
+
+/// Which driver is in a session.
+struct Seat {
+  CriticalSection lock;
+  bool taken = false;
+  CLSID clsid = {};
+};
+Seat g_seat;
+
+bool TakeSeat(const CLSID& clsid) {
+  const Lock lock(g_seat.lock);
+  if (g_seat.taken) return false;
+  g_seat.taken = true;
+  g_seat.clsid = clsid;
+  return true;
+}
+
+void LeaveSeat() {
+  const Lock lock(g_seat.lock);
+  g_seat.taken = false;
+}
+
+/// Whom the callbacks mean, and how many of them are inside. A callback counts itself in before it looks for
+/// the session, and the session is taken away before the count is looked at.
+std::atomic<AsioSession*> g_session{nullptr};
+std::atomic<int32_t> g_inside{0};
+
+class Inside {
+ public:
+  Inside() { ++g_inside; }
+  ~Inside() { --g_inside; }
+  Inside(const Inside&) = delete;
+  Inside& operator=(const Inside&) = delete;
+};
+
+bool WaitUntilNobodyIsInside() {
+  Clock& clock = SystemClock();
+  const uint32_t begin = clock.TickMs();
+  while (g_inside != 0) {
+    if (clock.TickMs() - begin > kCallbackWaitMs) return false;
+    clock.Sleep(1);
+  }
+  return true;
+}
+
+HRESULT ResultOf(int32_t error) {
+  if (error == asio::kOk) return S_OK;
+  return error == asio::kNoMemory ? E_OUTOFMEMORY : E_FAIL;
+}
+
+bool SameRate(double a, double b) {
+  return std::fabs(a - b) < 1.0;
+}
+
+}  // namespace
+
+struct AsioSession::Calls {
+  __attribute__((force_align_arg_pointer)) static void __cdecl BufferSwitch(int32_t index, int32_t) {
+    const Inside inside;
+    if (AsioSession* session = g_session) session->Switch(index);
+  }
+
+  __attribute__((force_align_arg_pointer)) static asio::Time* __cdecl BufferSwitchTimeInfo(asio::Time*,
+                                                                                           int32_t index,
+                                                                                           int32_t) {
+    const Inside inside;
+    if (AsioSession* session = g_session) session->Switch(index);
+    return nullptr;
+  }
+
+  /// 0 says that the driver has lost its clock and knows no rate.
+  __attribute__((force_align_arg_pointer)) static void __cdecl RateChanged(double rate) {
+    const Inside inside;
+    AsioSession* session = g_session;
+    if (session && rate > 0 && !SameRate(rate, session->request_.format.nSamplesPerSec)) session->Lose();
+  }
+
+  __attribute__((force_align_arg_pointer)) static int32_t __cdecl OnMessage(int32_t selector, int32_t value,
+                                                                            void*, double*) {
+    const Inside inside;
+    switch (selector) {
+      case asio::kSelectorSupported:
+        return value == asio::kSelectorSupported || value == asio::kEngineVersion ||
+               value == asio::kResetRequest || value == asio::kResyncRequest;
+      case asio::kEngineVersion:
+        return asio::kHostVersion;
+      case asio::kResetRequest:
+      case asio::kResyncRequest:
+        if (AsioSession* session = g_session) session->Lose();
+        return 1;
+      default:
+        return 0;
+    }
+  }
+
+  static constexpr asio::Callbacks kTable = {&BufferSwitch, &RateChanged, &OnMessage, &BufferSwitchTimeInfo};
+};
+
+HRESULT AsioSession::Open(const AsioRequest& request, std::shared_ptr<AsioSession>* out) {
+  auto session = std::make_shared<AsioSession>(request);
+  if (!session->prepared_ || !session->command_ || !session->answer_ || !session->ended_)
+    return E_OUTOFMEMORY;
+  if (!TakeSeat(request.clsid)) return kBusy;
+  bool runs = false;
+  try {
+    runs = StartDriverThread([session] { session->Run(); });
+  } catch (const std::bad_alloc&) {
+  }
+  if (!runs) {
+    LeaveSeat();
+    return E_OUTOFMEMORY;
+  }
+  const bool prepared = session->prepared_.WaitAsCaller(request.patience.open_ms);
+  const HRESULT result = prepared ? session->result_ : kTimedOut;
+  if (FAILED(result)) {
+    session->Close();
+    return result;
+  }
+  *out = std::move(session);
+  return S_OK;
+}
+
+bool AsioSession::IsInUse(const CLSID& clsid) {
+  const Lock lock(g_seat.lock);
+  return g_seat.taken && SameGuid(g_seat.clsid, clsid);
+}
+
+bool AsioSession::Start() {
+  if (lost_) return false;
+  if (started_) return true;
+  answer_.Reset();
+  start_ = true;
+  command_.Set();
+  if (!answer_.WaitAsCaller(request_.patience.start_ms) || !started_) Lose();
+  return !lost_;
+}
+
+void AsioSession::Close() {
+  quit_ = true;
+  command_.Set();
+  ended_.WaitAsCaller(request_.patience.close_ms);
+}
+
+void AsioSession::Lose() {
+  lost_ = true;
+  // The driver may go on asking: with silence from now on, not with the same two halves for ever.
+  if (feed_) feed_->Halt();
+}
+
+void AsioSession::Run() {
+  try {
+    result_ = Prepare();
+  } catch (const std::bad_alloc&) {
+    result_ = E_OUTOFMEMORY;
+  }
+  const bool usable = SUCCEEDED(result_);
+  prepared_.Set();
+  while (usable) {
+    command_.WaitAsDriver();
+    if (quit_) break;
+    command_.Reset();
+    if (quit_) break;
+    if (start_.exchange(false)) {
+      if (!started_) started_ = driver_->start() == asio::kOk;
+      answer_.Set();
+    }
+  }
+  Release();
+  ended_.Set();
+}
+
+HRESULT AsioSession::Prepare() {
+  const HRESULT made =
+      CoCreateInstance(request_.clsid, nullptr, CLSCTX_INPROC_SERVER, request_.clsid, driver_.ReceiveVoid());
+  if (FAILED(made)) static_cast<void>(driver_.Detach());
+  if (FAILED(made) || !driver_) return FAILED(made) ? made : E_FAIL;
+  if (driver_->init(request_.window) == 0) return E_FAIL;
+  const HRESULT rate_set = SetRate();
+  if (FAILED(rate_set)) return rate_set;
+
+  int32_t inputs = 0;
+  int32_t outputs = 0;
+  int32_t error = driver_->getChannels(&inputs, &outputs);
+  if (error != asio::kOk) return ResultOf(error);
+  // A mono track is to be heard on both sides where there are two.
+  const uint16_t channels = request_.format.nChannels == 1 && outputs > 1 ? 2 : request_.format.nChannels;
+  if (outputs < channels) return E_FAIL;
+
+  asio::Driver& driver = *driver_;
+  AsioBufferSizes sizes;
+  error = driver.getBufferSize(&sizes.smallest, &sizes.largest, &sizes.preferred, &sizes.granularity);
+  if (error != asio::kOk) return ResultOf(error);
+  const uint32_t frames = ChooseAsioFrames(sizes);
+  if (frames == 0) return E_FAIL;
+
+  // Room for two of the driver's buffers at least, in steps of the size that was asked for.
+  const uint32_t needed = 2 * frames * request_.format.nBlockAlign;
+  const uint32_t steps = (needed + request_.buffer_bytes - 1) / request_.buffer_bytes;
+  feed_ = std::make_unique<AsioFeed>(request_.format, std::max(steps, 1u) * request_.buffer_bytes);
+
+  g_session = this;
+  const HRESULT created = CreateBuffers(channels, frames);
+  if (FAILED(created)) return created;
+  int32_t latency = 0;
+  int32_t ignored = 0;
+  if (driver.getLatencies(&ignored, &latency) != asio::kOk || latency < 0) latency = 0;
+  latency = std::min(latency, kMaxLatencyFrames);
+  latency_ms_ =
+      static_cast<uint32_t>(uint64_t{static_cast<uint32_t>(latency)} * 1000 / request_.format.nSamplesPerSec);
+  tells_ready_ = driver.outputReady() == asio::kOk;
+  return lost_ ? E_FAIL : S_OK;
+}
+
+/// The rate stays when the driver is released: setting it back would make the card's clock jump twice between
+/// two tracks.
+HRESULT AsioSession::SetRate() {
+  const double wanted = request_.format.nSamplesPerSec;
+  if (driver_->canSampleRate(wanted) != asio::kOk) return E_FAIL;
+  double rate = 0;
+  if (driver_->getSampleRate(&rate) == asio::kOk && SameRate(rate, wanted)) return S_OK;
+  const int32_t error = driver_->setSampleRate(wanted);
+  if (error != asio::kOk) return ResultOf(error);
+  // Some take every rate and keep the one that their clock source gives.
+  if (driver_->getSampleRate(&rate) == asio::kOk && !SameRate(rate, wanted)) return E_FAIL;
+  return S_OK;
+}
+
+HRESULT AsioSession::CreateBuffers(uint16_t channels, uint32_t frames) {
+  std::vector<asio::BufferInfo> buffers(channels);
+  std::vector<AsioSampleLayout> layouts(channels);
+  for (uint16_t channel = 0; channel < channels; ++channel) {
+    asio::ChannelInfo info = {};
+    info.channel = channel;
+    const int32_t error = driver_->getChannelInfo(&info);
+    if (error != asio::kOk) return ResultOf(error);
+    if (!LayoutOfAsioType(info.type, &layouts[channel])) return E_FAIL;
+    buffers[channel].channelNum = channel;
+  }
+  const int32_t error =
+      driver_->createBuffers(buffers.data(), channels, static_cast<int32_t>(frames), &Calls::kTable);
+  if (error != asio::kOk) return ResultOf(error);
+  has_buffers_ = true;
+  frames_ = frames;
+  for (size_t half = 0; half < outputs_.size(); ++half) {
+    for (uint16_t channel = 0; channel < channels; ++channel) {
+      auto* memory = static_cast<uint8_t*>(buffers[channel].buffers[half]);
+      if (!memory) return E_FAIL;
+      const auto source = static_cast<uint16_t>(request_.format.nChannels == 1 ? 0 : channel);
+      outputs_[half].push_back({memory, layouts[channel], source});
+    }
+    feed_->Fill(outputs_[half], frames);
+  }
+  ready_ = true;
+  return S_OK;
+}
+
+/// Only when the driver is gone may the next session begin. Where a callback does not come back the session
+/// stays for good, and its seat taken.
+void AsioSession::Release() {
+  if (started_) driver_->stop();
+  AsioSession* self = this;
+  const bool had_calls = g_session.compare_exchange_strong(self, nullptr);
+  const bool all_out = !had_calls || WaitUntilNobodyIsInside();
+  if (has_buffers_) driver_->disposeBuffers();
+  driver_.Reset();
+  if (!all_out) {
+    static_cast<void>(new std::shared_ptr<AsioSession>(shared_from_this()));
+    return;
+  }
+  LeaveSeat();
+}
+
+void AsioSession::Switch(int32_t index) {
+  if (!ready_ || index < 0 || index > 1) return;
+  feed_->Fill(outputs_[static_cast<size_t>(index)], frames_);
+  if (tells_ready_) driver_->outputReady();
+}
+
+}  // namespace melorin

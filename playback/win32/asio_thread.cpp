@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "playback/win32/asio_thread.h"
+
+#include <objbase.h>
+#include <process.h>
+
+#include <memory>
+
+namespace melorin {
+
+namespace {
+
+__attribute__((force_align_arg_pointer)) unsigned __stdcall RunDriverThread(void* argument) noexcept {
+  const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(argument));
+  const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  (*body)();
+  if (SUCCEEDED(apartment)) CoUninitialize();
+  return 0;
+}
+
+}  // namespace
+
+void DriverEvent::WaitAsDriver() {
+  while (MsgWaitForMultipleObjectsEx(1, &handle_, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE) ==
+         WAIT_OBJECT_0 + 1) {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+}
+
+bool DriverEvent::WaitAsCaller(uint32_t timeout_ms) {
+  const DWORD begin = GetTickCount();
+  for (;;) {
+    const DWORD passed = GetTickCount() - begin;
+    const DWORD left = passed < timeout_ms ? timeout_ms - passed : 0;
+    if (MsgWaitForMultipleObjects(1, &handle_, FALSE, left, QS_SENDMESSAGE) != WAIT_OBJECT_0 + 1)
+      return WaitForSingleObject(handle_, 0) == WAIT_OBJECT_0;
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+  }
+}
+
+bool StartDriverThread(std::function<void()> body) {
+  auto owned = std::make_unique<std::function<void()>>(std::move(body));
+  const uintptr_t handle = _beginthreadex(nullptr, 0, &RunDriverThread, owned.get(), 0, nullptr);
+  if (handle == 0) return false;
+  static_cast<void>(owned.release());
+  CloseHandle(reinterpret_cast<HANDLE>(handle));
+  return true;
+}
+
+}  // namespace melorin
