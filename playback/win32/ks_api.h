@@ -16,6 +16,7 @@ namespace melorin {
 struct KsApi {
   decltype(&::SetupDiGetClassDevsW) GetClassDevs = nullptr;
   decltype(&::SetupDiEnumDeviceInterfaces) EnumDeviceInterfaces = nullptr;
+  decltype(&::SetupDiGetDeviceInterfaceAlias) GetDeviceInterfaceAlias = nullptr;
   decltype(&::SetupDiGetDeviceInterfaceDetailW) GetDeviceInterfaceDetail = nullptr;
   decltype(&::SetupDiOpenDeviceInterfaceRegKey) OpenDeviceInterfaceRegKey = nullptr;
   decltype(&::SetupDiDestroyDeviceInfoList) DestroyDeviceInfoList = nullptr;
@@ -25,13 +26,13 @@ struct KsApi {
   decltype(&::CloseHandle) Close = nullptr;
   decltype(&::DeviceIoControl) IoControl = nullptr;
   decltype(&::GetOverlappedResult) OverlappedResult = nullptr;
-  decltype(&::CancelIo) Cancel = nullptr;
+  decltype(&::CancelIoEx) Cancel = nullptr;
   /// KsCreatePin of "ksuser.dll".
   DWORD(WINAPI* CreatePin)(HANDLE filter, PKSPIN_CONNECT connect, ACCESS_MASK access, PHANDLE pin) = nullptr;
 };
 
 /// The platform's own; loaded on first use, never unloaded. Null where "setupapi.dll" or "ksuser.dll" lacks
-/// one.
+/// one. That there is a KsCreatePin does not mean that it works.
 const KsApi* PlatformKsApi();
 
 }  // namespace melorin

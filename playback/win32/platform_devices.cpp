@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// The devices of Windows behind DeviceFactory. Kernel Streaming is refused.
+// The devices of Windows behind DeviceFactory.
 #include <windows.h>
 
 #include <mmsystem.h>
@@ -11,6 +11,7 @@
 #include "playback/open_device.h"
 #include "playback/win32/asio_device.h"
 #include "playback/win32/direct_sound_device.h"
+#include "playback/win32/kernel_streaming_device.h"
 #include "playback/win32/wave_out_device.h"
 
 namespace melorin {
@@ -44,8 +45,10 @@ class PlatformDevices final : public DeviceFactory {
     return OpenDirectSoundDevice(host_, *request.format, request.buffer_bytes, request.software, out);
   }
 
-  HRESULT OpenKernelStreaming(const WAVEFORMATEX&, uint32_t, uint32_t, int32_t, OutputDevice**) override {
-    return E_NOTIMPL;
+  HRESULT OpenKernelStreaming(const WAVEFORMATEX& format, uint32_t block_bytes, uint32_t blocks,
+                              int32_t index, OutputDevice** out) override {
+    const KsApi* api = PlatformKsApi();
+    return api ? OpenKernelStreamingDevice(*api, format, block_bytes, blocks, index, out) : E_NOTIMPL;
   }
   HRESULT OpenAsio(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index,
                    OutputDevice** out) override {
@@ -89,6 +92,8 @@ std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
       return ListWaveOutDevices();
     case DeviceKind::kDirectSound:
       return ListDirectSoundDevices();
+    case DeviceKind::kKernelStreaming:
+      return PlatformKsApi() ? ListKernelStreamingDevices(*PlatformKsApi()) : std::vector<DeviceInfo>();
     case DeviceKind::kAsio:
       return ListAsioDevices();
     default:
