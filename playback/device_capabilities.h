@@ -9,6 +9,9 @@
 
 #include "platform/com.h"
 
+// The platform's headers have a function of that name, which they define as a macro.
+#undef DeviceCapabilities
+
 namespace melorin {
 
 /// 0 stands for what the device does not say.
@@ -25,9 +28,15 @@ struct DeviceCapabilities {
   uint32_t buffer_frames = 0;
 };
 
+/// Rates that sound files and cards have, Hz, rising: what a device is asked for where it states no list.
+inline constexpr uint32_t kUsualRates[] = {8000,  11025, 16000, 22050,  32000,  44100,  48000,
+                                           64000, 88200, 96000, 176400, 192000, 352800, 384000};
+/// The widths that the player can put out.
+inline constexpr uint16_t kOutputBits[] = {8, 16, 24, 32};
+
 /// Asks the device with that identifier (see DeviceInfo::id); slow, as drivers are. E_NOTIMPL for a kind that
-/// does not exist here, E_INVALIDARG for an index past the last device, the device's failure. Thread: the UI
-/// thread.
+/// does not exist here, E_INVALIDARG for an index past the last device, the device's failure; `out` then says
+/// nothing. Thread: the UI thread.
 HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out);
 
 /// The lines that the settings page shows, GBK: "8000 - 192000 Hz 立体声", "8 - 24 比特", "512 Samples", then

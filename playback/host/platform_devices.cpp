@@ -3,6 +3,7 @@
 // The host build plays nothing: it decodes and measures.
 #include <new>
 
+#include "playback/device_capabilities.h"
 #include "playback/open_device.h"
 
 namespace melorin {
@@ -27,6 +28,12 @@ std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void*) {
 
 std::vector<DeviceInfo> ListDevices(DeviceKind) {
   return {};
+}
+
+HRESULT QueryDeviceCapabilities(const GUID&, DeviceCapabilities* out) {
+  if (!out) return E_POINTER;
+  *out = {};
+  return E_NOTIMPL;
 }
 
 }  // namespace melorin

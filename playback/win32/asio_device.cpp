@@ -134,10 +134,6 @@ void* DialogOwner(void* window) {
   return window && IsWindow(static_cast<HWND>(window)) ? window : GetDesktopWindow();
 }
 
-/// Rates that sound files and cards have, Hz.
-constexpr uint32_t kUsualRates[] = {8000,  11025, 16000, 22050,  32000,  44100,  48000,
-                                    64000, 88200, 96000, 176400, 192000, 352800, 384000};
-
 HRESULT AskDriver(const CLSID& clsid, void* window, DeviceCapabilities* out) {
   ComPtr<asio::Driver> driver;
   const HRESULT made = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, clsid, driver.ReceiveVoid());

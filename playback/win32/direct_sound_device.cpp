@@ -400,4 +400,44 @@ std::vector<DeviceInfo> ListDirectSoundDevices() {
   return list;
 }
 
+HRESULT QueryDirectSoundDevice(const std::shared_ptr<DirectSoundHost>& host, DeviceCapabilities* out) {
+  if (!out) return E_POINTER;
+  *out = {};
+  if (!host) return E_INVALIDARG;
+  DSCAPS caps = {};
+  caps.dwSize = sizeof caps;
+  const HRESULT result = host->object->GetCaps(&caps);
+  if (FAILED(result)) return result;
+  DeviceCapabilities found;
+  // A device that mixes in software may state nothing; then the mixer's own limits hold.
+  found.min_rate = caps.dwMinSecondarySampleRate > 0 ? caps.dwMinSecondarySampleRate : DSBFREQUENCY_MIN;
+  found.max_rate = std::max<uint32_t>(
+      caps.dwMaxSecondarySampleRate > 0 ? caps.dwMaxSecondarySampleRate : DSBFREQUENCY_MAX, found.min_rate);
+  const auto makes = [&host](uint16_t channels, uint16_t bits) {
+    const WAVEFORMATEX format = MakePcmFormat(channels, 44100, bits);
+    const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format);
+    const uint32_t bytes = 4410u * format.nBlockAlign;
+    ComPtr<OutputDevice> device;
+    if (SUCCEEDED(OpenDirectSoundDevice(host, format, bytes, true, device.Receive()))) return true;
+    return SUCCEEDED(OpenDirectSoundDevice(host, extensible.Format, bytes, true, device.Receive()));
+  };
+  try {
+    for (const uint16_t bits : kOutputBits)
+      if (makes(2, bits)) found.bits.push_back(bits);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+  if (!found.bits.empty()) {
+    found.min_bits = found.bits.front();
+    found.max_bits = found.bits.back();
+  }
+  for (const uint16_t channels : {uint16_t{8}, uint16_t{6}, uint16_t{4}, uint16_t{2}, uint16_t{1}}) {
+    if (!makes(channels, 16)) continue;
+    found.max_channels = channels;
+    break;
+  }
+  *out = std::move(found);
+  return S_OK;
+}
+
 }  // namespace melorin

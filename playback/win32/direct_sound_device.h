@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "playback/device_capabilities.h"
 #include "playback/open_device.h"
 
 namespace melorin {
@@ -37,5 +38,8 @@ HRESULT OpenDirectSoundDevice(const std::shared_ptr<DirectSoundHost>& host, cons
 
 /// What "DirectSoundEnumerateA" lists, the default device first. Empty without dsound.dll.
 std::vector<DeviceInfo> ListDirectSoundDevices();
+
+/// The rates that the device states, and the widths and channels of which a buffer can be made.
+HRESULT QueryDirectSoundDevice(const std::shared_ptr<DirectSoundHost>& host, DeviceCapabilities* out);
 
 }  // namespace melorin

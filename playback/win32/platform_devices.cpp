@@ -8,6 +8,7 @@
 #include <new>
 
 #include "platform/text.h"
+#include "playback/device_capabilities.h"
 #include "playback/open_device.h"
 #include "playback/win32/asio_device.h"
 #include "playback/win32/direct_sound_device.h"
@@ -17,6 +18,21 @@
 namespace melorin {
 
 namespace {
+
+constexpr HRESULT kNoDriver = static_cast<HRESULT>(0x88780078);  // DSERR_NODRIVER
+
+/// index: of ListDirectSoundDevices; -1: see guid.
+HRESULT OpenHost(int32_t index, GUID guid, void* window, bool create_primary,
+                 std::shared_ptr<DirectSoundHost>* out) {
+  bool by_default = index == 0;
+  if (index > 0) {
+    const std::vector<DeviceInfo> list = ListDirectSoundDevices();
+    if (static_cast<size_t>(index) >= list.size()) return kNoDriver;
+    guid = list[static_cast<size_t>(index)].id;
+    by_default = ParseDeviceId(guid).index >= 0;
+  }
+  return OpenDirectSoundHost(by_default ? nullptr : &guid, window, create_primary, out);
+}
 
 class PlatformDevices final : public DeviceFactory {
  public:
@@ -30,16 +46,7 @@ class PlatformDevices final : public DeviceFactory {
   HRESULT OpenDirectSound(const DirectSoundRequest& request, OutputDevice** out) override {
     // One DirectSound object for all attempts at a track; the factory lives no longer than that.
     if (!host_) {
-      GUID guid = request.guid;
-      bool by_default = request.index == 0;
-      if (request.index > 0) {
-        const std::vector<DeviceInfo> list = ListDirectSoundDevices();
-        if (static_cast<size_t>(request.index) >= list.size()) return DSERR_NODRIVER_RESULT;
-        guid = list[static_cast<size_t>(request.index)].id;
-        by_default = ParseDeviceId(guid).index >= 0;
-      }
-      const HRESULT result =
-          OpenDirectSoundHost(by_default ? nullptr : &guid, window_, request.create_primary, &host_);
+      const HRESULT result = OpenHost(request.index, request.guid, window_, request.create_primary, &host_);
       if (FAILED(result)) return result;
     }
     return OpenDirectSoundDevice(host_, *request.format, request.buffer_bytes, request.software, out);
@@ -56,11 +63,16 @@ class PlatformDevices final : public DeviceFactory {
   }
 
  private:
-  static constexpr HRESULT DSERR_NODRIVER_RESULT = static_cast<HRESULT>(0x88780078);
-
   void* window_;
   std::shared_ptr<DirectSoundHost> host_;
 };
+
+HRESULT QueryDirectSound(const DeviceChoice& choice, DeviceCapabilities* out) {
+  std::shared_ptr<DirectSoundHost> host;
+  const HRESULT result = OpenHost(choice.index, choice.guid, nullptr, false, &host);
+  if (FAILED(result)) return result == kNoDriver && choice.index > 0 ? E_INVALIDARG : result;
+  return QueryDirectSoundDevice(host, out);
+}
 
 std::vector<DeviceInfo> ListWaveOutDevices() {
   std::vector<DeviceInfo> list;
@@ -98,6 +110,22 @@ std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
       return ListAsioDevices();
     default:
       return {};
+  }
+}
+
+HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out) {
+  if (!out) return E_POINTER;
+  *out = {};
+  const DeviceChoice choice = ParseDeviceId(id);
+  switch (choice.kind) {
+    case static_cast<int32_t>(DeviceKind::kWaveOut):
+      return QueryWaveOutDevice(WaveOutNumber(choice.index), out);
+    case static_cast<int32_t>(DeviceKind::kDirectSound):
+      return QueryDirectSound(choice, out);
+    case static_cast<int32_t>(DeviceKind::kAsio):
+      return QueryAsioDevice(choice.index, nullptr, out);
+    default:
+      return E_NOTIMPL;
   }
 }
 

@@ -308,6 +308,14 @@ HRESULT WaveOutDevice::Write(const uint8_t* data, uint32_t bytes) {
   }
 }
 
+/// In the two ways in which a track tries to open it.
+bool Takes(int32_t number, const WAVEFORMATEX& format) {
+  const auto asks = [number](const WAVEFORMATEX& way) {
+    return waveOutOpen(nullptr, static_cast<UINT>(number), &way, 0, 0, WAVE_FORMAT_QUERY) == MMSYSERR_NOERROR;
+  };
+  return asks(MakeExtensible(format).Format) || asks(format);
+}
+
 }  // namespace
 
 HRESULT OpenWaveOutDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t number,
@@ -322,6 +330,41 @@ HRESULT OpenWaveOutDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int
     const HRESULT result = device->Open();
     if (FAILED(result)) return result;
     *out = device.Detach();
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT QueryWaveOutDevice(int32_t number, DeviceCapabilities* out) {
+  if (!out) return E_POINTER;
+  *out = {};
+  const UINT count = waveOutGetNumDevs();
+  if (count == 0) return number > 0 ? E_INVALIDARG : E_FAIL;
+  if (number < -1 || number >= static_cast<int32_t>(count)) return E_INVALIDARG;
+  WAVEOUTCAPSW caps = {};
+  const auto device = static_cast<UINT_PTR>(static_cast<INT_PTR>(number));
+  if (waveOutGetDevCapsW(device, &caps, sizeof caps) != MMSYSERR_NOERROR) return E_FAIL;
+  try {
+    // Some say 65535 where they do not know.
+    const uint16_t channels = caps.wChannels == 0 || caps.wChannels > 8 ? uint16_t{2} : caps.wChannels;
+    const uint16_t stereo = std::min<uint16_t>(channels, 2);
+    DeviceCapabilities found;
+    found.max_channels = channels;
+    for (const uint32_t rate : kUsualRates)
+      if (Takes(number, MakePcmFormat(stereo, rate, 16))) found.rates.push_back(rate);
+    if (found.rates.empty()) return E_FAIL;
+    found.min_rate = found.rates.front();
+    found.max_rate = found.rates.back();
+    const bool has_44100 = std::find(found.rates.begin(), found.rates.end(), 44100u) != found.rates.end();
+    for (const uint16_t bits : kOutputBits)
+      if (Takes(number, MakePcmFormat(stereo, has_44100 ? 44100 : found.max_rate, bits)))
+        found.bits.push_back(bits);
+    if (!found.bits.empty()) {
+      found.min_bits = found.bits.front();
+      found.max_bits = found.bits.back();
+    }
+    *out = std::move(found);
     return S_OK;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
