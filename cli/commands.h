@@ -55,6 +55,7 @@ extern const Command kConfigCommand;
 extern const Command kTitleCommand;
 extern const Command kPlaylistCommand;
 extern const Command kListCommand;
+extern const Command kDevicesCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.
 int RunCommandLine(const CommandContext& context, std::span<const std::string> arguments);

@@ -124,6 +124,22 @@ class EndToEnd(unittest.TestCase):
         self.assertIn(["filter", "Wave 音频文件", "*.wav"],
                       [[r[0], r[1].split("(")[0].strip(), r[2]] for r in records if r[0] == "filter"])
 
+    def test_devices_are_listed_under_their_kinds(self):
+        done = run("devices", "--formats")
+        self.assertEqual((done.returncode, done.errors), (0, []))
+        records = [line.split("\t") for line in done.stdout.decode("utf-8").splitlines()]
+        self.assertEqual([r[1:] for r in records if r[0] == "kind"],
+                         [["0", "waveOut(Windows 波型输出)"], ["1", "DirectSound"],
+                          ["2", "Kernel Streaming(内核音频流)"], ["3", "ASIO(Steinberg Audio Stream I/O API)"]])
+        for before, record in zip(records, records[1:]):
+            if record[0] == "device":
+                self.assertRegex(record[1], r"^\{[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\}$")
+            elif record[0] == "format":
+                self.assertIn(before[0], ("device", "format"))
+                self.assertRegex(record[1], r" (Hz|比特|Samples)( .*)?$")
+            else:
+                self.assertEqual(record[0], "kind")
+
     # info
 
     def test_info_describes_wave_files(self):
