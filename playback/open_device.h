@@ -64,8 +64,7 @@ struct DeviceInfo {
 
 /// "DirectSound", "waveOut(Windows 波型输出)" …; empty for a kind that does not exist.
 std::string DeviceKindNameGbk(int32_t kind);
-/// The devices of that kind in the order of their index; none where the platform has none. Kernel Streaming
-/// devices are not listed.
+/// The devices of that kind in the order of their index; none where the platform has none.
 std::vector<DeviceInfo> ListDevices(DeviceKind kind);
 
 }  // namespace melorin

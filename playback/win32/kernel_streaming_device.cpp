@@ -347,7 +347,8 @@ HRESULT KernelStreamingDevice::WriteBlock(const uint8_t* data, uint32_t bytes, b
   const Lock lock(lock_);
   packets_.Settle(*packet, error);
   if (error == ERROR_SUCCESS) return S_OK;
-  // A write of which a part is already queued cannot be tried again.
+  if (resetting_) return E_FAIL;  // A pin that is being stopped may refuse.
+  // Only a shortage passes, and a write of which a part is already queued cannot be tried again.
   if (!first || !IsShortage(error)) lost_ = true;
   return ResultOf(error);
 }

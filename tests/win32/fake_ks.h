@@ -160,11 +160,16 @@ class FakeKs {
     const Lock lock(mutex_);
     PlayLocked(Stream(), bytes);
   }
-  /// What is still held is given back after all.
-  void GiveBack() {
+  /// What is still held is given back after all, late changes of state too. False when somebody has let go of
+  /// it in the meantime.
+  bool GiveBack() {
     const Lock lock(mutex_);
+    for (OVERLAPPED* overlapped : muted_)
+      Finish(overlapped, ERROR_SUCCESS, 0);
+    muted_.clear();
     for (auto& [handle, stream] : streams_)
       FinishAllLocked(*stream, ERROR_OPERATION_ABORTED);
+    return !lost_events_;
   }
   void Unplug() {
     const Lock lock(mutex_);
@@ -297,7 +302,10 @@ class FakeKs {
           out_bytes, returned, overlapped);
     }
     if (property->Flags == KSPROPERTY_TYPE_SET && SameGuid(property->Set, {STATIC_KSPROPSETID_Connection})) {
-      if (self.mute_states) return Fail(ERROR_IO_PENDING);
+      if (self.mute_states) {
+        self.muted_.push_back(overlapped);
+        return Fail(ERROR_IO_PENDING);
+      }
       if (self.state_error) return Fail(self.state_error);
       self.EnterLocked(*stream, *static_cast<const KSSTATE*>(out));
       Finish(overlapped, ERROR_SUCCESS, 0);
@@ -351,7 +359,7 @@ class FakeKs {
   static void Finish(OVERLAPPED* overlapped, DWORD error, DWORD bytes) {
     overlapped->InternalHigh = bytes;
     overlapped->Internal = error == ERROR_SUCCESS ? 0 : 0xC0000000u | error;
-    ::SetEvent(overlapped->hEvent);
+    if (!::SetEvent(overlapped->hEvent)) Self().lost_events_ = true;
   }
 
   BOOL QueueLocked(KsStream& stream, KSSTREAM_HEADER* header, LPOVERLAPPED overlapped) {
@@ -407,6 +415,8 @@ class FakeKs {
   static inline FakeKs* instance_ = nullptr;
   CriticalSection mutex_;
   std::map<HANDLE, std::unique_ptr<KsStream>> streams_;
+  std::vector<OVERLAPPED*> muted_;
+  bool lost_events_ = false;
   size_t open_handles_ = 0;
   size_t enumerated_ = 0;
 };

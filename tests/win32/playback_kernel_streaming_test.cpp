@@ -398,7 +398,7 @@ TEST_F(KernelStreaming, AStalledDriverHoldsUpNobodyAndKeepsItsMemory) {
     held.insert(held.end(), bytes, bytes + packet.header->DataUsed);
   }
   EXPECT_EQ(held, data);
-  ks_.GiveBack();
+  EXPECT_TRUE(ks_.GiveBack());
 }
 
 TEST_F(KernelStreaming, ADriverThatDoesNotAnswerIsGivenUp) {
@@ -411,6 +411,48 @@ TEST_F(KernelStreaming, ADriverThatDoesNotAnswerIsGivenUp) {
   EXPECT_LT(Write(Data(kBlock)), 0);
   device_.Reset();
   EXPECT_LT(SystemClock().TickMs() - begin, 3000u);
+  EXPECT_TRUE(ks_.GiveBack()) << "the answer comes late";
+}
+
+TEST_F(KernelStreaming, TwoThreadsMayUseItAtOnce) {
+  ks_.clock = &SystemClock();
+  ks_.bytes_per_second = 2000000;
+  Open();
+  const fake::Bytes data = Data(kBlock + 40);
+  std::atomic<bool> done{false};
+  std::atomic<uint32_t> written{0};
+  Thread writer;
+  ASSERT_TRUE(writer.Start([&] {
+    while (!done) {
+      uint32_t room = 0;
+      EXPECT_EQ(device_->GetFreeSpace(&room), S_OK);
+      if (room < 2 * kBlock) continue;
+      const HRESULT result = Write(data);
+      if (result == S_OK) ++written;
+      EXPECT_TRUE(result == S_OK || result == E_FAIL) << result;
+    }
+  }));
+  const uint32_t begin = SystemClock().TickMs();
+  for (int i = 0; SystemClock().TickMs() - begin < 300; ++i) {
+    EXPECT_EQ(device_->Play(), S_OK);
+    uint32_t last = 0;
+    for (int k = 0; k < 20; ++k) {
+      const uint32_t now = Position();
+      EXPECT_GE(now, last);
+      last = now;
+    }
+    EXPECT_EQ(device_->Pause(), S_OK);
+    EXPECT_GE(Position(), last);
+    if (i % 3 == 0) {
+      EXPECT_EQ(device_->Reset(), S_OK);
+    }
+  }
+  done = true;
+  writer.Join();
+  EXPECT_GT(written, 10u);
+  EXPECT_EQ(device_->Reset(), S_OK);
+  EXPECT_EQ(Position(), 0u);
+  EXPECT_EQ(Room(), kBlocks * kBlock);
 }
 
 TEST_F(KernelStreaming, CapabilitiesAreThoseOfAllItsPins) {
@@ -457,7 +499,7 @@ class KernelStreamingTrack : public testing::Test, private EventTarget {
   void TearDown() override {
     stream_.Reset();
     EXPECT_EQ(ks_.OpenHandles(), 0u);
-    ks_.GiveBack();
+    EXPECT_TRUE(ks_.GiveBack());
   }
   HRESULT TryOpen() {
     KsFactory factory(ks_.Api(), clock_);
