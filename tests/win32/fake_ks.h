@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -144,7 +145,9 @@ class FakeKs {
   std::atomic<DWORD> position_error{0};
   std::atomic<DWORD> write_error{0};      ///< For one write.
   std::atomic<uint64_t> first_offset{0};  ///< What a stopped pin counts from.
-  Clock* clock = nullptr;                 ///< Plays by itself when there is one.
+  /// Done once, in the middle of the next call of that kind: after the driver has made up its answer.
+  std::function<void()> amid_write, amid_position;
+  Clock* clock = nullptr;  ///< Plays by itself when there is one.
   uint32_t bytes_per_second = 0;
 
   /// The pin that was connected last.
@@ -283,6 +286,13 @@ class FakeKs {
   static BOOL WINAPI IoControl(HANDLE handle, DWORD code, LPVOID in, DWORD in_bytes, LPVOID out,
                                DWORD out_bytes, LPDWORD returned, LPOVERLAPPED overlapped) {
     FakeKs& self = Self();
+    const bool asks = code == IOCTL_KS_PROPERTY && self.AsksPosition(static_cast<const KSPROPERTY*>(in));
+    std::optional<uint64_t> old_offset;
+    if (asks && self.amid_position) {
+      old_offset = self.Stream().offset;
+      std::exchange(self.amid_position, nullptr)();
+    }
+    if (code == IOCTL_KS_WRITE_STREAM && self.amid_write) std::exchange(self.amid_write, nullptr)();
     const Lock lock(self.mutex_);
     overlapped->Internal = STATUS_PENDING;
     KsStream* stream = self.FindLocked(handle);
@@ -311,9 +321,10 @@ class FakeKs {
       Finish(overlapped, ERROR_SUCCESS, 0);
       return Fail(ERROR_IO_PENDING);
     }
-    if (SameGuid(property->Set, {STATIC_KSPROPSETID_Audio}) && property->Id == KSPROPERTY_AUDIO_POSITION) {
-      KSAUDIO_POSITION position = {stream->offset, stream->offset};
-      return self.Answer({BytesOf(position), self.position_error}, out, out_bytes, returned, overlapped);
+    if (asks) {
+      const uint64_t offset = old_offset.value_or(stream->offset);
+      return Answer({BytesOf(KSAUDIO_POSITION{offset, offset}), self.position_error}, out, out_bytes,
+                    returned, overlapped);
     }
     return Fail(ERROR_SET_NOT_FOUND);
   }
@@ -330,6 +341,10 @@ class FakeKs {
     KsStream* stream = self.FindLocked(handle);
     if (stream && !self.stalled) self.FinishAllLocked(*stream, ERROR_OPERATION_ABORTED);
     return TRUE;
+  }
+
+  static bool AsksPosition(const KSPROPERTY* property) {
+    return SameGuid(property->Set, {STATIC_KSPROPSETID_Audio}) && property->Id == KSPROPERTY_AUDIO_POSITION;
   }
 
   KsStream* FindLocked(HANDLE handle) {

@@ -414,6 +414,23 @@ TEST_F(KernelStreaming, ADriverThatDoesNotAnswerIsGivenUp) {
   EXPECT_TRUE(ks_.GiveBack()) << "the answer comes late";
 }
 
+TEST_F(KernelStreaming, CallsMayMeetInTheMiddle) {
+  Open();
+  for (int i = 0; i < 2; ++i) {
+    ks_.amid_write = [&] { EXPECT_EQ(Room(), (kBlocks - 1) * kBlock) << "not sent, but no longer free"; };
+    EXPECT_EQ(Write(Data(kBlock)), S_OK);
+    ASSERT_EQ(device_->Play(), S_OK);
+    ks_.Play(kBlock);
+    ks_.amid_position = [&] {
+      EXPECT_EQ(Position(), 0u) << "the last one known";
+      EXPECT_EQ(device_->Reset(), S_OK);
+      EXPECT_EQ(Write(Data(2 * kBlock)), S_OK);
+    };
+    EXPECT_EQ(Position(), 0u) << "an answer of before the reset";
+    EXPECT_EQ(device_->Reset(), S_OK);
+  }
+}
+
 TEST_F(KernelStreaming, TwoThreadsMayUseItAtOnce) {
   ks_.clock = &SystemClock();
   ks_.bytes_per_second = 2000000;
