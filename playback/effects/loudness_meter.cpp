@@ -36,13 +36,59 @@ constexpr int kChannels[kMaxChannels][kMaxChannels] = {
      EBUR128_Mm090},
 };
 
+/// By ITU-R BS.1770-4, section 2: blocks of 400 ms, one every 100 ms; what is quieter than -70 LUFS does not
+/// count, nor what is 10 LU below the mean of the rest. Blocks are kept as sums in classes of 0.1 LU, so that
+/// the room does not grow with the track; only the class that the second gate cuts is counted as a whole.
+class Gate {
+ public:
+  void Add(double lufs) {
+    if (!(lufs >= kLowest)) return;
+    const double place = std::floor((lufs - kLowest) * kClassesPerLu);
+    Class& chosen = classes_[static_cast<size_t>(std::min(place, kClasses - 1.0))];
+    ++chosen.blocks;
+    chosen.energy += std::pow(10, lufs / 10);
+  }
+
+  std::optional<double> Lufs() const {
+    const std::optional<double> ungated = MeanFrom(0);
+    if (!ungated) return std::nullopt;
+    const double place = std::floor((*ungated - kGateLu - kLowest) * kClassesPerLu);
+    return MeanFrom(static_cast<size_t>(std::clamp(place, 0.0, kClasses - 1.0)));
+  }
+
+ private:
+  static constexpr double kLowest = -70;
+  static constexpr double kGateLu = 10;
+  static constexpr double kClassesPerLu = 10;
+  static constexpr size_t kClasses = 1400;  // Up to 70 LUFS.
+  struct Class {
+    uint64_t blocks = 0;
+    double energy = 0;
+  };
+
+  std::optional<double> MeanFrom(size_t first) const {
+    uint64_t blocks = 0;
+    double energy = 0;
+    for (size_t i = first; i < kClasses; ++i) {
+      blocks += classes_[i].blocks;
+      energy += classes_[i].energy;
+    }
+    if (blocks == 0) return std::nullopt;
+    return 10 * std::log10(energy / static_cast<double>(blocks));
+  }
+
+  std::array<Class, kClasses> classes_ = {};
+};
+
 struct DeleteMeter {
   void operator()(ebur128_state* meter) const { ebur128_destroy(&meter); }
 };
 using Meter = std::unique_ptr<ebur128_state, DeleteMeter>;
 
+/// The library filters and weighs; the gate is ours, since the library's allocates while it measures or, in
+/// its other mode, is wrong by up to 0.05 LU.
 Meter MakeMeter(uint32_t sample_rate, uint16_t channels) {
-  Meter meter(ebur128_init(channels, sample_rate, EBUR128_MODE_I | EBUR128_MODE_HISTOGRAM));
+  Meter meter(ebur128_init(channels, sample_rate, EBUR128_MODE_M));
   if (!meter) return nullptr;
   for (unsigned channel = 0; channel < channels; ++channel)
     if (ebur128_set_channel(meter.get(), channel, kChannels[channels - 1][channel]) != EBUR128_SUCCESS)
@@ -56,8 +102,18 @@ struct LoudnessMeter::State {
   Meter meter;
   uint32_t sample_rate = 0;
   uint16_t channels = 0;
+  Gate gate;
+  size_t frames_to_block = 0;
   float peak = 0;
   std::array<float, kPieceSamples> piece;
+
+  size_t HopFrames() const { return (sample_rate + 5) / 10; }  // As the library rounds it.
+  void Begin() {
+    gate = {};
+    frames_to_block = 4 * HopFrames();
+    peak = 0;
+    meter = MakeMeter(sample_rate, channels);
+  }
 };
 
 std::unique_ptr<LoudnessMeter> LoudnessMeter::Create(uint32_t sample_rate, uint16_t channels) {
@@ -65,10 +121,10 @@ std::unique_ptr<LoudnessMeter> LoudnessMeter::Create(uint32_t sample_rate, uint1
     return nullptr;
   std::unique_ptr<State> state(new (std::nothrow) State);
   if (!state) return nullptr;
-  state->meter = MakeMeter(sample_rate, channels);
-  if (!state->meter) return nullptr;
   state->sample_rate = sample_rate;
   state->channels = channels;
+  state->Begin();
+  if (!state->meter) return nullptr;
   return std::unique_ptr<LoudnessMeter>(new (std::nothrow) LoudnessMeter(std::move(state)));
 }
 
@@ -79,35 +135,35 @@ LoudnessMeter::~LoudnessMeter() = default;
 void LoudnessMeter::Add(const float* samples, size_t frames) {
   State& s = *state_;
   if (!s.meter) return;
-  const size_t piece_frames = kPieceSamples / s.channels;
   while (frames > 0) {
-    const size_t now = std::min(frames, piece_frames);
+    const size_t now = std::min({frames, kPieceSamples / s.channels, s.frames_to_block});
     const size_t count = now * s.channels;
     // A sample that is no number would stay in the filters for ever.
     for (size_t i = 0; i < count; ++i) {
       const float size = std::fabs(samples[i]);
-      const bool number = size <= kLoudest;
-      s.piece[i] = number ? samples[i] : 0;
-      s.peak = std::max(s.peak, number ? size : 0);
+      const bool sound = size <= kLoudest;
+      s.piece[i] = sound ? samples[i] : 0;
+      s.peak = std::max(s.peak, sound ? size : 0);
     }
     ebur128_add_frames_float(s.meter.get(), s.piece.data(), now);
     samples += count;
     frames -= now;
+    s.frames_to_block -= now;
+    if (s.frames_to_block > 0) continue;
+    s.frames_to_block = s.HopFrames();
+    double lufs = 0;
+    if (ebur128_loudness_momentary(s.meter.get(), &lufs) == EBUR128_SUCCESS) s.gate.Add(lufs);
   }
 }
 
 void LoudnessMeter::Reset() {
-  State& s = *state_;
-  s.peak = 0;
-  s.meter = MakeMeter(s.sample_rate, s.channels);
+  state_->Begin();
 }
 
 std::optional<TrackGain> LoudnessMeter::Result() const {
-  double loudness = 0;
-  if (!state_->meter || ebur128_loudness_global(state_->meter.get(), &loudness) != EBUR128_SUCCESS ||
-      !std::isfinite(loudness))
-    return std::nullopt;
-  return TrackGain{.gain_db = std::round((kReferenceLufs - loudness) * 100) / 100, .peak = state_->peak};
+  const std::optional<double> lufs = state_->gate.Lufs();
+  if (!lufs) return std::nullopt;
+  return TrackGain{.gain_db = std::round((kReferenceLufs - *lufs) * 100) / 100, .peak = state_->peak};
 }
 
 }  // namespace melorin

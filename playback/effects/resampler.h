@@ -9,18 +9,21 @@
 
 namespace melorin {
 
+/// Measured at the usual rates (docs/decisions/0003-resampler.md).
 enum class ResampleQuality {
-  kFast,  ///< "HQResample" off: noise at least 100 dB below a full-scale tone, images 80 dB.
-  kHigh,  ///< "HQResample" on: 120 dB at 1 kHz, within 0.1 dB at 20 kHz (44.1 kHz), aliases below -100 dB.
+  kFast,  ///< "HQResample" off: noise, images and aliases at least 100 dB below a full-scale tone.
+  kHigh,  ///< "HQResample" on: 140 dB, which is more than 24-bit output holds.
 };
 
-/// The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time where
-/// the input does: the filter's delay is taken out. Thread: one at a time. Nothing allocates but Create and
-/// Clear and, after either, the first few calls.
+/// Level within 0.1 dB up to 20 kHz at 44.1 kHz, that is to 0.907 of the lower rate's half; silent from that
+/// half on. The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time
+/// where the input does: the filter's delay is taken out. Thread: one at a time. Create and Clear allocate;
+/// after either, Process allocates nothing at the usual rates, and at odd ones seldom and little.
 class Resampler {
  public:
-  /// 1 to 8 channels, rates of 1 to 768000 Hz that differ. max_in_frames: the most frames that are ever
-  /// handed to Process at once. Null when a value is out of range or memory runs out.
+  /// 1 to 8 channels, rates of 1 to 768000 Hz that differ, neither more than 256 times the other.
+  /// max_in_frames: the most frames that the caller has at a time; more than so many are not gathered before
+  /// they go through. Null when a value is out of range or memory runs out.
   static std::unique_ptr<Resampler> Create(uint32_t in_rate, uint32_t out_rate, uint16_t channels,
                                            ResampleQuality quality, size_t max_in_frames);
   ~Resampler();
