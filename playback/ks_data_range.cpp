@@ -141,9 +141,6 @@ bool KsRangeTakesPcm(const KsAudioRange& range) {
 }
 
 DeviceCapabilities KsCapabilities(std::span<const KsAudioRange> ranges) {
-  static constexpr uint32_t kRates[] = {8000,  11025, 16000, 22050,  32000,  44100,
-                                        48000, 88200, 96000, 176400, 192000, 384000};
-  static constexpr uint16_t kBits[] = {8, 16, 24, 32};
   const auto narrow = [](uint32_t value) { return static_cast<uint16_t>(std::min(value, 0xFFFFu)); };
   DeviceCapabilities capabilities;
   bool first = true;
@@ -161,10 +158,10 @@ DeviceCapabilities KsCapabilities(std::span<const KsAudioRange> ranges) {
     return std::any_of(ranges.begin(), ranges.end(),
                        [&](const KsAudioRange& range) { return KsRangeTakesPcm(range) && inside(range); });
   };
-  for (const uint32_t rate : kRates)
+  for (const uint32_t rate : kUsualRates)
     if (any([&](const KsAudioRange& range) { return rate >= range.min_rate && rate <= range.max_rate; }))
       capabilities.rates.push_back(rate);
-  for (const uint16_t bits : kBits)
+  for (const uint16_t bits : kOutputBits)
     if (any([&](const KsAudioRange& range) { return bits >= range.min_bits && bits <= range.max_bits; }))
       capabilities.bits.push_back(bits);
   return capabilities;

@@ -122,6 +122,8 @@ HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out) {
       return QueryWaveOutDevice(WaveOutNumber(choice.index), out);
     case static_cast<int32_t>(DeviceKind::kDirectSound):
       return QueryDirectSound(choice, out);
+    case static_cast<int32_t>(DeviceKind::kKernelStreaming):
+      return PlatformKsApi() ? QueryKernelStreamingDevice(*PlatformKsApi(), choice.index, out) : E_NOTIMPL;
     case static_cast<int32_t>(DeviceKind::kAsio):
       return QueryAsioDevice(choice.index, nullptr, out);
     default:

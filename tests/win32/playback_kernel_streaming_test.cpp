@@ -139,7 +139,8 @@ TEST(KernelStreamingList, PlatformAnswersWithoutAPin) {
   const std::vector<DeviceInfo> list = ListKernelStreamingDevices(*api);
   EXPECT_EQ(ListDevices(DeviceKind::kKernelStreaming).size(), list.size());
   DeviceCapabilities capabilities;
-  EXPECT_EQ(QueryKernelStreamingDevice(*api, static_cast<int32_t>(list.size()), &capabilities), E_INVALIDARG);
+  EXPECT_EQ(QueryDeviceCapabilities(PackDeviceId(2, static_cast<uint16_t>(list.size())), &capabilities),
+            E_INVALIDARG);
 }
 
 constexpr uint32_t kBlock = 400;  // A hundred frames.
