@@ -10,6 +10,7 @@
 
 #include "doc/settings_types.h"
 #include "playback/effects/change_ramp.h"
+#include "playback/effects/equalizer_filters.h"
 #include "playback/effects/parameter.h"
 #include "playback/effects/sound_stage.h"
 
@@ -42,7 +43,6 @@ class Equalizer final : public SoundStage {
   /// Works on the first two of the channels; the others pass unchanged. The routine is chosen once, by the
   /// processor; all give the same result, bit for bit.
   Equalizer(uint32_t sample_rate, uint16_t channels, Routine routine = Routine::kForProcessor);
-  ~Equalizer() override;
 
   /// Thread: any. Counts from the next block on.
   void SetBands(const EqualizerBands& bands);
@@ -52,6 +52,22 @@ class Equalizer final : public SoundStage {
   bool IsIdle() override;
   void Process(float* samples, size_t frames) override;
   void Flush() override;
+
+ private:
+  using Gains = std::array<float, EqualizerBands::kBands>;
+  Gains GainsOf(const EqualizerBands& bands) const;
+  /// Gains that stay as they are.
+  void Settle(const Gains& gains);
+
+  // Thread: the one that drives the chain, but for the parameter.
+  Parameter<EqualizerBands> parameter_;
+  EqualizerFilters filters_;
+  EqualizerRoutine run_;
+  ChangeRamp ramp_;
+  Gains current_{};  ///< Of the last block; while a ramp runs what it left.
+  Gains target_{};
+  Gains wanted_{};  ///< Becomes the target when the ramp under way has ended.
+  bool idle_ = true;
 };
 
 }  // namespace melorin

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+//
+// The filters of an equalizer, and the two routines that run them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "doc/settings_types.h"
+
+namespace melorin {
+
+/// Values are kept a band and a channel, as the vector routine takes them: two bands by two channels fill one
+/// register. What belongs to bands that take no part stays 0.
+struct EqualizerFilters {
+  static constexpr uint32_t kChannels = 2;
+  using Values = float[EqualizerBands::kBands][kChannels];
+
+  /// The numerator's constant. It is not -1: a band lets a little of the lowest frequencies through.
+  static constexpr float kNumerator = -1.005f;
+
+  uint32_t bands = 0;     ///< How many take part, 0 to 10.
+  uint32_t channels = 0;  ///< Of a frame; the first two are worked on.
+  Values alpha = {};
+  Values gamma = {};
+  Values minus_beta = {};
+  Values gain = {};       ///< Of the first frame; while gains move what they come from.
+  Values gain_move = {};  ///< What a weight of 1 adds to the gain.
+  Values w1 = {};         ///< The filters' histories: one sample back,
+  Values w2 = {};         ///< and two.
+};
+
+/// Works on interleaved frames in place and leaves the histories for the next call. With weights, one for
+/// each frame, a frame's gains are `gain` + `gain_move` × its weight. For each band in ascending order, in
+/// single precision and in this order of operations:
+///   w = alpha × s + gamma × w1 + minus_beta × w2
+///   s = s + gain × (w + kNumerator × w2)
+using EqualizerRoutine = void (*)(EqualizerFilters& filters, float* samples, size_t frames,
+                                  const float* weights);
+
+void RunEqualizerPlain(EqualizerFilters& filters, float* samples, size_t frames, const float* weights);
+/// The same result, bit for bit. Needs SSE2.
+void RunEqualizerVector(EqualizerFilters& filters, float* samples, size_t frames, const float* weights);
+
+}  // namespace melorin
