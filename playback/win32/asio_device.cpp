@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <memory>
 #include <new>
 
 #include "platform/clock.h"
@@ -11,6 +12,7 @@
 #include "platform/thread.h"
 #include "playback/device_format.h"
 #include "playback/heard_position.h"
+#include "playback/win32/asio_loader.h"
 #include "playback/win32/asio_registry.h"
 #include "playback/win32/asio_session.h"
 
@@ -136,12 +138,9 @@ void* DialogOwner(void* window) {
 
 HRESULT AskDriver(const CLSID& clsid, void* window, DeviceCapabilities* out) {
   ComPtr<asio::Driver> driver;
-  const HRESULT made = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, clsid, driver.ReceiveVoid());
-  if (FAILED(made)) {
-    static_cast<void>(driver.Detach());
-    return made;
-  }
-  if (!driver || driver->init(window) == 0) return E_FAIL;
+  const HRESULT loaded = LoadAsioDriver(clsid, std::addressof(driver));
+  if (FAILED(loaded)) return loaded;
+  if (driver->init(window) == 0) return E_FAIL;
   for (const uint32_t rate : kUsualRates)
     if (driver->canSampleRate(rate) == asio::kOk) out->rates.push_back(rate);
   if (!out->rates.empty()) {

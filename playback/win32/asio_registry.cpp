@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <optional>
 
 #include "platform/text.h"
@@ -57,6 +58,17 @@ class Key {
   HKEY key_ = nullptr;
 };
 
+AsioModule ModuleOf(const std::wstring& clsid) {
+  AsioModule module;
+  const Key key(HKEY_CLASSES_ROOT, (L"CLSID\\" + clsid + L"\\InprocServer32").c_str());
+  if (!key) return module;
+  module.path = key.Text(nullptr);
+  const std::wstring model = key.Text(L"ThreadingModel");
+  module.fits_any_apartment =
+      _wcsicmp(model.c_str(), L"Apartment") == 0 || _wcsicmp(model.c_str(), L"Both") == 0;
+  return module;
+}
+
 std::optional<AsioDriverEntry> ReadEntry(const Key& list, const std::wstring& name) {
   const Key key(list.Handle(), name.c_str());
   if (!key) return std::nullopt;
@@ -64,8 +76,7 @@ std::optional<AsioDriverEntry> ReadEntry(const Key& list, const std::wstring& na
   AsioDriverEntry entry;
   // The platform's parser takes names of classes too.
   if (!clsid.starts_with(L'{') || FAILED(CLSIDFromString(clsid.c_str(), &entry.clsid))) return std::nullopt;
-  const Key module(HKEY_CLASSES_ROOT, (L"CLSID\\" + clsid + L"\\InprocServer32").c_str());
-  if (!module || module.Text(nullptr).empty()) return std::nullopt;
+  if (ModuleOf(clsid).path.empty()) return std::nullopt;
   const std::wstring description = key.Text(L"Description");
   entry.name_gbk = GbkFromUtf16(AsChar16((description.empty() ? name : description).c_str()));
   return entry;
@@ -82,6 +93,11 @@ std::vector<AsioDriverEntry> ReadAsioDrivers() {
     if (std::optional<AsioDriverEntry> entry = ReadEntry(list, *name)) drivers.push_back(std::move(*entry));
   }
   return drivers;
+}
+
+AsioModule FindAsioModule(const CLSID& clsid) {
+  wchar_t text[40];
+  return StringFromGUID2(clsid, text, 40) > 0 ? ModuleOf(text) : AsioModule();
 }
 
 }  // namespace melorin

@@ -20,4 +20,11 @@ struct AsioDriverEntry {
 /// at most 256 are looked at. Throws std::bad_alloc. Thread: any.
 std::vector<AsioDriverEntry> ReadAsioDrivers();
 
+struct AsioModule {
+  std::wstring path;  ///< As it is registered, environment variables not expanded; empty when there is none.
+  /// Its threading model lets the component runtime make objects in the apartment of whoever asks.
+  bool fits_any_apartment = false;
+};
+AsioModule FindAsioModule(const CLSID& clsid);
+
 }  // namespace melorin

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "playback/win32/asio_session.h"
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
+#include <new>
 
 #include "platform/clock.h"
 #include "platform/thread.h"
+#include "playback/win32/asio_loader.h"
 
 namespace melorin {
 
@@ -187,10 +191,8 @@ void AsioSession::Run() {
 }
 
 HRESULT AsioSession::Prepare() {
-  const HRESULT made =
-      CoCreateInstance(request_.clsid, nullptr, CLSCTX_INPROC_SERVER, request_.clsid, driver_.ReceiveVoid());
-  if (FAILED(made)) static_cast<void>(driver_.Detach());
-  if (FAILED(made) || !driver_) return FAILED(made) ? made : E_FAIL;
+  const HRESULT loaded = LoadAsioDriver(request_.clsid, std::addressof(driver_));
+  if (FAILED(loaded)) return loaded;
   if (driver_->init(request_.window) == 0) return E_FAIL;
   const HRESULT rate_set = SetRate();
   if (FAILED(rate_set)) return rate_set;

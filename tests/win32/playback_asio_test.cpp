@@ -389,6 +389,21 @@ TEST_F(AsioDevices, StartThatFailsOrHangsIsALoss) {
   SetEvent(control_->let_go);
 }
 
+TEST_F(AsioDevices, ModuleWithoutThreadingModel) {
+  // It belongs to the program's first apartment, which is not the one of the driver's thread.
+  ASSERT_GE(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), 0);
+  HKEY key = nullptr;
+  ASSERT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, (kClass + L"\\InprocServer32").c_str(), 0, KEY_WRITE, &key), 0);
+  RegDeleteValueW(key, L"ThreadingModel");
+  RegCloseKey(key);
+  EXPECT_EQ(Open(MakePcmFormat(2, kRate, 16)), S_OK);
+  device_.Reset();
+  DeviceCapabilities found;
+  EXPECT_EQ(QueryAsioDevice(Index(), nullptr, &found), S_OK);
+  WriteText(HKEY_CLASSES_ROOT, kClass + L"\\InprocServer32", L"ThreadingModel", L"Apartment");
+  CoUninitialize();
+}
+
 TEST_F(AsioDevices, CapabilitiesAreTheDriversAnswers) {
   control_->behaviour.only_rate = 96000;
   control_->behaviour.type = 27;  // 24 bits in 32.
@@ -439,7 +454,7 @@ class AsioTrack : public AsioDevices, private EventTarget {
 
 TEST_F(AsioTrack, RunsToItsEndInTime) {
   const DWORD begin = GetTickCount();
-  Play();
+  ASSERT_NO_FATAL_FAILURE(Play());
   ASSERT_TRUE(ended_.Wait(3000));
   EXPECT_GE(GetTickCount() - begin, 240u);
   EXPECT_EQ(stream_->State(), DeviceState::kStopped);
@@ -454,7 +469,7 @@ TEST_F(AsioTrack, RunsToItsEndInTime) {
 }
 
 TEST_F(AsioTrack, SeeksAndSurvivesADriverThatStops) {
-  Play();
+  ASSERT_NO_FATAL_FAILURE(Play());
   Sleep(50);
   EXPECT_EQ(stream_->Pause(), S_OK);
   EXPECT_EQ(stream_->Seek(100), S_OK);
