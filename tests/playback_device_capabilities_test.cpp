@@ -53,7 +53,7 @@ TEST(DeviceCapabilities, NoSuchDeviceOrKind) {
   DeviceCapabilities found;
   EXPECT_EQ(QueryDeviceCapabilities(PackDeviceId(4, 0), &found), E_NOTIMPL);
   EXPECT_EQ(QueryDeviceCapabilities(PackDeviceId(0, 500), nullptr), E_POINTER);
-  for (const uint16_t kind : {uint16_t{0}, uint16_t{1}, uint16_t{3}}) {
+  for (const uint16_t kind : {uint16_t{0}, uint16_t{1}, uint16_t{2}, uint16_t{3}}) {
     found.max_rate = 1;
     const HRESULT result = QueryDeviceCapabilities(PackDeviceId(kind, 500), &found);
     EXPECT_TRUE(result == E_INVALIDARG || result == E_NOTIMPL) << kind;
