@@ -160,7 +160,7 @@ TEST(Resampler, PlaysWithoutAllocating) {
       for (int round = 0; round < 2; ++round) {
         t_allocations = 0;
         Resampler::Count count;
-        for (int block = 0; block < 150; ++block)
+        for (int block = 0; block < 50; ++block)
           for (size_t at = 0; at < kBlock; at += count.in_frames)
             ASSERT_TRUE(resampler->Process(in.data() + at * 2, kBlock - at, out.data(), kBlock, &count));
         do

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <new>
 #include <numeric>
-#include <utility>
 
 namespace melorin {
 namespace {
@@ -66,6 +65,12 @@ struct Resampler::State {
   size_t held_begin = 0;
   size_t held_end = 0;
   bool engine_holds_more = false;
+
+  uint32_t in_rate = 0;
+  uint32_t out_rate = 0;
+  uint64_t taken = 0;  ///< Frames of the signal.
+  uint64_t given = 0;  ///< Frames of its output, until it ends.
+  uint64_t owed = 0;   ///< Frames of its output that are to come when it has ended.
   bool ended = false;
 
   // A whole number of periods of the two rates, so that the signal behind it lies where it would lie without.
@@ -76,7 +81,7 @@ struct Resampler::State {
 
   size_t Samples(size_t frames) const { return frames * channels; }
 
-  void PlanPriming(uint32_t in_rate, uint32_t out_rate) {
+  void PlanPriming() {
     const uint32_t divisor = std::gcd(in_rate, out_rate);
     const uint32_t in_period = in_rate / divisor;
     const uint64_t wanted =
@@ -91,6 +96,7 @@ struct Resampler::State {
   bool Prime() {
     piece_filled = held_begin = held_end = 0;
     engine_holds_more = ended = false;
+    taken = given = owed = 0;
     unwanted = prime_out;
     const std::unique_ptr<float[]> in = Silence(Samples(prime_step));
     const std::unique_ptr<float[]> out = Silence(Samples(kPrimeFrames));
@@ -106,18 +112,34 @@ struct Resampler::State {
     return true;
   }
 
-  /// Fills `held`, which is empty. `from` null: the input has ended.
-  bool Run(const float* from, size_t frames) {
+  /// Fills `held`, which is empty.
+  bool Run(size_t frames) {
     size_t got = 0;
-    if (soxr_process(engine.get(), from, frames, nullptr, held.get(), kHeldFrames, &got)) return false;
-    held_begin = std::min(got, unwanted);
-    held_end = got;
-    unwanted -= held_begin;
+    if (soxr_process(engine.get(), piece.get(), frames, nullptr, held.get(), kHeldFrames, &got)) return false;
     engine_holds_more = got == kHeldFrames;
+    held_begin = std::min(got, unwanted);
+    unwanted -= held_begin;
+    size_t wanted = got - held_begin;
+    if (ended) {
+      wanted = static_cast<size_t>(std::min<uint64_t>(wanted, owed));
+      owed -= wanted;
+    } else {
+      given += wanted;
+    }
+    held_end = held_begin + wanted;
     return true;
   }
 
-  bool RunPiece() { return Run(piece.get(), std::exchange(piece_filled, 0)); }
+  bool RunPiece() {
+    piece_filled = 0;
+    return Run(piece_frames);
+  }
+
+  void End() {
+    const uint64_t all = (taken * out_rate + in_rate / 2) / in_rate;
+    owed = all - std::min(all, given);
+    ended = true;
+  }
 };
 
 std::unique_ptr<Resampler> Resampler::Create(uint32_t in_rate, uint32_t out_rate, uint16_t channels,
@@ -130,11 +152,13 @@ std::unique_ptr<Resampler> Resampler::Create(uint32_t in_rate, uint32_t out_rate
   if (!state) return nullptr;
   state->engine = MakeEngine(in_rate, out_rate, channels, quality);
   state->channels = channels;
+  state->in_rate = in_rate;
+  state->out_rate = out_rate;
   state->piece_frames = std::min(PieceFor(in_rate, out_rate), max_in_frames);
   state->piece = Silence(state->Samples(state->piece_frames));
   state->held = Silence(state->Samples(kHeldFrames));
   if (!state->engine || !state->piece || !state->held) return nullptr;
-  state->PlanPriming(in_rate, out_rate);
+  state->PlanPriming();
   if (!state->Prime()) return nullptr;
   return std::unique_ptr<Resampler>(new (std::nothrow) Resampler(std::move(state)));
 }
@@ -158,26 +182,25 @@ bool Resampler::Process(const float* in, size_t in_frames, float* out, size_t ou
 
     // More goes in only when nothing is left inside: the engine would take it all the same, and its queues
     // would grow as long as the track is.
-    bool ran = false;
     if (s.engine_holds_more) {
-      ran = s.Run(s.ended ? nullptr : s.piece.get(), 0);
-    } else if (!end) {
+      if (!s.Run(0)) return false;
+      continue;
+    }
+    if (end) {
+      // Silence pushes the rest out. The engine's own way does the same, but grows its queues.
+      if (!s.ended) s.End();
+      if (s.owed == 0) return true;
+      std::fill(s.piece.get() + s.Samples(s.piece_filled), s.piece.get() + s.Samples(s.piece_frames), 0.0f);
+    } else {
       const size_t taken = std::min(s.piece_frames - s.piece_filled, in_frames - count->in_frames);
       std::copy_n(in + s.Samples(count->in_frames), s.Samples(taken),
                   s.piece.get() + s.Samples(s.piece_filled));
       s.piece_filled += taken;
+      s.taken += taken;
       count->in_frames += taken;
       if (s.piece_filled < s.piece_frames) return true;
-      ran = s.RunPiece();
-    } else if (s.piece_filled > 0) {
-      ran = s.RunPiece();
-    } else if (!s.ended) {
-      s.ended = true;
-      ran = s.Run(nullptr, 0);
-    } else {
-      return true;
     }
-    if (!ran) return false;
+    if (!s.RunPiece()) return false;
   }
 }
 
