@@ -16,8 +16,6 @@ namespace {
 
 constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
 constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
-/// How long a callback may need to leave after the driver was stopped.
-constexpr uint32_t kCallbackWaitMs = 1000;
 constexpr int32_t kMaxLatencyFrames = 1 << 18;
 
 /// Which driver is in a session.
@@ -54,14 +52,9 @@ class Inside {
   Inside& operator=(const Inside&) = delete;
 };
 
-bool WaitUntilNobodyIsInside() {
-  Clock& clock = SystemClock();
-  const uint32_t begin = clock.TickMs();
-  while (g_inside != 0) {
-    if (clock.TickMs() - begin > kCallbackWaitMs) return false;
-    clock.Sleep(1);
-  }
-  return true;
+void WaitUntilNobodyIsInside() {
+  while (g_inside != 0)
+    SystemClock().Sleep(1);
 }
 
 HRESULT ResultOf(int32_t error) {
@@ -273,19 +266,14 @@ HRESULT AsioSession::CreateBuffers(uint16_t channels, uint32_t frames) {
   return S_OK;
 }
 
-/// Only when the driver is gone may the next session begin. Where a callback does not come back the session
-/// stays for good, and its seat taken.
+/// Only when the driver is gone and none of its threads is inside any more may the next session begin. Takes
+/// as long as that takes: nobody waits for this thread longer than he wants.
 void AsioSession::Release() {
   if (started_) driver_->stop();
-  AsioSession* self = this;
-  const bool had_calls = g_session.compare_exchange_strong(self, nullptr);
-  const bool all_out = !had_calls || WaitUntilNobodyIsInside();
+  g_session = nullptr;
+  WaitUntilNobodyIsInside();
   if (has_buffers_) driver_->disposeBuffers();
   driver_.Reset();
-  if (!all_out) {
-    static_cast<void>(new std::shared_ptr<AsioSession>(shared_from_this()));
-    return;
-  }
   LeaveSeat();
 }
 

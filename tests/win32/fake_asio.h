@@ -29,7 +29,8 @@ struct Behaviour {
   bool null_buffer = false;
   bool hangs_in_init = false;  ///< Until `let_go` is set.
   bool hangs_in_start = false;
-  bool real_time = false;  ///< Switches by a thread of its own; else only Switch does.
+  bool hangs_in_ready = false;  ///< In outputReady, once it runs.
+  bool real_time = false;       ///< Switches by a thread of its own; else only Switch does.
 };
 
 struct Control {

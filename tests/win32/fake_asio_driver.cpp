@@ -155,6 +155,7 @@ class FakeDriver final : public asio::Driver {
   int32_t MELORIN_ASIO_METHOD future(int32_t, void*) override { return asio::kInvalidParameter; }
   int32_t MELORIN_ASIO_METHOD outputReady() override {
     ++g_control.ready;
+    if (is_.hangs_in_ready && runs_) WaitForSingleObject(g_control.let_go, INFINITE);
     return asio::kOk;
   }
 

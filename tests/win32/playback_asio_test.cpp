@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "fake_asio.h"
 #include "platform/clock.h"
@@ -307,7 +308,7 @@ TEST_F(AsioDevices, RefusalsLeaveNothingBehind) {
   HRESULT result = kBusy;
   for (int i = 0; i < 200 && result == kBusy; ++i, Sleep(5))
     result = Open(MakePcmFormat(2, kRate, 16));
-  EXPECT_EQ(result, S_OK);
+  ASSERT_EQ(result, S_OK);
 
   ComPtr<OutputDevice> second;
   const WAVEFORMATEX format = MakePcmFormat(2, kRate, 16);
@@ -387,6 +388,26 @@ TEST_F(AsioDevices, StartThatFailsOrHangsIsALoss) {
   EXPECT_LT(GetTickCount() - begin, 1500u);
   EXPECT_EQ(Open(format), kBusy);
   SetEvent(control_->let_go);
+}
+
+TEST_F(AsioDevices, CallbackThatDoesNotComeBackHoldsUpNobody) {
+  const WAVEFORMATEX format = MakePcmFormat(2, kRate, 16);
+  control_->behaviour.hangs_in_ready = true;
+  ASSERT_EQ(Open(format), S_OK);
+  EXPECT_EQ(device_->Play(), S_OK);
+  const int32_t before = control_->ready;
+  std::thread driver([] { control_->Switch(); });
+  while (control_->ready == before)
+    Sleep(1);
+  const DWORD begin = GetTickCount();
+  EXPECT_EQ(device_->Pause(), S_OK);
+  EXPECT_EQ(device_->Reset(), S_OK);
+  device_.Reset();
+  EXPECT_LT(GetTickCount() - begin, 1000u);
+  EXPECT_EQ(control_->alive, 1) << "its memory may still be written to";
+  EXPECT_EQ(Open(format), kBusy);
+  SetEvent(control_->let_go);
+  driver.join();
 }
 
 TEST_F(AsioDevices, ModuleWithoutThreadingModel) {
