@@ -75,6 +75,13 @@ Equalizer::Equalizer(uint32_t sample_rate, uint16_t channels, Routine routine)
     SetBoth(filters_.gamma, k, design.gamma);
     SetBoth(filters_.minus_beta, k, design.minus_beta);
   }
+  // The design has no stable filter for a centre above 0.408 of the rate (1 / (2 × 1.2247449)), as 16 kHz is
+  // at 37.8 kHz: it would answer any sound with one that grows without end. Such a band is left out.
+  while (filters_.bands > 0 && std::fabs(filters_.minus_beta[filters_.bands - 1][0]) >= 1) {
+    --filters_.bands;
+    for (auto* values : {&filters_.alpha, &filters_.gamma, &filters_.minus_beta})
+      SetBoth(*values, filters_.bands, 0);
+  }
 }
 
 void Equalizer::SetBands(const EqualizerBands& bands) {
