@@ -4,6 +4,7 @@
 // blocks of 32-bit floats with full scale ±1.0.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "sound/interfaces.h"
@@ -11,6 +12,12 @@
 namespace melorin {
 
 class TrackEffects;
+
+/// Frames of a block: a fortieth of a second (25 ms), rounded down to a multiple of 8 frames and at least 64.
+/// Four of them fill the shortest device buffer, and the decode thread wakes often enough for fades.
+inline uint32_t BlockFrames(uint32_t sample_rate) {
+  return std::max(sample_rate / 40 / 8 * 8, 64u);
+}
 
 /// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls
 /// them from, never at the same time as NextBlock.

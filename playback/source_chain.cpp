@@ -11,8 +11,6 @@ namespace melorin {
 
 namespace {
 
-constexpr uint32_t kBlocksPerSecond = 40;
-constexpr uint32_t kMinBlockFrames = 64;
 constexpr uint32_t kMinPacketBytes = 4096;
 /// What a source or decoder may ask for as a buffer; more is taken for an error in it.
 constexpr uint32_t kMaxPacketBytes = 8u << 20;
@@ -30,10 +28,6 @@ struct TaskFormat {
 
 HRESULT MakeBuffer(uint32_t bytes, ComPtr<SoundBuffer>& out) {
   return CreateSoundBuffer(out.Receive(), bytes);
-}
-
-uint32_t BlockFrames(uint32_t sample_rate) {
-  return std::max(sample_rate / kBlocksPerSecond / 8 * 8, kMinBlockFrames);
 }
 
 }  // namespace
@@ -119,16 +113,6 @@ HRESULT SourceChain::ChooseDecoder(const WAVEFORMATEX& in, const DecoderMaker& m
     if (FAILED(result) && tag == tags[0]) first_failure = result;
   }
   return first_failure;
-}
-
-HRESULT SourceChain::AddStage(std::unique_ptr<SoundStage> stage) {
-  if (!stage) return E_INVALIDARG;
-  try {
-    stages_.push_back(std::move(stage));
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
-  return S_OK;
 }
 
 HRESULT SourceChain::ReadPacket() {
@@ -239,16 +223,6 @@ HRESULT SourceChain::NextBlock(SoundBuffer& block) {
   }
   if (frames == 0) return FAILED(failure_) ? failure_ : S_FALSE;
   block.SetLength(static_cast<uint32_t>(frames) * float_frame_bytes);
-  for (const auto& stage : stages_) {
-    if (stage->IsIdle()) continue;
-    const HRESULT result = stage->Process(block);
-    if (FAILED(result)) {
-      ended_ = true;
-      failure_ = result;
-      block.SetLength(0);
-      return result;
-    }
-  }
   return S_OK;
 }
 
@@ -261,8 +235,6 @@ HRESULT SourceChain::Seek(uint32_t position_ms) {
   ended_ = FAILED(result);
   failure_ = S_OK;
   if (decoder_) decoder_->Flush();
-  for (const auto& stage : stages_)
-    stage->Flush();
   return result;
 }
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 //
 // The playback chain over a sound source: reads packets, has them decoded where they are not samples already,
-// and hands out blocks of floats after the stages (equalizer, gain, resampler …) that stand behind the
-// decoder.
+// and hands out blocks of floats at the source's own rate. EffectsChain stands behind it.
 #pragma once
 
 #include <array>
 #include <functional>
 #include <memory>
-#include <vector>
 
 #include "platform/com_ptr.h"
 #include "playback/pcm_to_float.h"
@@ -17,24 +15,7 @@
 
 namespace melorin {
 
-/// One step between decoder and device. A chain runs its stages in order over every block; one that is idle
-/// is not called, so it costs one test a block. Thread: as NextBlock of the chain; IsIdle must therefore not
-/// change in the middle of a block.
-class SoundStage {
- public:
-  virtual ~SoundStage() = default;
-  /// True when the stage would leave every block as it is.
-  virtual bool IsIdle() const = 0;
-  /// Works on a block of interleaved floats in place; may change its length up to its capacity. A failure
-  /// ends the track. Does not allocate.
-  virtual HRESULT Process(SoundBuffer& block) = 0;
-  /// Forgets what it remembers of earlier blocks (after a seek).
-  virtual void Flush() = 0;
-};
-
-/// Blocks are a fortieth of a second (25 ms), rounded down to a multiple of 8 frames and at least 64: four of
-/// them fill the shortest device buffer, and the decode thread wakes often enough for fades. Only the last
-/// block of a track is shorter; all are whole frames.
+/// Blocks have BlockFrames. Only the last block of a track is shorter; all are whole frames.
 ///
 /// A packet that cannot be decoded is skipped; after 16 such packets in a row, or when the source fails, the
 /// track ends there: what was decoded is still delivered, then NextBlock answers with the failure until a
@@ -55,9 +36,6 @@ class SourceChain final : public PlaybackChain {
   static HRESULT Create(ComPtr<SoundSource> source, const DecoderMaker& make_decoder,
                         std::unique_ptr<SourceChain>* out);
   ~SourceChain() override;
-
-  /// Adds a stage behind those that are there. Before playing only. E_OUTOFMEMORY.
-  HRESULT AddStage(std::unique_ptr<SoundStage> stage);
 
   uint32_t NativeBlockBytes() const override { return block_frames_ * layout_.channels * 4; }
   uint32_t ResampledBlockBytes() const override { return NativeBlockBytes(); }
@@ -107,7 +85,6 @@ class SourceChain final : public PlaybackChain {
   bool source_ended_ = false;
   bool ended_ = false;
   HRESULT failure_ = S_OK;  ///< What broke the track off.
-  std::vector<std::unique_ptr<SoundStage>> stages_;
 };
 
 }  // namespace melorin

@@ -14,12 +14,12 @@ namespace melorin {
 /// The effects behind a decoder. Volume and balance are those that the chain itself applies, for devices that
 /// refuse them; elsewhere they stay 100 and 0.
 struct EffectSettings {
-  EqualizerBands equalizer;       ///< All 0: flat.
-  int32_t surround = 0;           ///< 0 off, to 100.
-  int32_t balance = 0;            ///< -100 to 100, positive attenuates the left.
-  int32_t volume = 100;           ///< 0 to 100; -1 mutes.
-  std::optional<TrackGain> gain;  ///< Gain normalisation; none leaves the track as loud as it is.
-  double extra_gain_db = 0;       ///< On top of it, and not held back by the peak.
+  EqualizerBands equalizer = {};       ///< All 0: flat.
+  int32_t surround = 0;                ///< 0 off, to 100.
+  int32_t balance = 0;                 ///< -100 to 100, positive attenuates the left.
+  int32_t volume = 100;                ///< 0 to 100; -1 mutes.
+  std::optional<TrackGain> gain = {};  ///< Gain normalisation; none leaves the track as loud as it is.
+  double extra_gain_db = 0;            ///< On top of it, and not held back by the peak.
 };
 
 /// A change counts from the next block that is decoded, so it is heard when the device has played what it

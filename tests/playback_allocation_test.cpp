@@ -10,6 +10,7 @@
 
 #include "platform/text.h"
 #include "playback/device_format.h"
+#include "playback/effects/effects_chain.h"
 #include "playback/source_chain.h"
 #include "playback/watched_device.h"
 #include "playback_sim.h"
@@ -160,11 +161,14 @@ class RealTrack : public testing::Test {
   }
 
   void Open(int32_t dither) { OpenFile(path_, dither, 0); }
-  void OpenFile(const std::string& path, int32_t dither, uint32_t flags) {
-    std::unique_ptr<SourceChain> chain;
-    ASSERT_EQ(SourceChain::Open(library_, AsWide(Utf16FromGbk(path).c_str()), flags, &chain), S_OK);
+  void OpenFile(const std::string& path, int32_t dither, uint32_t flags, const ChainOptions& options = {}) {
+    std::unique_ptr<SourceChain> source;
+    ASSERT_EQ(SourceChain::Open(library_, AsWide(Utf16FromGbk(path).c_str()), flags, &source), S_OK);
+    ASSERT_EQ(source->SampleRate(), kRate);
+    std::unique_ptr<EffectsChain> chain;
+    ASSERT_EQ(EffectsChain::Create(std::move(source), options, &chain), S_OK);
+    effects_ = chain->Effects();
     const WAVEFORMATEX format = MakePcmFormat(chain->Channels(), chain->SampleRate(), 16);
-    ASSERT_EQ(format.nSamplesPerSec, kRate);
     setup_.capture = false;
     setup_.buffer_bytes = PlanBuffer(format, 1000, chain->BlockBytes()).Bytes();
     setup_.bytes_per_second = format.nAvgBytesPerSec;
@@ -207,6 +211,7 @@ class RealTrack : public testing::Test {
   DeviceSetup setup_;
   Wasteful wasteful_;
   LastEvent last_event_;
+  TrackEffects* effects_ = nullptr;  ///< Of the chain that was opened last.
   ComPtr<PlaybackStream> stream_;
 };
 
@@ -251,6 +256,35 @@ TEST_F(RealTrack, PlaysATrackOfASheetWithoutTheHeapToo) {
   ASSERT_EQ(stream_->Seek(1000), S_OK);
   clock_.Advance(30);
   EXPECT_EQ(CountFor(5000), 0u) << "after a seek, first of " << g_first_size << " bytes";
+}
+
+TEST_F(RealTrack, EffectsWorkAndChangeWithoutTheHeapToo) {
+  EffectSettings on;
+  on.equalizer.values = {6, 5, 4, 3, 2, 1, 2, 3, 4, 5, 6};
+  on.surround = 60;
+  on.balance = 20;
+  on.volume = 90;
+  on.gain = TrackGain{9.0, std::nullopt};  // Loud enough for the limiter.
+  ASSERT_NO_FATAL_FAILURE(OpenFile(
+      path_, 0, 0, {.resample_rate = 48000, .quality = ResampleQuality::kHigh, .scan_gain = true, .effects = on}));
+  ASSERT_EQ(stream_->Format().nSamplesPerSec, 48000u);
+  ASSERT_EQ(stream_->Play(), S_OK);
+  clock_.Advance(100);
+  const auto change_while_playing = [&](uint32_t duration_ms, const char* when) {
+    SCOPED_TRACE(when);
+    for (uint32_t passed = 0; passed < duration_ms; passed += 300) {
+      effects_->Set(passed / 300 % 2 == 0 ? EffectSettings{} : on);
+      ASSERT_EQ(CountFor(300), 0u) << "first of " << g_first_size << " bytes, " << passed << " ms on";
+    }
+  };
+  ASSERT_NO_FATAL_FAILURE(change_while_playing(3000, "after the start"));
+  ASSERT_EQ(stream_->Seek(1000), S_OK);
+  clock_.Advance(100);
+  ASSERT_NO_FATAL_FAILURE(change_while_playing(3000, "after a seek"));
+  ASSERT_EQ(stream_->Seek(0), S_OK);
+  clock_.Advance(100);
+  ASSERT_NO_FATAL_FAILURE(change_while_playing(kTrackMs - 300, "from the start to the end"));
+  EXPECT_TRUE(effects_->ScannedGain().has_value());
 }
 
 }  // namespace

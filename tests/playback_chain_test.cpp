@@ -387,41 +387,5 @@ TEST(SourceChain, EndsCleanlyWhateverFailsAndTellsIt) {
   EXPECT_EQ(empty.chain->NextBlock(*empty.block), S_FALSE);
 }
 
-class HalvingStage final : public SoundStage {
- public:
-  explicit HalvingStage(bool* idle) : idle_(idle) {}
-  bool IsIdle() const override { return *idle_; }
-  HRESULT Process(SoundBuffer& block) override {
-    uint8_t* data = nullptr;
-    uint32_t length = 0;
-    block.GetData(&data, &length);
-    auto* samples = reinterpret_cast<float*>(data);
-    for (uint32_t i = 0; i < length / 4; ++i)
-      samples[i] = samples[i] * 0.5f + 0.25f;
-    return S_OK;
-  }
-  void Flush() override {}
-
- private:
-  bool* idle_;
-};
-
-TEST(SourceChain, StagesRunInOrderUnlessIdle) {
-  const std::vector<uint8_t> silence(4 * 44100, 0);
-  bool first_idle = false;
-  bool second_idle = false;
-  Opened opened = OpenChain(Format(1, 2, 44100, 16), silence);
-  opened.chain->AddStage(std::make_unique<HalvingStage>(&first_idle));
-  opened.chain->AddStage(std::make_unique<HalvingStage>(&second_idle));
-  const float expected[] = {0.375f, 0.25f, 0.0f};
-  for (const float want : expected) {
-    ASSERT_EQ(opened.chain->NextBlock(*opened.block), S_OK);
-    uint8_t* data = nullptr;
-    opened.block->GetData(&data, nullptr);
-    EXPECT_EQ(*reinterpret_cast<float*>(data), want);
-    (want > 0.3f ? first_idle : second_idle) = true;
-  }
-}
-
 }  // namespace
 }  // namespace melorin

@@ -21,8 +21,8 @@ namespace melorin {
 struct ChainOptions {
   uint32_t resample_rate = 0;  ///< Hz; 0, the source's own rate, or one out of range: no resampling.
   ResampleQuality quality = ResampleQuality::kHigh;
-  bool scan_gain = false;  ///< Measures the track.
-  EffectSettings effects;  ///< What the first block is played with.
+  bool scan_gain = false;       ///< Measures the track.
+  EffectSettings effects = {};  ///< What the first block is played with.
 };
 
 /// Blocks are a fortieth of a second at the rate that is delivered, as SourceChain cuts them.

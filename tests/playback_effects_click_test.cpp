@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+//
+// Effects that are switched on, off and changed while a tone plays make no click.
+#include <thread>
+
+#include "playback/device_format.h"
+#include "playback_effects_fakes.h"
+#include "playback_sim.h"
+
+namespace melorin {
+namespace {
+
+using namespace effects_test;
+
+constexpr int kChanges = 1000;
+constexpr double kHearableDb = -80;
+
+struct EffectCase {
+  const char* name;
+  std::function<void(EffectSettings&, Dice&)> change;
+};
+
+void ChangeGain(EffectSettings& settings, Dice& dice) {
+  // Up to full scale, not above: what the limiter does is another case.
+  settings.gain = TrackGain{dice.Roll(-20, 9) * 1.0, std::nullopt};
+}
+void ChangeBand(EffectSettings& settings, Dice& dice, size_t band) {
+  settings.equalizer.values[band] = dice.Roll(-12, 3);
+}
+
+std::vector<EffectCase> Cases() {
+  std::vector<EffectCase> cases = {
+      {"gain", ChangeGain},
+      {"extra gain", [](EffectSettings& s, Dice& d) { s.extra_gain_db = d.Roll(-30, 9); }},
+      {"surround", [](EffectSettings& s, Dice& d) { s.surround = d.Roll(1, 100); }},
+      {"balance", [](EffectSettings& s, Dice& d) { s.balance = d.Roll(-100, 100); }},
+      {"volume", [](EffectSettings& s, Dice& d) { s.volume = d.Roll(-1, 100); }},
+      {"all",
+       [](EffectSettings& s, Dice& d) {
+         s.gain = TrackGain{d.Roll(-20, 0) * 1.0, std::nullopt};
+         s.surround = d.Roll(0, 100);
+         s.balance = d.Roll(-100, 100);
+         s.volume = d.Roll(-1, 100);
+         for (int32_t& value : s.equalizer.values)
+           value = d.Roll(-12, 1);
+       }},
+      // The tone goes 12 dB over full scale and is held down.
+      {"gain that the limiter holds", [](EffectSettings& s, Dice& d) { s.extra_gain_db = d.Roll(0, 24); }},
+  };
+  static constexpr const char* kBandNames[] = {"31 Hz", "62 Hz", "125 Hz", "250 Hz", "500 Hz", "1 kHz",
+                                               "2 kHz", "4 kHz", "8 kHz",  "16 kHz", "preamp"};
+  for (size_t band = 0; band <= EqualizerBands::kBands; ++band)
+    cases.push_back({kBandNames[band],
+                     [band](EffectSettings& s, Dice& d) { s.equalizer.values[band] = d.Roll(-12, 12); }});
+  return cases;
+}
+
+/// Both channels in one, so that one ear is enough; the right one softer, or what surround does to the two
+/// would cancel out.
+double Mixed(const float* frame) {
+  return static_cast<double>(frame[0]) + 0.5 * static_cast<double>(frame[1]);
+}
+
+TEST(EffectClicks, TheEarHearsAHardSwitch) {
+  // A step of 1 % of the tone at its peak.
+  constexpr uint32_t kRate = 44100;
+  const Signal tone = Tone(kRate, 1);
+  ClickEar ear(kRate);
+  double before = 0;
+  double after = 0;
+  for (uint64_t i = 0; i < kRate; ++i) {
+    const float gain = i < kRate / 2 + 5 ? 1.0f : 1.01f;
+    const size_t at = static_cast<size_t>(i % (tone.loop.size() / 2)) * 2;
+    const float frame[] = {tone.loop[at] * gain, tone.loop[at + 1] * gain};
+    const double residue = std::fabs(ear.Next(Mixed(frame)));
+    if (i > kRate / 10) (i < kRate / 2 ? before : after) = std::max(i < kRate / 2 ? before : after, residue);
+  }
+  EXPECT_LT(Decibels(before), -105) << "the tone itself";
+  EXPECT_GT(Decibels(after), -70);
+}
+
+TEST(EffectClicks, NoneWhateverIsChanged) {
+  for (const EffectCase& c : Cases()) {
+    SCOPED_TRACE(c.name);
+    // The lower rate is quicker, but has no 16 kHz.
+    const uint32_t rate = std::string_view(c.name) == "16 kHz" ? 44100 : 22050;
+    const auto chain = MakeChain(Tone(rate, uint64_t{rate} * 3600));
+    const ComPtr<SoundBuffer> block = MakeBlock(*chain);
+    Dice dice(7);
+    ClickEar ear(rate);
+    EffectSettings settings;
+    std::vector<float> out;
+    double residue = 0;
+    double peak = 0;
+    uint64_t heard = 0;
+    for (int change = 0; change < kChanges; ++change) {
+      // Every fourth switches off; some come while the one before is still under way.
+      if (dice.Roll(0, 3) == 0)
+        settings = {};
+      else
+        c.change(settings, dice);
+      chain->Set(settings);
+      out.clear();
+      for (int blocks = dice.Roll(0, 2) == 0 ? 2 : 1; blocks > 0; --blocks)
+        ASSERT_EQ(Pull(*chain, *block, out), S_OK);
+      for (size_t i = 0; i < out.size(); i += 2) {
+        const double left = std::fabs(ear.Next(Mixed(&out[i])));
+        if (++heard > rate / 10) residue = std::max(residue, left);  // The tone begins with a corner.
+        peak = std::max<double>(peak, std::fabs(out[i]));
+      }
+    }
+    EXPECT_LT(Decibels(residue), kHearableDb);
+    EXPECT_GT(peak, 0.1);
+    EXPECT_LE(peak, 1.0);
+    RecordProperty(c.name, std::to_string(Decibels(residue)));
+  }
+}
+
+/// Counts the blocks that are asked of it.
+class CountingChain final : public PlaybackChain {
+ public:
+  CountingChain(std::unique_ptr<PlaybackChain> inner, std::atomic<uint32_t>& blocks)
+      : inner_(std::move(inner)), blocks_(blocks) {}
+  uint32_t NativeBlockBytes() const override { return inner_->NativeBlockBytes(); }
+  uint32_t ResampledBlockBytes() const override { return inner_->ResampledBlockBytes(); }
+  bool IsResampling() const override { return inner_->IsResampling(); }
+  uint32_t SampleRate() const override { return inner_->SampleRate(); }
+  uint16_t Channels() const override { return inner_->Channels(); }
+  uint16_t SourceBits() const override { return inner_->SourceBits(); }
+  uint32_t DurationMs() const override { return inner_->DurationMs(); }
+  HRESULT NextBlock(SoundBuffer& block) override {
+    ++blocks_;
+    return inner_->NextBlock(block);
+  }
+  HRESULT Seek(uint32_t position_ms) override { return inner_->Seek(position_ms); }
+  HRESULT NotifyStart() override { return inner_->NotifyStart(); }
+  HRESULT NotifyPause() override { return inner_->NotifyPause(); }
+  HRESULT NotifyStop() override { return inner_->NotifyStop(); }
+  SoundSource* Source() const override { return inner_->Source(); }
+  TrackEffects* Effects() override { return inner_->Effects(); }
+
+ private:
+  std::unique_ptr<PlaybackChain> inner_;
+  std::atomic<uint32_t>& blocks_;
+};
+
+// A thread of the user's changes everything while the decode thread works, as fast as it decodes.
+TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
+  constexpr uint32_t kRate = 22050;
+  sim::SimClock clock;
+  sim::Journal journal(clock);
+  journal.SetQuiet(true);
+  sim::DeviceSetup setup;
+  const WAVEFORMATEX format = MakePcmFormat(2, kRate, 32);
+  setup.bytes_per_second = format.nAvgBytesPerSec;
+  setup.buffer_bytes = format.nAvgBytesPerSec;
+  const auto device = ComPtr<sim::SimDevice>::Adopt(new sim::SimDevice(clock, journal, setup, 'A'));
+  std::atomic<uint32_t> blocks{0};
+  HRESULT status = E_FAIL;
+  auto stream = PlaybackStream::Create(
+      std::make_unique<CountingChain>(MakeChain(Tone(kRate, uint64_t{kRate} * 3600)), blocks),
+      ComPtr<OutputDevice>::Share(device.get()), format, 0, clock, &status, clock.Starter());
+  ASSERT_EQ(status, S_OK);
+  stream->SetFade(0, nullptr);
+  ASSERT_EQ(stream->Play(), S_OK);
+
+  std::atomic<bool> done{false};
+  std::atomic<bool> stop{false};
+  std::thread user([&, effects = stream->Chain().Effects()] {
+    Dice dice(99);
+    const std::vector<EffectCase> cases = Cases();
+    const auto one = [&](size_t index, EffectSettings& s) { cases[index].change(s, dice); };
+    for (int change = 0; change < kChanges && !stop; ++change) {
+      EffectSettings settings;
+      if (dice.Roll(0, 3) != 0) one(static_cast<size_t>(dice.Roll(0, 5)), settings);
+      if (dice.Roll(0, 3) == 0) ChangeBand(settings, dice, static_cast<size_t>(dice.Roll(0, 10)));
+      const uint32_t seen = blocks;
+      effects->Set(settings);
+      while (blocks == seen && !stop)
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+    done = true;
+  });
+  for (int round = 0; round < 2000 && !done; ++round)
+    clock.Advance(100);
+  EXPECT_TRUE(done);
+  stop = true;
+  user.join();
+  EXPECT_GE(blocks, uint32_t{kChanges});
+  stream.Reset();
+
+  const std::vector<uint8_t> bytes = device->Captured();
+  ClickEar ear(kRate);
+  double residue = 0;
+  for (size_t i = 0; i + 8 <= bytes.size(); i += 8) {
+    int32_t samples[2];
+    std::memcpy(samples, bytes.data() + i, 8);
+    const float frame[] = {static_cast<float>(samples[0]) / 2147483648.0f,
+                           static_cast<float>(samples[1]) / 2147483648.0f};
+    const double left = std::fabs(ear.Next(Mixed(frame)));
+    if (i / 8 > kRate / 10) residue = std::max(residue, left);
+  }
+  EXPECT_GT(bytes.size(), size_t{kChanges} * 500 * 8);
+  EXPECT_LT(Decibels(residue), kHearableDb);
+}
+
+}  // namespace
+}  // namespace melorin
