@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 #include <utility>
 
 #include "playback/effects/equalizer_filters.h"
@@ -46,7 +47,11 @@ template <size_t kPairs, bool kMoving>
 class Pipeline {
  public:
   Pipeline(EqualizerFilters& filters, float* samples, size_t frames, const float* weights)
-      : filters_(filters), in_(samples), out_(samples), frames_(frames), weights_(weights) {
+      : filters_(filters),
+        samples_(samples),
+        frames_(frames),
+        weights_(weights),
+        behind_(kSkew * (filters.bands - 1)) {
     for (size_t p = 0; p < kPairs; ++p) {
       alpha_[p] = Load(filters.alpha, p);
       gamma_[p] = Load(filters.gamma, p);
@@ -61,16 +66,11 @@ class Pipeline {
   }
 
   void Run() {
-    const size_t behind = kSkew * (filters_.bands - 1);  // The last band; even.
-    const size_t steps = frames_ + behind;
+    const size_t steps = frames_ + behind_;
     size_t t = 0;
-    for (; t < std::min(behind, steps); ++t)
+    for (; t < std::min(behind_, steps); ++t)
       PartStep(t);
-    for (; t + 1 < frames_; t += 2) {
-      // The histories change places instead of being moved.
-      FullStep(signal_[0], weight_[0], w1_, w2_, t);
-      FullStep(signal_[1], weight_[1], w2_, w1_, t + 1);
-    }
+    if (t + 1 < frames_) t = FullSteps(t);
     for (; t < steps; ++t)
       PartStep(t);
     for (size_t p = 0; p < kPairs; ++p) {
@@ -83,37 +83,35 @@ class Pipeline {
   using Registers = __m128[kPairs];
   using Index = std::make_index_sequence<kPairs>;
 
-  __m128 Read() {
-    const __m128 zero = _mm_setzero_ps();
-    const __m128 sample =
-        filters_.channels == 1 ? _mm_load_ss(in_) : _mm_loadl_pi(zero, reinterpret_cast<const __m64*>(in_));
-    in_ += filters_.channels;
-    return sample;
+  static __m128 Read(const float* frame, bool mono) {
+    return mono ? _mm_load_ss(frame) : _mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(frame));
   }
-  void Write(__m128 last) {
-    if (filters_.bands % kBandsInRegister == 0) last = _mm_movehl_ps(last, last);
-    if (filters_.channels == 1)
-      _mm_store_ss(out_, last);
+  // The last band's output; it is the upper one of its register when their number is even.
+  static void Write(float* frame, bool mono, bool upper, __m128 last) {
+    if (upper) last = _mm_movehl_ps(last, last);
+    if (mono)
+      _mm_store_ss(frame, last);
     else
-      _mm_storel_pi(reinterpret_cast<__m64*>(out_), last);
-    out_ += filters_.channels;
+      _mm_storel_pi(reinterpret_cast<__m64*>(frame), last);
   }
 
-  // One register of one step; the new history is returned.
+  // What the register works on next, of a signal or of the weights that go with it.
   template <size_t kPair>
-  inline __m128 Work(Registers& signal, Registers& weight, __m128 w1, __m128 w2, __m128 sample,
-                     __m128 sample_weight) {
-    __m128 gain = gain_[kPair];
-    __m128 s;
+  static __m128 Next(const Registers& values, __m128 first) {
     if constexpr (kPair == 0)
-      s = _mm_movelh_ps(sample, signal[0]);
+      return _mm_movelh_ps(first, values[0]);
     else
-      s = HandOver(signal[kPair - 1], signal[kPair]);
+      return HandOver(values[kPair - 1], values[kPair]);
+  }
+
+  // One register's part of one step, which changes its signal and weight; the new history is returned.
+  template <size_t kPair>
+  __m128 Work(Registers& signal, Registers& weight, __m128 sample, __m128 sample_weight, __m128 w1,
+              __m128 w2) {
+    const __m128 s = Next<kPair>(signal, sample);
+    __m128 gain = gain_[kPair];
     if constexpr (kMoving) {
-      if constexpr (kPair == 0)
-        weight[0] = _mm_movelh_ps(sample_weight, weight[0]);
-      else
-        weight[kPair] = HandOver(weight[kPair - 1], weight[kPair]);
+      weight[kPair] = Next<kPair>(weight, sample_weight);
       gain = _mm_add_ps(gain, _mm_mul_ps(gain_move_[kPair], weight[kPair]));
     }
     const __m128 w = _mm_add_ps(_mm_add_ps(_mm_mul_ps(alpha_[kPair], s), _mm_mul_ps(gamma_[kPair], w1)),
@@ -123,47 +121,78 @@ class Pipeline {
     return w;
   }
 
-  // Spelt out by the pack: the loop is not unrolled by every compiler. From the last register down, since
-  // each takes what the one below has left.
-  template <size_t... kAt>
-  inline void WorkAll(Registers& signal, Registers& weight, const Registers& w1, const Registers& w2,
-                      Registers& out, __m128 sample, __m128 sample_weight, std::index_sequence<kAt...>) {
-    ((out[kPairs - 1 - kAt] = Work<kPairs - 1 - kAt>(signal, weight, w1[kPairs - 1 - kAt],
-                                                     w2[kPairs - 1 - kAt], sample, sample_weight)),
-     ...);
+  // Two steps of one register at a time: the second needs the first's history only.
+  template <size_t kPair>
+  void WorkTwice(const __m128 (&sample)[kSkew], const __m128 (&sample_weight)[kSkew]) {
+    const __m128 w1 = w1_[kPair];
+    const __m128 w = Work<kPair>(signal_[0], weight_[0], sample[0], sample_weight[0], w1, w2_[kPair]);
+    w2_[kPair] = w;
+    w1_[kPair] = Work<kPair>(signal_[1], weight_[1], sample[1], sample_weight[1], w, w1);
   }
 
-  inline void FullStep(Registers& signal, Registers& weight, const Registers& w1, Registers& w2, size_t t) {
-    const __m128 sample = Read();
-    const __m128 sample_weight = kMoving ? _mm_set1_ps(weights_[t]) : sample;
-    WorkAll(signal, weight, w1, w2, w2, sample, sample_weight, Index{});
-    Write(signal[kPairs - 1]);
+  // Calls a function with each register's number from the last down, since each takes what the one below has
+  // left. Spelt out by the pack: a loop is not unrolled by every compiler.
+  template <class Function, size_t... kAt>
+  static void ForEach(Function function, std::index_sequence<kAt...>) {
+    (function(std::integral_constant<size_t, kPairs - 1 - kAt>{}), ...);
+  }
+
+  // Steps from t on in which every band has a sample, two by two; returns the first that is left.
+  size_t FullSteps(size_t t) {
+    const size_t stride = filters_.channels;
+    const bool mono = stride == 1;
+    const bool upper = filters_.bands % kBandsInRegister == 0;
+    const float* in = samples_ + t * stride;
+    float* out = samples_ + (t - behind_) * stride;
+    for (; t + 1 < frames_; t += kSkew, in += kSkew * stride, out += kSkew * stride) {
+      const __m128 sample[kSkew] = {Read(in, mono), Read(in + stride, mono)};
+      __m128 weight[kSkew] = {};
+      if constexpr (kMoving)
+        for (size_t i = 0; i < kSkew; ++i)
+          weight[i] = _mm_set1_ps(weights_[t + i]);
+      ForEach([&]<size_t kPair>(std::integral_constant<size_t, kPair>) { WorkTwice<kPair>(sample, weight); },
+              Index{});
+      Write(out, mono, upper, signal_[0][kPairs - 1]);
+      Write(out + stride, mono, upper, signal_[1][kPairs - 1]);
+    }
+    return t;
   }
 
   void PartStep(size_t t) {
-    const bool has_sample = t < frames_;
-    const __m128 sample = has_sample ? Read() : _mm_setzero_ps();
-    const __m128 sample_weight = kMoving && has_sample ? _mm_set1_ps(weights_[t]) : _mm_setzero_ps();
-    Registers w;
-    WorkAll(signal_[t % kSkew], weight_[t % kSkew], w1_, w2_, w, sample, sample_weight, Index{});
-    for (size_t p = 0; p < kPairs; ++p) {
-      const int32_t lower = WorksOn(kBandsInRegister * p, t) ? -1 : 0;
-      const int32_t upper = WorksOn(kBandsInRegister * p + 1, t) ? -1 : 0;
-      const __m128 mask = _mm_castsi128_ps(_mm_set_epi32(upper, upper, lower, lower));
-      w2_[p] = Select(mask, w1_[p], w2_[p]);
-      w1_[p] = Select(mask, w[p], w1_[p]);
+    const size_t stride = filters_.channels;
+    const bool mono = stride == 1;
+    __m128 sample = _mm_setzero_ps();
+    __m128 sample_weight = _mm_setzero_ps();
+    if (t < frames_) {
+      sample = Read(samples_ + t * stride, mono);
+      if constexpr (kMoving) sample_weight = _mm_set1_ps(weights_[t]);
     }
-    if (WorksOn(filters_.bands - 1, t)) Write(signal_[t % kSkew][kPairs - 1]);
+    Registers& signal = signal_[t % kSkew];
+    ForEach(
+        [&]<size_t kPair>(std::integral_constant<size_t, kPair>) {
+          const __m128 w1 = w1_[kPair];
+          const __m128 w2 = w2_[kPair];
+          const __m128 w = Work<kPair>(signal, weight_[t % kSkew], sample, sample_weight, w1, w2);
+          const int32_t lower = WorksOn(kBandsInRegister * kPair, t) ? -1 : 0;
+          const int32_t upper = WorksOn(kBandsInRegister * kPair + 1, t) ? -1 : 0;
+          const __m128 mask = _mm_castsi128_ps(_mm_set_epi32(upper, upper, lower, lower));
+          w2_[kPair] = Select(mask, w1, w2);
+          w1_[kPair] = Select(mask, w, w1);
+        },
+        Index{});
+    if (t >= behind_)
+      Write(samples_ + (t - behind_) * stride, mono, filters_.bands % kBandsInRegister == 0,
+            signal[kPairs - 1]);
   }
 
   // Whether the band has a sample of this block in step t.
   bool WorksOn(size_t band, size_t t) const { return t >= kSkew * band && t - kSkew * band < frames_; }
 
   EqualizerFilters& filters_;
-  const float* in_;
-  float* out_;
+  float* samples_;
   size_t frames_;
   const float* weights_;
+  size_t behind_;  // By how many samples the last band is.
   Registers alpha_, gamma_, minus_beta_, gain_, gain_move_;
   Registers w1_, w2_;
   // What each band put out, and the weight of the frame it did so for, in the last even and the last odd
