@@ -97,8 +97,8 @@ TEST(Resampler, KeepsAToneItsLevelAndItsPlace) {
     SCOPED_TRACE(std::to_string(rates.from) + " to " + std::to_string(rates.to));
     const Fit fast = FitTone(ConvertTone(1000, rates.from, rates.to, ResampleQuality::kFast), 1000, rates.to);
     const Fit high = FitTone(ConvertTone(1000, rates.from, rates.to, ResampleQuality::kHigh), 1000, rates.to);
-    EXPECT_LT(fast.noise_db, -110);
-    EXPECT_LT(high.noise_db, -140);
+    EXPECT_LT(fast.noise_db, -130);
+    EXPECT_LT(high.noise_db, -145);
     for (const Fit& fit : {fast, high}) {
       EXPECT_NEAR(fit.level_db, 0, 0.001);
       EXPECT_NEAR(fit.phase, 0, 1e-5);
@@ -114,8 +114,8 @@ TEST(Resampler, HighTonesKeepTheirLevelAndLeaveNoImages) {
       const Fit high = FitTone(ConvertTone(hz, rates.from, rates.to, ResampleQuality::kHigh), hz, rates.to);
       EXPECT_NEAR(fast.level_db, 0, 0.02);
       EXPECT_NEAR(high.level_db, 0, 0.02);
-      EXPECT_LT(fast.noise_db, -100);
-      EXPECT_LT(high.noise_db, -140);
+      EXPECT_LT(fast.noise_db, -130);
+      EXPECT_LT(high.noise_db, -145);
     }
   }
 }
@@ -123,8 +123,8 @@ TEST(Resampler, HighTonesKeepTheirLevelAndLeaveNoImages) {
 TEST(Resampler, WhatTheLowerRateCannotHoldIsSilent) {
   for (const double hz : {22051.0, 23000.0, 30000.0, 40000.0, 47000.0}) {
     SCOPED_TRACE(hz);
-    EXPECT_LT(LevelDb(ConvertTone(hz, 96000, 44100, ResampleQuality::kFast)), -100);
-    EXPECT_LT(LevelDb(ConvertTone(hz, 96000, 44100, ResampleQuality::kHigh)), -140);
+    EXPECT_LT(LevelDb(ConvertTone(hz, 96000, 44100, ResampleQuality::kFast)), -130);
+    EXPECT_LT(LevelDb(ConvertTone(hz, 96000, 44100, ResampleQuality::kHigh)), -145);
   }
 }
 
@@ -137,7 +137,7 @@ TEST(Resampler, BlocksDoNotShowInTheOutput) {
     ASSERT_TRUE(resampler);
     const Samples in = Tone(440, rates.from, 10007);
     const Samples whole = Convert(*resampler, in, 1);
-    EXPECT_NEAR(static_cast<double>(whole.size()), 10007.0 * rates.to / rates.from, 1);
+    EXPECT_NEAR(static_cast<double>(whole.size()), 10007.0 * rates.to / rates.from, 0.5);
     for (const Rates blocks : {Rates{1, 1}, Rates{7, 4096}, Rates{10007, 13}, Rates{10007, 200000}}) {
       SCOPED_TRACE(blocks.from);
       ASSERT_TRUE(resampler->Clear());
@@ -177,7 +177,7 @@ TEST(Resampler, ShortSignalsComeOutWhole) {
     const auto resampler = Resampler::Create(44100, 48000, 1, ResampleQuality::kHigh, kBlock);
     ASSERT_TRUE(resampler);
     const Samples out = Convert(*resampler, Samples(frames, 0.5f), 1);
-    EXPECT_NEAR(static_cast<double>(out.size()), static_cast<double>(frames) * 48000 / 44100, 1);
+    EXPECT_NEAR(static_cast<double>(out.size()), static_cast<double>(frames) * 48000 / 44100, 0.5);
     Resampler::Count count;
     float more = 0;
     EXPECT_FALSE(resampler->Process(&more, 1, &more, 1, &count));

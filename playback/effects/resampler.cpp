@@ -34,7 +34,7 @@ using Engine = std::unique_ptr<soxr, DeleteSoxr>;
 Engine MakeEngine(uint32_t in_rate, uint32_t out_rate, uint16_t channels, ResampleQuality quality) {
   const soxr_io_spec_t samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
   const soxr_quality_spec_t recipe =
-      soxr_quality_spec(quality == ResampleQuality::kHigh ? SOXR_VHQ : SOXR_16_BITQ, 0);
+      soxr_quality_spec(quality == ResampleQuality::kHigh ? SOXR_VHQ : SOXR_HQ, 0);
   const soxr_runtime_spec_t one_thread = soxr_runtime_spec(1);
   soxr_error_t error = nullptr;
   Engine engine(soxr_create(in_rate, out_rate, channels, &error, &samples, &recipe, &one_thread));

@@ -9,16 +9,18 @@
 
 namespace melorin {
 
-/// Measured at the usual rates (docs/decisions/0003-resampler.md).
+/// Figures and how they were measured: docs/decisions/0003-resampler.md.
 enum class ResampleQuality {
-  kFast,  ///< "HQResample" off: noise, images and aliases at least 100 dB below a full-scale tone.
-  kHigh,  ///< "HQResample" on: 140 dB, which is more than 24-bit output holds.
+  kFast,  ///< "HQResample" off: noise, images and aliases 130 dB below a full-scale tone; 32-bit arithmetic.
+  kHigh,  ///< "HQResample" on: 145 dB, as much as 24-bit output holds; 64-bit arithmetic.
 };
 
-/// Level within 0.1 dB up to 20 kHz at 44.1 kHz, that is to 0.907 of the lower rate's half; silent from that
-/// half on. The whole output of n frames in has n × out_rate / in_rate frames (rounded, ±1), and lies in time
-/// where the input does: the filter's delay is taken out. Thread: one at a time. Create and Clear allocate;
-/// after either, Process allocates nothing at the usual rates, and at odd ones seldom and little.
+/// With the half of the lower rate as 1: the level is within 0.1 dB to 0.92 (20.3 kHz at 44100 Hz) and falls
+/// from there; nothing is left from 1 on. What lies between 0.92 and 1 of the input's own half, when that is
+/// the lower, leaves images above 1, fainter than it. The whole output of n frames in has n × out_rate /
+/// in_rate frames (rounded), and lies in time where the input does: the filter's delay is taken out. Thread:
+/// one at a time. Create and Clear allocate and take some milliseconds; after either, Process allocates
+/// nothing at the usual rates, and at odd ones seldom and little.
 class Resampler {
  public:
   /// 1 to 8 channels, rates of 1 to 768000 Hz that differ, neither more than 256 times the other.
