@@ -227,6 +227,14 @@ void Player::OnFading(const ItemRef& item) {
   log_.Write(LogEntry("fading").Add("file", Utf16FromGbk(item->PathGbk())));
 }
 
+void Player::OnGainScanned(const ItemRef& item) {
+  log_.Write(LogEntry("gain")
+                 .Add("file", Utf16FromGbk(item->PathGbk()))
+                 .Add("value", Utf16FromUtf8(item->TagValue("replaygain_track_gain"))));
+  session_.MarkInfoChanged();
+  frame_.SaveLater(kSaveDelayMs);
+}
+
 // ---- what the jobs tell
 
 void Player::ReportProblem(const std::u16string& text) {
@@ -311,8 +319,10 @@ bool Player::Close() {
   jobs_.Stop();
   info_.Stop();
   // Before the track is left: its position belongs to what is saved.
-  const bool saved = SaveNow(true);
+  bool saved = SaveNow(true);
   control_.Close();
+  // What was learned of the last track as it was left.
+  saved = session_.SaveLists(true) != Session::SaveResult::kFailed && saved;
   log_.Write(LogEntry("closed"));
   return saved || auto_close_;
 }

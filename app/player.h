@@ -86,6 +86,7 @@ class Player final : private PlayerListener, private JobHost {
   void OnFinished() override;
   void OnResumed(uint32_t position_ms) override;
   void OnFading(const ItemRef& item) override;
+  void OnGainScanned(const ItemRef& item) override;
 
   void PostTask(std::function<void()> task) override { frame_.PostTask(std::move(task)); }
   void ReportProblem(const std::u16string& text) override;

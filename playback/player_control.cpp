@@ -8,9 +8,10 @@
 
 #include "platform/file.h"
 #include "platform/text.h"
+#include "playback/effects/tagged_gain.h"
+#include "playback/track_effects.h"
 #include "playlist/item_info.h"
 #include "sound/sheet_tracks.h"
-#include "tags/tag_set.h"
 
 namespace melorin {
 namespace {
@@ -21,19 +22,19 @@ constexpr uint32_t kExitExtraMs = 500;
 constexpr uint32_t kExitStepMs = 20;
 constexpr int32_t kLongestIntervalSeconds = 24 * 60 * 60;
 constexpr char kCdCodec[] = "CD|CD Audio";
-constexpr char16_t kGainField[] = u"replaygain_track_gain";
-constexpr char kGainFieldUtf8[] = "replaygain_track_gain";
 
-std::u16string TakeText(WideChar* text) {
-  std::u16string copy = text ? AsChar16(text) : u"";
-  CoTaskMemFree(text);
-  return copy;
+constexpr char kGainFieldUtf8[] = "replaygain_track_gain";
+constexpr char kPeakFieldUtf8[] = "replaygain_track_peak";
+
+std::optional<TrackGain> ListedGain(const PlayListItem& item) {
+  const std::optional<double> gain_db = ParseGainDb(Utf16FromUtf8(item.TagValue(kGainFieldUtf8)));
+  if (!gain_db) return std::nullopt;
+  return TrackGain{*gain_db, ParsePeak(Utf16FromUtf8(item.TagValue(kPeakFieldUtf8)))};
 }
 
-ComPtr<TagSet> TagsOf(SoundSource& source) {
-  ComPtr<TagSet> tags;
-  if (FAILED(source.QueryInterface(kIidTagSet, tags.ReceiveVoid()))) tags.Reset();
-  return tags;
+void StoreListedGain(PlayListItem& item, const TrackGain& gain) {
+  item.SetTag(kGainFieldUtf8, Utf8FromUtf16(FormatGainDb(gain.gain_db)));
+  if (gain.peak) item.SetTag(kPeakFieldUtf8, Utf8FromUtf16(FormatPeak(*gain.peak)));
 }
 
 uint32_t NotNegative(int32_t value) {
@@ -66,6 +67,13 @@ PlaybackSettings MakePlaybackSettings(const Settings& settings) {
   result.volume = std::clamp(settings.player.volume, 0, 100);
   result.balance = std::clamp(settings.player.balance, -100, 100);
   result.mute = settings.player.mute != 0;
+  result.resample_rate = NotNegative(settings.device.resample_rate);
+  result.hq_resample = settings.device.hq_resample != 0;
+  result.equalizer = settings.equalizer.current;
+  result.surround = settings.equalizer.surround;
+  result.auto_gain = settings.playback.auto_gain != 0;
+  result.auto_scan_gain = settings.playback.auto_scan_gain != 0;
+  result.skip_scan_gain = settings.playback.skip_scan_gain != 0;
   result.thread_priority = settings.playback.thread_priority;
   result.sound_fade_mode = settings.playback.sound_fade_mode & kFadeAll;
   for (size_t i = 0; i < result.fade_duration.size(); ++i)
@@ -162,8 +170,7 @@ bool PlayerControl::OpenItem(ItemRef item, bool play_now) {
 
 HRESULT PlayerControl::OpenStream(bool play_now, TrackFailure& failure) {
   OpenStep step = OpenStep::kSource;
-  HRESULT result =
-      open_(*item_, MakePlaybackSettings(settings_), host_.WindowHandle(), std::addressof(current_), &step);
+  HRESULT result = open_(*item_, SettingsFor(*item_), host_.WindowHandle(), std::addressof(current_), &step);
   if (FAILED(result)) {
     failure = step == OpenStep::kSource ? TrackFailure::kFile : TrackFailure::kDevice;
     return result;
@@ -213,10 +220,27 @@ void PlayerControl::ApplySettings() {
   // A device that refuses one of these plays all the same.
   const PlaybackSettings settings = MakePlaybackSettings(settings_);
   const FadeDurations durations = FadesOf(settings);
-  current_->SetVolume(settings.mute ? -1 : settings.volume);
-  current_->SetBalance(settings.balance);
+  volume_refused_ = FAILED(current_->SetVolume(settings.mute ? -1 : settings.volume));
+  balance_refused_ = FAILED(current_->SetBalance(settings.balance));
   current_->SetFade(settings.sound_fade_mode, &durations);
   current_->SetThreadPriority(settings.thread_priority);
+  ApplyEffects();
+}
+
+PlaybackSettings PlayerControl::SettingsFor(const PlayListItem& item) const {
+  PlaybackSettings settings = MakePlaybackSettings(settings_);
+  settings.listed_gain = ListedGain(item);
+  return settings;
+}
+
+void PlayerControl::ApplyEffects() {
+  TrackEffects* effects = current_ ? current_->Chain().Effects() : nullptr;
+  if (!effects) return;
+  const PlaybackSettings settings = SettingsFor(*item_);
+  EffectSettings wanted = MakeChainOptions(settings, KnownGain(current_->Source(), settings)).effects;
+  if (volume_refused_) wanted.volume = settings.mute ? -1 : settings.volume;
+  if (balance_refused_) wanted.balance = settings.balance;
+  effects->Set(wanted);
 }
 
 // ---- leaving
@@ -255,11 +279,15 @@ void PlayerControl::LetFade() {
 
 void PlayerControl::KeepScannedGain() {
   SoundSource* source = current_->Source();
-  const ComPtr<TagSet> tags = source ? TagsOf(*source) : ComPtr<TagSet>();
-  WideChar* value = nullptr;
-  if (!tags || FAILED(tags->GetValue(AsWide(kGainField), &value))) return;
-  const std::string gain = Utf8FromUtf16(TakeText(value));
-  if (!gain.empty()) item_->SetTag(kGainFieldUtf8, gain);
+  if (!source) return;
+  // The source's tags carry what was measured, as if the file had said so.
+  TrackEffects* effects = current_->Chain().Effects();
+  const auto scanned = effects ? effects->ScannedGain() : std::nullopt;
+  if (scanned) WriteTrackGain(*source, *scanned);
+  const std::optional<TrackGain> gain = ReadTrackGain(*source);
+  if (!gain || ListedGain(*item_) == gain) return;
+  StoreListedGain(*item_, *gain);
+  listener_.OnGainScanned(item_);
 }
 
 void PlayerControl::Drop(ComPtr<PlaybackStream>& stream) {
@@ -318,6 +346,8 @@ void PlayerControl::OnStreamEvent(uint32_t event, PlaybackStream* stream) {
   }
   if (event != kEventTrackEnd) return;
   if (current_->State() != DeviceState::kStopped) current_->Stop();
+  // Now, so that it is saved although nothing may be played for hours.
+  KeepScannedGain();
   SetState(PlayState::kStopped);
   listener_.OnTrackEnded();
   if (Mode() != PlayMode::kSingle) {
@@ -391,17 +421,36 @@ void PlayerControl::SetMode(PlayMode mode) {
 void PlayerControl::SetVolume(int32_t volume) {
   settings_.player.volume = std::clamp(volume, 0, 100);
   settings_.player.mute = 0;
-  if (current_) current_->SetVolume(settings_.player.volume);
+  ApplyVolume();
 }
 
 void PlayerControl::SetMute(bool mute) {
   settings_.player.mute = mute ? 1 : 0;
-  if (current_) current_->SetVolume(mute ? -1 : std::clamp(settings_.player.volume, 0, 100));
+  ApplyVolume();
+}
+
+void PlayerControl::ApplyVolume() {
+  if (!current_) return;
+  const int32_t volume = settings_.player.mute != 0 ? -1 : std::clamp(settings_.player.volume, 0, 100);
+  volume_refused_ = FAILED(current_->SetVolume(volume));
+  if (volume_refused_) ApplyEffects();
 }
 
 void PlayerControl::SetBalance(int32_t balance) {
   settings_.player.balance = std::clamp(balance, -100, 100);
-  if (current_) current_->SetBalance(settings_.player.balance);
+  if (!current_) return;
+  balance_refused_ = FAILED(current_->SetBalance(settings_.player.balance));
+  if (balance_refused_) ApplyEffects();
+}
+
+void PlayerControl::SetEqualizer(const EqualizerBands& bands) {
+  settings_.equalizer.current = bands;
+  ApplyEffects();
+}
+
+void PlayerControl::SetSurround(int32_t level) {
+  settings_.equalizer.surround = level;
+  ApplyEffects();
 }
 
 void PlayerControl::OnListEdited(const Playlist& list, const ListEdit& edit) {

@@ -58,10 +58,11 @@ class PlayerListener {
   virtual void OnTrackOpened() = 0;
   virtual void OnStateChanged(PlayState state) = 0;
   virtual void OnTrackFailed(const ItemRef& item, TrackFailure failure, HRESULT result) = 0;
-  virtual void OnTrackEnded() = 0;                   ///< It has played to its end.
-  virtual void OnFinished() = 0;                     ///< Nothing follows by itself.
-  virtual void OnResumed(uint32_t position_ms) = 0;  ///< Goes on where the last session ended.
-  virtual void OnFading(const ItemRef& item) = 0;    ///< The track was left and fades out.
+  virtual void OnTrackEnded() = 0;                      ///< It has played to its end.
+  virtual void OnFinished() = 0;                        ///< Nothing follows by itself.
+  virtual void OnResumed(uint32_t position_ms) = 0;     ///< Goes on where the last session ended.
+  virtual void OnFading(const ItemRef& item) = 0;       ///< The track was left and fades out.
+  virtual void OnGainScanned(const ItemRef& item) = 0;  ///< Its loudness was measured; the item knows it now.
 
  protected:
   ~PlayerListener() = default;
@@ -140,8 +141,13 @@ class PlayerControl final : private EventTarget {
   void SetVolume(int32_t volume);  ///< 0 to 100; takes "Mute" back.
   void SetMute(bool mute);
   void SetBalance(int32_t balance);
-  /// Applies changed settings (volume, balance, fades, priority) to the current stream. What concerns the
-  /// device holds from the next track on.
+  void SetEqualizer(const EqualizerBands& bands);
+  void SetSurround(int32_t level);  ///< 0 off, to 100.
+  /// Applies changed settings (volume, balance, fades, priority, effects) to the current stream. What
+  /// concerns the device, the resampler and the measuring of gain holds from the next track on.
+  ///
+  /// Volume and balance that the device refuses are applied by the track's own effects, which is later by
+  /// what the device holds.
   void ApplySettings();
   /// Runs when an entry has been the last in PlayMode::kInOrder.
   void SetEndOfListStep(std::function<void()> step) { end_of_list_step_ = std::move(step); }
@@ -175,6 +181,9 @@ class PlayerControl final : private EventTarget {
   void StartResumed();
   void Leave();
   void LetFade();
+  void ApplyVolume();
+  void ApplyEffects();
+  PlaybackSettings SettingsFor(const PlayListItem& item) const;
   void KeepScannedGain();
   void Drop(ComPtr<PlaybackStream>& stream);
   void AfterFailure();
@@ -206,6 +215,9 @@ class PlayerControl final : private EventTarget {
   bool next_due_ = false;
   bool may_resume_ = true;  ///< Until the first track is played.
   bool has_played_ = false;
+  /// By the current stream's device; its track's effects do it instead.
+  bool volume_refused_ = false;
+  bool balance_refused_ = false;
   bool closing_ = false;
 };
 

@@ -127,6 +127,16 @@ class TaggedSource final : public ComObject<SoundSource> {
   ComPtr<TagSet> tags_;
 };
 
+/// Keeps what it is set to.
+class KeepingEffects final : public TrackEffects {
+ public:
+  void Set(const EffectSettings& settings) override { set = settings; }
+  std::optional<TrackGain> ScannedGain() const override { return scanned; }
+
+  EffectSettings set;
+  std::optional<TrackGain> scanned;
+};
+
 /// A file: what its device and chain do, and whether it can be opened.
 struct FakeFile {
   DeviceSetup device;
@@ -216,6 +226,7 @@ class PlayerControlTest : public ::testing::Test, public PlayerListener {
     heard_.push_back("resumed " + std::to_string(position_ms));
   }
   void OnFading(const ItemRef& item) override { heard_.push_back("fading " + item->PathGbk()); }
+  void OnGainScanned(const ItemRef& item) override { heard_.push_back("gain " + item->PathGbk()); }
 
   SimClock clock_;
   UiClock ui_clock_{clock_};
@@ -225,11 +236,14 @@ class PlayerControlTest : public ::testing::Test, public PlayerListener {
   std::map<std::string, std::unique_ptr<FakeFile>> files_;
   std::vector<std::string> heard_;
   ComPtr<Playlist> list_;
-  PlayerControl control_{
-      {window_, *this, settings_,
-       [this](const PlayListItem& item, const PlaybackSettings&, void*, ComPtr<PlaybackStream>* out,
-              OpenStep* failed_at) { return Open(item, out, failed_at); },
-       ui_clock_, SeededRandom(7)}};
+  PlaybackSettings opened_with_;
+  PlayerControl control_{{window_, *this, settings_,
+                          [this](const PlayListItem& item, const PlaybackSettings& settings, void*,
+                                 ComPtr<PlaybackStream>* out, OpenStep* failed_at) {
+                            opened_with_ = settings;
+                            return Open(item, out, failed_at);
+                          },
+                          ui_clock_, SeededRandom(7)}};
   PlayerControl* opened_by_ = &control_;
 };
 
@@ -618,6 +632,97 @@ TEST_F(PlayerControlTest, AFailureOfTheDeviceIsToldApart) {
   EXPECT_FALSE(control_.HasTrack());
   EXPECT_FALSE(control_.OpenEntry(2));
   EXPECT_EQ(Heard(), "");
+}
+
+TEST_F(PlayerControlTest, EffectsFollowTheSettingsAndTakeOverWhatTheDeviceRefuses) {
+  MakeList("ab", 5000);
+  KeepingEffects effects;
+  const auto source = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
+  source->SetTag(u"REPLAYGAIN_TRACK_GAIN", u"-6,5 dB");
+  source->SetTag(u"replaygain_track_peak", u"0.75");
+  for (const char* name : {"a", "b"}) {
+    File(name).chain.effects = &effects;
+    File(name).chain.source = source.get();
+  }
+  settings_.player.volume = 60;
+  settings_.player.balance = -20;
+  settings_.equalizer.surround = 40;
+  settings_.equalizer.current.values = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, -3};
+  control_.OpenEntry(0);
+  EXPECT_EQ(effects.set.equalizer, settings_.equalizer.current);
+  EXPECT_EQ(effects.set.surround, 40);
+  EXPECT_EQ(effects.set.gain, std::nullopt);
+  EXPECT_EQ(effects.set.volume, 100);
+  EXPECT_EQ(effects.set.balance, 0);
+
+  control_.SetEqualizer({});
+  control_.SetSurround(0);
+  settings_.playback.auto_gain = 1;
+  control_.ApplySettings();
+  EXPECT_EQ(effects.set.equalizer, EqualizerBands{});
+  EXPECT_EQ(effects.set.surround, 0);
+  EXPECT_EQ(effects.set.gain, (TrackGain{-6.5, 0.75}));
+
+  // Kernel Streaming and ASIO.
+  File("b").device.volume = E_NOTIMPL;
+  control_.OpenEntry(1);
+  EXPECT_EQ(effects.set.volume, 60);
+  EXPECT_EQ(effects.set.balance, 0);
+  EXPECT_EQ(control_.Stream()->FadeFlags(), 0);
+  control_.SetMute(true);
+  EXPECT_EQ(effects.set.volume, -1);
+  control_.SetVolume(30);
+  EXPECT_EQ(effects.set.volume, 30);
+  control_.OpenEntry(0);
+  EXPECT_EQ(effects.set.volume, 100);
+  control_.Close();
+}
+
+TEST_F(PlayerControlTest, AMeasuredGainIsKeptAndUsedTheNextTime) {
+  MakeList("ab");
+  KeepingEffects effects;
+  effects.scanned = TrackGain{-7.25, 0.9};
+  const auto source = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
+  File("a").chain.effects = &effects;
+  File("a").chain.source = source.get();
+  settings_.playback.auto_gain = settings_.playback.auto_scan_gain = 1;
+  control_.SetMode(PlayMode::kSingle);
+  control_.OpenEntry(0);
+  EXPECT_TRUE(opened_with_.auto_scan_gain && opened_with_.skip_scan_gain && opened_with_.auto_gain);
+  EXPECT_EQ(opened_with_.listed_gain, std::nullopt);
+  Run(600);
+  // At its end already, once.
+  EXPECT_EQ(Heard(), "open a, gain a, finished");
+  EXPECT_EQ(list_->At(0)->TagValue("replaygain_track_gain"), "-7.25 dB");
+  control_.OpenEntry(1);
+  const auto reopened = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
+  File("a").chain.source = reopened.get();
+  effects.scanned.reset();
+  control_.OpenEntry(0);
+  EXPECT_EQ(Heard(), "open b, open a");
+  EXPECT_EQ(opened_with_.listed_gain, (TrackGain{-7.25, 0.9}));
+  EXPECT_EQ(effects.set.gain, (TrackGain{-7.25, 0.9}));
+  control_.Close();
+}
+
+TEST(ChainOptionsTest, GainIsAppliedOrMeasuredAsTheSettingsSay) {
+  const TrackGain known{-3, std::nullopt};
+  struct Case {
+    bool auto_gain, scan, skip, is_known;
+    bool applied, measured;
+  };
+  for (const Case& c :
+       {Case{false, false, true, true, false, false}, Case{true, false, true, true, true, false},
+        Case{true, true, true, true, true, false}, Case{true, true, false, true, true, true},
+        Case{false, true, true, false, false, true}, Case{true, true, true, false, false, true}}) {
+    PlaybackSettings settings;
+    settings.auto_gain = c.auto_gain;
+    settings.auto_scan_gain = c.scan;
+    settings.skip_scan_gain = c.skip;
+    const ChainOptions options = MakeChainOptions(settings, c.is_known ? std::optional(known) : std::nullopt);
+    EXPECT_EQ(options.effects.gain.has_value(), c.applied);
+    EXPECT_EQ(options.scan_gain, c.measured);
+  }
 }
 
 TEST_F(PlayerControlTest, TheItemLearnsFromItsFile) {

@@ -17,6 +17,7 @@
 
 #include "platform/clock.h"
 #include "playback/playback_stream.h"
+#include "playback/track_effects.h"
 #include "playback/visual_data.h"
 
 namespace melorin::sim {
@@ -188,7 +189,8 @@ struct DeviceSetup {
   uint32_t buffer_bytes = 32000;
   uint32_t bytes_per_second = 32000;
   std::atomic<int32_t> free_override{-1};
-  std::atomic<HRESULT> volume{S_OK}, write{S_OK}, reset{S_OK}, pause{S_OK}, clone{S_OK}, buffer_size{S_OK};
+  std::atomic<HRESULT> volume{S_OK}, play{S_OK}, write{S_OK}, reset{S_OK}, pause{S_OK}, clone{S_OK},
+      buffer_size{S_OK};
   bool capture = true;
   std::atomic<int> alive{0};
 };
@@ -213,6 +215,7 @@ class SimDevice final : public ComObject<OutputDevice> {
   }
   HRESULT STDMETHODCALLTYPE Play() override {
     Note("Play");
+    if (FAILED(setup_.play)) return setup_.play;
     const Lock lock(mutex_);
     if (!playing_) since_ms_ = clock_.TickMs();
     playing_ = true;
@@ -315,6 +318,7 @@ struct ChainSetup {
   std::atomic<HRESULT> start{S_OK}, seek{S_OK}, end{S_FALSE};
   std::atomic<int> alive{0};
   SoundSource* source = nullptr;
+  TrackEffects* effects = nullptr;
 };
 
 inline float SimSample(uint32_t frame, uint32_t channel) {
@@ -366,6 +370,7 @@ class SimChain final : public PlaybackChain {
     return S_OK;
   }
   SoundSource* Source() const override { return setup_.source; }
+  TrackEffects* Effects() override { return setup_.effects; }
 
  private:
   Journal& journal_;
