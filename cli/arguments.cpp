@@ -40,7 +40,7 @@ bool ParseArguments(std::span<const std::string> arguments, std::span<const Opti
     }
     std::string value;
     if (equals != std::string::npos) {
-      if (!spec->takes_value) {
+      if (!spec->takes_value && !spec->value_optional) {
         *error = name + " takes no value";
         return false;
       }

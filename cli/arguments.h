@@ -14,10 +14,12 @@
 
 namespace melorin {
 
-/// An option that a command takes: "--name", or "--name VALUE" and "--name=VALUE".
+/// An option that a command takes: "--name", or "--name VALUE" and "--name=VALUE", or "--name" and
+/// "--name=VALUE".
 struct OptionSpec {
   std::string_view name;  ///< With the two dashes.
   bool takes_value = false;
+  bool value_optional = false;
 };
 
 struct Arguments {

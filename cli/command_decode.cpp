@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "cli/commands.h"
+#include "cli/decode_options.h"
 #include "cli/decode_range.h"
 #include "cli/result_text.h"
 #include "cli/wave_target.h"
@@ -16,6 +17,7 @@
 #include "platform/text.h"
 #include "playback/device_format.h"
 #include "playback/dither_shaper.h"
+#include "playback/effects/tagged_gain.h"
 #include "playback/sample_convert.h"
 #include "playback/source_chain.h"
 #include "sound/exports.h"
@@ -23,49 +25,7 @@
 namespace melorin {
 namespace {
 
-constexpr OptionSpec kOptions[] = {
-    {"--bits", true}, {"--dither", true}, {"--start", true}, {"--length", true}, {"--track", true}};
 constexpr uint32_t kProgressEveryMs = 200;
-
-struct DecodeOptions {
-  uint32_t open_flags = 0;
-  uint32_t bits = 0;  ///< 0: the source's own.
-  uint32_t dither = 0;
-  uint32_t start_ms = 0;
-  std::optional<uint32_t> length_ms;
-};
-
-/// False, with the reason in `error`, when an option's value is none of those allowed.
-bool ReadOptions(const Arguments& arguments, DecodeOptions* out, std::string* error) {
-  const auto read = [&](std::string_view name, std::optional<uint32_t>* number) {
-    const std::string* value = arguments.Value(name);
-    if (!value) return true;
-    *number = ParseNumber(*value);
-    if (!*number) *error = std::string(name) + ": not a number: " + *value;
-    return number->has_value();
-  };
-  const auto track_flags = TrackFlags(arguments, error);
-  if (!track_flags) return false;
-  out->open_flags = *track_flags;
-  std::optional<uint32_t> bits;
-  std::optional<uint32_t> dither;
-  std::optional<uint32_t> start;
-  if (!read("--bits", &bits) || !read("--dither", &dither) || !read("--start", &start) ||
-      !read("--length", &out->length_ms))
-    return false;
-  if (bits && *bits != 8 && *bits != 16 && *bits != 24 && *bits != 32) {
-    *error = "--bits is 8, 16, 24 or 32";
-    return false;
-  }
-  if (dither && *dither > 4) {
-    *error = "--dither is 0 to 4";
-    return false;
-  }
-  out->bits = bits.value_or(0);
-  out->dither = dither.value_or(0);
-  out->start_ms = start.value_or(0);
-  return true;
-}
 
 /// One run of the command: the opened track, where it goes, and how far it is.
 class DecodeJob {
@@ -79,6 +39,8 @@ class DecodeJob {
 
  private:
   int CheckTarget(const std::string& out_path) const;
+  int OpenChain(const SoundLibrary& library, const std::string& in_path);
+  int MeasureGain(EffectSettings effects);
   int OpenTarget(const std::optional<std::string>& out_path);
   uint64_t SkipBySeeking(uint64_t first_frame);
   int Pump();
@@ -90,7 +52,7 @@ class DecodeJob {
   const DecodeOptions& options_;
   std::string in_name_;
   std::string out_name_;
-  std::unique_ptr<SourceChain> chain_;
+  std::unique_ptr<EffectsChain> chain_;
   WAVEFORMATEX format_ = {};
   std::unique_ptr<DitherShaper> dither_;
   std::unique_ptr<WaveTarget> target_;
@@ -103,9 +65,7 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
                    const std::optional<std::string>& out_path) {
   started_ms_ = shown_ms_ = SystemClock().TickMs();
   if (const int failed = out_path ? CheckTarget(*out_path) : kExitDone) return failed;
-  const HRESULT result =
-      SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), options_.open_flags, &chain_);
-  if (FAILED(result)) return context_.Fail(in_name_, OpenFailureText(library, in_path, result));
+  if (const int failed = OpenChain(library, in_path)) return failed;
   format_ = MakePcmFormat(chain_->Channels(), chain_->SampleRate(),
                           ChooseOutputBits(options_.bits, chain_->SourceBits()));
   if (options_.dither != 0) {
@@ -123,6 +83,40 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
   chain_.reset();
   if (FAILED(target_->Finish())) return context_.Fail(out_name_, "cannot be written");
   Report();
+  return kExitDone;
+}
+
+int DecodeJob::OpenChain(const SoundLibrary& library, const std::string& in_path) {
+  std::unique_ptr<SourceChain> decoded;
+  HRESULT result =
+      SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), options_.open_flags, &decoded);
+  if (FAILED(result)) return context_.Fail(in_name_, OpenFailureText(library, in_path, result));
+  ChainOptions chain = options_.chain;
+  if (options_.auto_gain) {
+    chain.effects.gain = ReadTrackGain(*decoded->Source());
+    chain.scan_gain = !chain.effects.gain;
+  }
+  result = EffectsChain::Create(std::move(decoded), chain, &chain_);
+  if (FAILED(result)) return context_.Fail(ResultText(result));
+  if (options_.chain.resample_rate != 0 && chain_->SampleRate() != options_.chain.resample_rate)
+    return context_.Fail(in_name_, "cannot be resampled to that rate");
+  return chain.scan_gain ? MeasureGain(chain.effects) : kExitDone;
+}
+
+/// Plays the track unheard, to its end.
+int DecodeJob::MeasureGain(EffectSettings effects) {
+  ComPtr<SoundBuffer> block;
+  if (FAILED(CreateSoundBuffer(block.Receive(), chain_->BlockBytes())))
+    return context_.Fail(ResultText(E_OUTOFMEMORY));
+  HRESULT result = chain_->NotifyStart();
+  while (result == S_OK)
+    result = chain_->NextBlock(*block);
+  chain_->NotifyStop();
+  if (SUCCEEDED(result)) result = chain_->Seek(0);
+  if (FAILED(result))
+    return context_.Fail(in_name_, "its loudness cannot be measured: " + ResultText(result));
+  effects.gain = chain_->ScannedGain();
+  chain_->Set(effects);
   return kExitDone;
 }
 
@@ -152,6 +146,7 @@ int DecodeJob::OpenTarget(const std::optional<std::string>& out_path) {
 /// at.
 uint64_t DecodeJob::SkipBySeeking(uint64_t first_frame) {
   WAVEFORMATEX* source_format = nullptr;
+  if (options_.ChangesSound()) return 0;
   if (options_.start_ms < 1000 || FAILED(chain_->Source()->GetFormat(&source_format))) return 0;
   const bool exact =
       source_format->wFormatTag == WAVE_FORMAT_PCM &&
@@ -225,7 +220,7 @@ void DecodeJob::Report() const {
 int RunDecode(const CommandContext& context, const Arguments& arguments) {
   DecodeOptions options;
   std::string error;
-  if (!ReadOptions(arguments, &options, &error)) return context.FailUsage(error);
+  if (!ReadDecodeOptions(arguments, &options, &error)) return context.FailUsage(error);
   const std::string& in_name = arguments.operands[0];
   const std::string& out_name = arguments.operands[1];
   const auto in_path = PathFromArgument(in_name, &error);
@@ -247,20 +242,25 @@ int RunDecode(const CommandContext& context, const Arguments& arguments) {
 
 constexpr Command kDecodeCommand = {
     "decode",
-    "FILE OUT.wav [--track N] [--bits N] [--dither N] [--start MS] [--length MS]",
+    "FILE OUT.wav [--track N] [--bits N] [--dither N] [--start MS] [--length MS]\n"
+    "        [--rate HZ [--hq]] [--gain auto|DB] [--eq P:B0,...,B9] [--surround[=LEVEL]]",
     "Decodes a sound file to a Wave file, through the same chain and conversion as playing",
     "\n--track   the track of a CUE sheet by its number; without it the first one\n"
     "--bits    8, 16, 24 or 32; without it the file's own width, 16 for compressed ones\n"
     "--dither  0 off (the default), 1 triangular, 2 with first-order error feedback, 3 noise shaping for the "
     "rate,\n"
     "          4 the alternative shapers at 44100 and 48000 Hz\n"
-    "--start, --length   milliseconds, rounded down to frames; exact for every format\n\n"
+    "--start, --length   milliseconds, rounded down to frames; exact for every format\n"
+    "--rate    resamples to that rate, with --hq in high quality\n"
+    "--gain    decibels, or \"auto\": the gain of the tags, measured in a first pass where they have none\n"
+    "--eq      the equalizer's preamplifier and ten bands from the lowest up, -12 to 12 dB each\n"
+    "--surround   widens the stage; LEVEL is 0 to 100, 50 without it\n\n"
     "OUT.wav is written beside its place and swapped in when it is whole. OUT \"-\" is standard output, "
     "with\n"
     "0xFFFFFFFF for the sizes that are not known yet. Progress goes to standard error.\n",
     2,
     2,
-    kOptions,
+    kDecodeOptions,
     RunDecode};
 
 }  // namespace melorin

@@ -141,6 +141,13 @@ TEST(CliCommandLine, WrongUsageIsOneLineAndExitCode2) {
       {"decode", "a", "b", "--dither", "5"},
       {"decode", "a", "b", "--start", "-1"},
       {"decode", "a", "b", "--length"},
+      {"decode", "a", "b", "--rate", "0"},
+      {"decode", "a", "b", "--rate", "768001"},
+      {"decode", "a", "b", "--hq=1"},
+      {"decode", "a", "b", "--eq", "0:1,2,3,4,5,6,7,8,9"},
+      {"decode", "a", "b", "--gain", "loud"},
+      {"decode", "a", "b", "--gain", "61"},
+      {"decode", "a", "b", "--surround=101"},
       {"formats", "extra"},
   };
   for (const auto& line : lines) {

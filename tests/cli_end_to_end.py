@@ -6,6 +6,7 @@
 """
 import array
 import json
+import math
 import os
 import shutil
 import struct
@@ -234,6 +235,39 @@ class EndToEnd(unittest.TestCase):
             self.assertLessEqual(max(errors), limit + 0.001, kind)
             results[kind] = out
         self.assertEqual(len(set(results.values())), 5)
+
+    def test_effects_do_what_they_are_told(self):
+        # 1 kHz, 0.25 of full scale, the right side the same or turned round.
+        left = [round(8192 * math.sin(2 * math.pi * i / 44.1)) for i in range(44100)]
+        for name, sign in (("same.wav", 1), ("wide.wav", -1)):
+            write_wave(self.path(name), pack([s for l in left for s in (l, sign * l)], 16))
+        plain = self.decode("same.wav")[1]
+
+        def level(name, *options):
+            """Of the left side's second half, against the file's, in dB; and the frames."""
+            params, out = self.decode(name, *options)
+            side = ints(out, 16)[::2]
+            half = side[len(side) // 2:]
+            power = sum(s * s for s in half) / len(half)
+            return 10 * math.log10(power / (8192 * 8192 / 2)), params.nframes
+
+        for options, want in ((("--gain", "-6"), -6), (("--gain", "+3,5"), 3.5), (("--rate", "48000"), 0),
+                              (("--rate", "22050", "--hq"), 0), (("--eq", "0:0,0,0,0,0,-12,0,0,0,0"), -8.60),
+                              (("--eq", "0:0,0,0,0,0,0,0,0,0,0", "--gain", "-1.5"), -1.5)):
+            with self.subTest(options=options):
+                got, frames = level("same.wav", *options)
+                self.assertAlmostEqual(got, want, delta=0.05)
+                rate = int(options[1]) if options[0] == "--rate" else 44100
+                self.assertAlmostEqual(frames, rate, delta=1)
+        for options in (("--eq", "0:0,0,0,0,0,0,0,0,0,0"), ("--surround=0",), ("--gain", "0"), ("--rate", "44100")):
+            self.assertEqual(self.decode("same.wav", *options)[1], plain, options)
+        self.assertNotEqual(self.decode("wide.wav", "--surround")[1], self.decode("wide.wav")[1])
+        # Far more than fits is limited, not cut.
+        out = ints(self.decode("same.wav", "--gain", "20")[1], 16)
+        self.assertLess(sum(abs(s) >= 32767 for s in out), len(out) // 50)
+        self.assertGreater(max(out), 30000)
+        # 1 kHz in both channels is as loud as its peak is high: -12.04; the common loudness is -18.
+        self.assertAlmostEqual(level("same.wav", "--gain", "auto")[0], -5.96, delta=0.1)
 
     def test_start_and_length_count_frames_exactly(self):
         data = self.wave("a.wav", frames=120000)

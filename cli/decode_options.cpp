@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "cli/decode_options.h"
+
+#include "doc/settings_values.h"
+#include "platform/text.h"
+#include "playback/effects/track_gain.h"
+
+namespace melorin {
+namespace {
+
+constexpr int32_t kUsualSurround = 50;
+constexpr uint32_t kMostRate = 768000;
+
+/// Reads numeric options, up to the first that is wrong.
+class NumberReader {
+ public:
+  NumberReader(const Arguments& arguments, std::string* error) : arguments_(arguments), error_(error) {}
+
+  std::optional<uint32_t> Read(const char* name, uint32_t most, const char* allowed) {
+    const std::string* value = arguments_.Value(name);
+    if (!value || failed_) return std::nullopt;
+    const auto number = ParseNumber(*value);
+    if (number && *number <= most) return number;
+    failed_ = true;
+    *error_ = number ? std::string(name) + " is " + allowed
+                     : std::string(name) + ": not a number: " + PrintableLine(*value);
+    return std::nullopt;
+  }
+  bool Failed() const { return failed_; }
+
+ private:
+  const Arguments& arguments_;
+  std::string* error_;
+  bool failed_ = false;
+};
+
+bool ReadGain(const Arguments& arguments, DecodeOptions* out, std::string* error) {
+  const std::string* text = arguments.Value("--gain");
+  if (!text) return true;
+  out->auto_gain = *text == "auto";
+  if (out->auto_gain) return true;
+  const auto gain_db = ParseGainDb(Utf16FromUtf8(*text));
+  if (!gain_db) *error = "--gain is \"auto\" or decibels from -60 to 60, not: " + PrintableLine(*text);
+  out->chain.effects.extra_gain_db = gain_db.value_or(0);
+  return gain_db.has_value();
+}
+
+}  // namespace
+
+bool DecodeOptions::ChangesSound() const {
+  const EffectSettings& effects = chain.effects;
+  return auto_gain || chain.resample_rate != 0 || effects.equalizer != EqualizerBands{} ||
+         effects.surround != 0 || effects.extra_gain_db != 0;
+}
+
+bool ReadDecodeOptions(const Arguments& arguments, DecodeOptions* out, std::string* error) {
+  const auto track_flags = TrackFlags(arguments, error);
+  if (!track_flags) return false;
+  out->open_flags = *track_flags;
+  NumberReader numbers(arguments, error);
+  out->bits = numbers.Read("--bits", 32, "8, 16, 24 or 32").value_or(0);
+  out->dither = numbers.Read("--dither", 4, "0 to 4").value_or(0);
+  out->start_ms = numbers.Read("--start", UINT32_MAX, "").value_or(0);
+  out->length_ms = numbers.Read("--length", UINT32_MAX, "");
+  out->chain.resample_rate = numbers.Read("--rate", kMostRate, "at most 768000 Hz").value_or(0);
+  if (numbers.Failed()) return false;
+  if (arguments.Has("--bits") && out->bits != 8 && out->bits != 16 && out->bits != 24 && out->bits != 32) {
+    *error = "--bits is 8, 16, 24 or 32";
+    return false;
+  }
+  if (arguments.Has("--rate") && out->chain.resample_rate == 0) {
+    *error = "--rate is 1 to 768000 Hz";
+    return false;
+  }
+  out->chain.quality = arguments.Has("--hq") ? ResampleQuality::kHigh : ResampleQuality::kFast;
+  if (const std::string* text = arguments.Value("--eq")) {
+    if (!ParseSetting(*text, &out->chain.effects.equalizer)) {
+      *error = "--eq is eleven numbers, \"preamp:band,...,band\" in dB, not: " + PrintableLine(*text);
+      return false;
+    }
+  }
+  if (const std::string* text = arguments.Value("--surround")) {
+    out->chain.effects.surround = kUsualSurround;
+    if (!text->empty()) {
+      const auto level = ParseNumber(*text);
+      if (!level || *level > 100) {
+        *error = "--surround=LEVEL is 0 to 100, not: " + PrintableLine(*text);
+        return false;
+      }
+      out->chain.effects.surround = static_cast<int32_t>(*level);
+    }
+  }
+  return ReadGain(arguments, out, error);
+}
+
+}  // namespace melorin
