@@ -112,12 +112,12 @@ HRESULT WatchedDevice::Clone(OutputDevice** out) {
 HRESULT WatchedDevice::Play() {
   const bool lost = IsLost();
   const HRESULT result = lost ? S_OK : device_->Play();
-  if (FAILED(result)) return result;
   const Lock lock(lock_);
+  if (FAILED(result)) LoseLocked(clock_.TickMs());
   if (lost_) PositionLocked();
   running_ = true;
   healthy_tick_ = clock_.TickMs();
-  return result;
+  return FAILED(result) ? S_OK : result;
 }
 
 HRESULT WatchedDevice::Pause() {
