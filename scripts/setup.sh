@@ -3,6 +3,7 @@
 #
 #   scripts/setup.sh          what building, playing and testing need
 #   scripts/setup.sh bench    in addition what the benchmarks compare with
+#   scripts/setup.sh quality  in addition what scripts/sound-quality.sh measures and draws with
 #
 # Does nothing when every package is there. Dependencies that Debian ships only as source are built
 # for the target by scripts/deps.sh.
@@ -26,7 +27,8 @@ wanted=("${native_packages[@]}" "${foreign_packages[@]}")
 case "${1:-}" in
   "") ;;
   bench) wanted+=("${bench_packages[@]}") ;;
-  *) die "usage: scripts/setup.sh [bench]" ;;
+  quality) wanted+=(python3-numpy python3-matplotlib) ;;
+  *) die "usage: scripts/setup.sh [bench|quality]" ;;
 esac
 
 missing() {
