@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -89,8 +90,8 @@ double LevelDb(const Samples& signal) {
 struct Rates {
   uint32_t from, to;
 };
-constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100}, {44100, 96000},  {96000, 44100},
-                            {22050, 44100}, {8000, 48000},  {192000, 44100}, {44100, 44101}};
+constexpr Rates kRates[] = {{44100, 48000}, {48000, 44100},  {44100, 96000},  {96000, 44100}, {22050, 44100},
+                            {8000, 48000},  {44100, 192000}, {192000, 44100}, {44100, 44101}};
 
 TEST(Resampler, KeepsAToneItsLevelAndItsPlace) {
   for (const Rates rates : kRates) {
@@ -198,6 +199,17 @@ TEST(Resampler, ChannelsStayApart) {
     for (size_t channel = 0; channel < channels; ++channel)
       EXPECT_NEAR(out[4000u * channels + channel], 0.1 * static_cast<double>(channel + 1), 1e-4);
   }
+}
+
+// A file of floats may hold anything.
+TEST(Resampler, BrokenSamplesPass) {
+  const auto resampler = Resampler::Create(44100, 48000, 1, ResampleQuality::kHigh, kBlock);
+  ASSERT_TRUE(resampler);
+  Samples in(4 * kBlock, 0.25f);
+  in[1000] = std::numeric_limits<float>::quiet_NaN();
+  in[1010] = std::numeric_limits<float>::infinity();
+  const Samples out = Convert(*resampler, in, 1);
+  EXPECT_NEAR(out.at(4 * kBlock), 0.25, 1e-6);
 }
 
 TEST(Resampler, RefusesWhatItCannotDo) {
