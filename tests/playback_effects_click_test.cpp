@@ -177,7 +177,7 @@ TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
       const uint32_t seen = blocks;
       effects->Set(settings);
       while (blocks == seen && !stop)
-        std::this_thread::sleep_for(std::chrono::microseconds(20));
+        std::this_thread::yield();
     }
     done = true;
   });
