@@ -275,6 +275,38 @@ class EndToEnd(unittest.TestCase):
                 load.wait()
 
 
+class Effects(unittest.TestCase):
+    """What the settings ask of the sound, heard in the recording."""
+
+    def test_measured_gain_and_equalizer(self):
+        data = os.path.join(WORK, "effects")
+        write_settings(data, Playback={"AutoGain": 1, "AutoScanGain": 1}, Player={"Volume": 100, "PlayMode": 2})
+        quiet = os.path.join(WORK, "leise.wav")
+        # 1 kHz at -30 dB, 12 below the common loudness.
+        sound.write_wav(quiet, sound.sine(2, 1000, 1036))
+
+        def play():
+            with sound.Recorder() as recorder:
+                with Player("/device=dsound", "/autoclose", windows_path(quiet), data=data) as player:
+                    self.assertEqual(player.finish(), 0)
+            levels = sorted(sound.levels(recorder.frames, 1000))
+            return levels[int(len(levels) * 0.9)], player
+
+        level, player = play()
+        self.assertAlmostEqual(level, 1036, delta=30)
+        gain = float(player.events("gain")[0]["value"].split()[0])
+        self.assertAlmostEqual(gain, 12, delta=0.1)
+
+        settings = os.path.join(data, "melorin.xml")
+        tree = xml.etree.ElementTree.parse(settings)
+        tree.getroot().find("Equalizer").set("Current", "0:0,0,0,0,0,-12,0,0,0,0")
+        tree.write(settings, encoding="UTF-8", xml_declaration=True)
+        level, player = play()
+        self.assertEqual(player.events("gain"), [], "known now")
+        # The band takes 8.6 dB at its centre.
+        self.assertAlmostEqual(level, 1036 * 10 ** ((gain - 8.6) / 20), delta=40)
+
+
 def names(events):
     return [event["file"].rsplit("\\", 1)[1] for event in events]
 
