@@ -23,7 +23,8 @@ struct EffectSettings {
 };
 
 /// A change counts from the next block that is decoded, so it is heard when the device has played what it
-/// holds, and never clicks. Values out of range are cut. Thread: any, while the chain works.
+/// holds, and never clicks; what is set before the first block, or the first after a seek, counts from its
+/// first frame. Values out of range are cut. Thread: any, while the chain works.
 class TrackEffects {
  public:
   virtual void Set(const EffectSettings& settings) = 0;

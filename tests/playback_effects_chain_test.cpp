@@ -129,6 +129,35 @@ TEST(EffectsChain, SeekIsExactAndForgetsWhatWasBefore) {
   EXPECT_EQ(out.size(), 2u * 44100);
 }
 
+TEST(EffectsChain, WhatIsSetBeforeTheFirstBlockCountsFromItsFirstFrame) {
+  const Signal signal{.frames = 5000,
+                      .sample = [](uint64_t frame, uint16_t channel) { return Wild(frame, channel) / 4; }};
+  std::vector<EffectSettings> settings(6, EffectSettings{});
+  settings[0] = EverythingOn();
+  settings[1].equalizer.values = {2, -12, 3, 4};
+  settings[2].surround = 60;
+  settings[3].volume = -1;
+  settings[4].gain = TrackGain{-6, std::nullopt};
+  for (const EffectSettings& effects : settings) {
+    const std::vector<float> wanted = Drain(*MakeChain(signal, {.effects = effects}));
+    const auto chain = MakeChain(signal, {.effects = {.extra_gain_db = -20}});
+    chain->Set(effects);
+    EXPECT_EQ(Drain(*chain), wanted);
+    // Before a seek and after it, from whatever was on.
+    chain->Seek(0);
+    chain->Set(EverythingOn());
+    const ComPtr<SoundBuffer> block = MakeBlock(*chain);
+    ASSERT_EQ(chain->NextBlock(*block), S_OK);
+    chain->Set(effects);
+    chain->Seek(0);
+    EXPECT_EQ(Drain(*chain), wanted);
+    chain->Seek(0);
+    chain->Set({});
+    chain->Set(effects);
+    EXPECT_EQ(Drain(*chain), wanted);
+  }
+}
+
 TEST(EffectsChain, ResamplesToTheRateAskedForOrNotAtAll) {
   struct Case {
     uint32_t in, out, delivered;

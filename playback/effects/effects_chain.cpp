@@ -107,6 +107,7 @@ struct EffectsChain::Parts {
   size_t ReadPlain(float* out, size_t frames);
   size_t ReadResampled(float* out, size_t frames);
   void RunStages(float* samples, size_t frames);
+  void BeginAnew();
   void FillWindow(size_t frames);
   float* Frame(size_t index) { return window.data() + index * channels; }
   void BreakOff(HRESULT result) {
@@ -136,6 +137,7 @@ struct EffectsChain::Parts {
   std::vector<float> window;
   size_t held = 0;       ///< Frames in the window.
   bool drained = false;  ///< The silence behind the end is in the window.
+  bool begins = true;    ///< The next block is the first one, or the first after a seek.
 };
 
 /// Gets the source's next block into the rest; false at its end.
@@ -204,6 +206,17 @@ void EffectsChain::Parts::RunStages(float* samples, size_t frames) {
   }
   if (!balance.IsIdle()) balance.Process(samples, frames);
   limiter.Process(samples, frames, raised);
+}
+
+/// The stages forget what was before. Done when the first block is asked for, so that what was set until then
+/// counts from its first frame: a ramp to it would be heard.
+void EffectsChain::Parts::BeginAnew() {
+  begins = false;
+  gain.Flush();
+  equalizer.Flush();
+  surround.Flush();
+  balance.Flush();
+  limiter.Flush();
 }
 
 /// Reads until the window holds so many frames, or all there are.
@@ -289,6 +302,7 @@ HRESULT EffectsChain::NextBlock(SoundBuffer& block) {
   const size_t wanted = std::min<size_t>(parts.block_frames, capacity / frame_bytes);
   if (!data || wanted == 0) return E_INVALIDARG;
 
+  if (parts.begins) parts.BeginAnew();
   const size_t ahead = parts.limiter.LookAhead();
   parts.FillWindow(wanted + ahead);
   const size_t frames = std::min(wanted, parts.held - ahead);
@@ -310,11 +324,7 @@ HRESULT EffectsChain::Seek(uint32_t position_ms) {
   parts.held = 0;
   parts.drained = false;
   parts.scan.Seek(position_ms == 0 && SUCCEEDED(result));
-  parts.gain.Flush();
-  parts.equalizer.Flush();
-  parts.surround.Flush();
-  parts.balance.Flush();
-  parts.limiter.Flush();
+  parts.begins = true;
   if (parts.resampler && !parts.resampler->Clear()) {
     parts.BreakOff(E_OUTOFMEMORY);
     return E_OUTOFMEMORY;

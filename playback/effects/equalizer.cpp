@@ -94,9 +94,13 @@ void Equalizer::Start(const EqualizerBands& bands) {
   Settle(wanted_);
 }
 
-bool Equalizer::IsIdle() {
+void Equalizer::TakeOver() {
   EqualizerBands bands;
   if (parameter_.Take(&bands)) wanted_ = GainsOf(bands);
+}
+
+bool Equalizer::IsIdle() {
+  TakeOver();
   if (ramp_.IsRunning()) return false;
   if (wanted_ != target_) {
     target_ = wanted_;
@@ -129,7 +133,8 @@ void Equalizer::Process(float* samples, size_t frames) {
 
 void Equalizer::Flush() {
   ramp_.Finish();
-  Settle(target_);
+  TakeOver();
+  Settle(wanted_);
   Clear(filters_);
 }
 

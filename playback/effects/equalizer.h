@@ -56,6 +56,7 @@ class Equalizer final : public SoundStage {
  private:
   using Gains = std::array<float, EqualizerBands::kBands>;
   Gains GainsOf(const EqualizerBands& bands) const;
+  void TakeOver();
   /// Gains that stay as they are.
   void Settle(const Gains& gains);
 

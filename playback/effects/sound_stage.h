@@ -20,7 +20,8 @@ class SoundStage {
   virtual bool IsIdle() = 0;
   /// Works in place on interleaved floats. Only after an IsIdle that was false.
   virtual void Process(float* samples, size_t frames) = 0;
-  /// Forgets what is left of earlier blocks (after a seek); a change under way is finished at once.
+  /// Before the first block and after a seek: forgets what is left of earlier blocks. A change under way, and
+  /// what was set since the last block, count at once, without a ramp.
   virtual void Flush() = 0;
 };
 
