@@ -243,8 +243,10 @@ HRESULT WaveOutDevice::GetPosition(uint32_t* bytes) {
 }
 
 void WaveOutDevice::CollectFinished() {
-  const uint32_t finished = state_->finished.load();
   const Lock lock(lock_);
+  // Under the lock: a count that is older than what another caller has collected would seem to be a whole
+  // round ahead.
+  const uint32_t finished = state_->finished.load();
   auto end = queued_.begin();
   for (; end != queued_.end() && collected_ != finished; ++end, ++collected_) {
     queued_bytes_ -= (*end)->header.dwBufferLength;
