@@ -116,6 +116,7 @@ class KernelStreamingDevice final : public ComObject<OutputDevice> {
   DWORD WalkTo(KSSTATE target);
   DWORD ReadOffset(KsControl& control, uint64_t* offset);
   bool Drain(uint32_t patience_ms);
+  bool DrainOrCancel();
   void CollectLocked();
   HRESULT WriteBlock(const uint8_t* data, uint32_t bytes, bool first);
   HRESULT Failed(DWORD error);
@@ -159,10 +160,7 @@ HRESULT KernelStreamingDevice::Start() {
 
 KernelStreamingDevice::~KernelStreamingDevice() {
   WalkTo(KSSTATE_STOP);
-  if (!Drain(kDrainMs)) {
-    api_.Cancel(pin_.get(), nullptr);
-    Drain(kCancelledMs);
-  }
+  DrainOrCancel();
   // Closing cancels the requests of every thread.
   pin_.Close();
   Drain(kCancelledMs);
@@ -231,7 +229,7 @@ HRESULT KernelStreamingDevice::Reset() {
     resetting_ = true;
   }
   DWORD error = WalkTo(KSSTATE_STOP);
-  if (error == ERROR_SUCCESS && !Drain(kDrainMs)) error = ERROR_TIMEOUT;
+  if (error == ERROR_SUCCESS && !DrainOrCancel()) error = ERROR_TIMEOUT;
   if (error == ERROR_SUCCESS) error = WalkTo(KSSTATE_PAUSE);
   uint64_t offset = 0;
   if (error == ERROR_SUCCESS && tells_offset_) error = ReadOffset(state_control_, &offset);
@@ -263,6 +261,13 @@ bool KernelStreamingDevice::Drain(uint32_t patience_ms) {
         event ? ::WaitForSingleObject(event, static_cast<DWORD>(patience_ms - waited)) : WAIT_FAILED;
     if (result == WAIT_OBJECT_0 || result == WAIT_FAILED) ::Sleep(event ? 0 : 1);
   }
+}
+
+/// A pin that is stopped gives its packets back. Those of a driver that forgets to are cancelled.
+bool KernelStreamingDevice::DrainOrCancel() {
+  if (Drain(kDrainMs)) return true;
+  api_.Cancel(pin_.get(), nullptr);
+  return Drain(kCancelledMs);
 }
 
 void KernelStreamingDevice::CollectLocked() {

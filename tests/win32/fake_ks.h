@@ -138,9 +138,10 @@ class FakeKs {
   bool endless = false;  ///< The list of interfaces never ends.
 
   // How connected pins behave; may be changed at any time between calls.
-  std::atomic<bool> gone{false};         ///< Every call fails.
-  std::atomic<bool> stalled{false};      ///< Packets are never given back, not even cancelled ones.
-  std::atomic<bool> mute_states{false};  ///< Changes of state are never answered.
+  std::atomic<bool> gone{false};           ///< Every call fails.
+  std::atomic<bool> stalled{false};        ///< Packets are never given back, not even cancelled ones.
+  std::atomic<bool> keeps_on_stop{false};  ///< Stopping gives no packets back, cancelling does.
+  std::atomic<bool> mute_states{false};    ///< Changes of state are never answered.
   std::atomic<DWORD> state_error{0};
   std::atomic<DWORD> position_error{0};
   std::atomic<DWORD> write_error{0};      ///< For one write.
@@ -393,7 +394,7 @@ class FakeKs {
     stream.tick = clock ? clock->TickMs() : 0;
     if (state != KSSTATE_STOP) return;
     stream.offset = first_offset;
-    if (!stalled) FinishAllLocked(stream, ERROR_OPERATION_ABORTED);
+    if (!stalled && !keeps_on_stop) FinishAllLocked(stream, ERROR_OPERATION_ABORTED);
   }
 
   void CatchUpLocked(KsStream& stream) {

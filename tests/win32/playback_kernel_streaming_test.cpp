@@ -402,6 +402,20 @@ TEST_F(KernelStreaming, AStalledDriverHoldsUpNobodyAndKeepsItsMemory) {
   EXPECT_TRUE(ks_.GiveBack());
 }
 
+TEST_F(KernelStreaming, WhatAStoppedPinKeepsIsCancelled) {
+  Open();
+  EXPECT_EQ(Write(Data(3 * kBlock)), S_OK);
+  ASSERT_EQ(device_->Play(), S_OK);
+  ks_.keeps_on_stop = true;
+  EXPECT_EQ(device_->Reset(), S_OK);
+  EXPECT_EQ(Room(), kBlocks * kBlock);
+  const fake::Bytes data = Data(kBlock);
+  EXPECT_EQ(Write(data), S_OK);
+  ASSERT_EQ(device_->Play(), S_OK);
+  ks_.Play(4 * kBlock);
+  EXPECT_EQ(ks_.Stream().heard, data);
+}
+
 TEST_F(KernelStreaming, ADriverThatDoesNotAnswerIsGivenUp) {
   Open();
   EXPECT_EQ(Write(Data(kBlock)), S_OK);
