@@ -29,13 +29,12 @@ struct AsioPatience {
 /// - It starts with the first Play and runs until the device is released: Pause and Reset only make it play
 ///   silence, so that a seek does not restart the hardware. Its rate is not set back.
 /// - Mono goes to the first two outputs. More channels than the driver has outputs are a failure.
-/// - The buffer holds at least two of the driver's own, so it may be a multiple of buffer_bytes.
+/// - The buffer holds at least four of the driver's own, so it may be a multiple of buffer_bytes.
 /// - A position is what the driver has taken, smoothed by the clock, less the latency that it states.
 /// - SetVolume and SetBalance answer E_NOTIMPL: the interface has neither, and whoever opens the device
 ///   attenuates the samples instead. Clone answers E_NOTIMPL: a driver serves one client.
-/// - A driver that asks for a reset or a resynchronisation, changes its rate or does not start is lost:
-///   Write, Pause and Reset fail from then on. Play does not, so that WatchDevice keeps the time. The next
-///   device is a fresh start.
+/// - A driver that asks for a reset, changes its rate or does not start is lost: Write, Pause and Reset fail
+///   from then on. Play does not, so that WatchDevice keeps the time. The next device is a fresh start.
 HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index, void* window,
                        OutputDevice** out, const AsioPatience& patience = {});
 

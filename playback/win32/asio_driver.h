@@ -28,7 +28,7 @@ enum Message : int32_t {
   kEngineVersion = 2,      ///< The host's version of the interface.
   kResetRequest = 3,       ///< Everything is to be opened anew.
   kBufferSizeChange = 4,
-  kResyncRequest = 5,  ///< The driver has lost its place.
+  kResyncRequest = 5,  ///< Samples were lost; nothing fatal.
   kLatenciesChanged = 6,
   kSupportsTimeInfo = 7,
   kSupportsTimeCode = 8,

@@ -99,8 +99,10 @@ struct AsioSession::Calls {
       case asio::kEngineVersion:
         return asio::kHostVersion;
       case asio::kResetRequest:
-      case asio::kResyncRequest:
         if (AsioSession* session = g_session) session->Lose();
+        return 1;
+      case asio::kResyncRequest:
+        // Some samples were lost, as happens under load. Nothing here keeps step with the driver's count.
         return 1;
       default:
         return 0;
@@ -205,8 +207,9 @@ HRESULT AsioSession::Prepare() {
   const uint32_t frames = ChooseAsioFrames(sizes);
   if (frames == 0) return E_FAIL;
 
-  // Room for two of the driver's buffers at least, in steps of the size that was asked for.
-  const uint32_t needed = 2 * frames * request_.format.nBlockAlign;
+  // In steps of the size that was asked for. A stream fills half of it before it plays, and many a driver
+  // asks for both of its buffers at once when it starts.
+  const uint32_t needed = 4 * frames * request_.format.nBlockAlign;
   const uint32_t steps = (needed + request_.buffer_bytes - 1) / request_.buffer_bytes;
   feed_ = std::make_unique<AsioFeed>(request_.format, std::max(steps, 1u) * request_.buffer_bytes);
 

@@ -30,7 +30,8 @@ struct Behaviour {
   bool hangs_in_init = false;  ///< Until `let_go` is set.
   bool hangs_in_start = false;
   bool hangs_in_ready = false;  ///< In outputReady, once it runs.
-  bool real_time = false;       ///< Switches by a thread of its own; else only Switch does.
+  /// Switches both halves in start, then by a thread of its own; else only Switch does.
+  bool real_time = false;
 };
 
 struct Control {

@@ -72,7 +72,10 @@ class FakeDriver final : public asio::Driver {
     if (is_.hangs_in_start) WaitForSingleObject(g_control.let_go, INFINITE);
     if (is_.start != asio::kOk) return is_.start;
     runs_ = true;
-    if (is_.real_time) player_ = std::thread([this] { PlayInRealTime(); });
+    if (!is_.real_time) return asio::kOk;
+    Turn();
+    Turn();
+    player_ = std::thread([this] { PlayInRealTime(); });
     return asio::kOk;
   }
   int32_t MELORIN_ASIO_METHOD stop() override {
