@@ -348,6 +348,8 @@ void PlayerControl::OnStreamEvent(uint32_t event, PlaybackStream* stream) {
   if (current_->State() != DeviceState::kStopped) current_->Stop();
   // Now, so that it is saved although nothing may be played for hours.
   KeepScannedGain();
+  // Played again it has its gain from the start, not from the next change of a setting on.
+  ApplyEffects();
   SetState(PlayState::kStopped);
   listener_.OnTrackEnded();
   if (Mode() != PlayMode::kSingle) {
@@ -432,15 +434,16 @@ void PlayerControl::SetMute(bool mute) {
 void PlayerControl::ApplyVolume() {
   if (!current_) return;
   const int32_t volume = settings_.player.mute != 0 ? -1 : std::clamp(settings_.player.volume, 0, 100);
-  volume_refused_ = FAILED(current_->SetVolume(volume));
-  if (volume_refused_) ApplyEffects();
+  const bool was_refused = std::exchange(volume_refused_, FAILED(current_->SetVolume(volume)));
+  if (volume_refused_ || was_refused) ApplyEffects();
 }
 
 void PlayerControl::SetBalance(int32_t balance) {
   settings_.player.balance = std::clamp(balance, -100, 100);
   if (!current_) return;
-  balance_refused_ = FAILED(current_->SetBalance(settings_.player.balance));
-  if (balance_refused_) ApplyEffects();
+  const bool was_refused =
+      std::exchange(balance_refused_, FAILED(current_->SetBalance(settings_.player.balance)));
+  if (balance_refused_ || was_refused) ApplyEffects();
 }
 
 void PlayerControl::SetEqualizer(const EqualizerBands& bands) {

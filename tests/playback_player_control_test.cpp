@@ -673,6 +673,9 @@ TEST_F(PlayerControlTest, EffectsFollowTheSettingsAndTakeOverWhatTheDeviceRefuse
   EXPECT_EQ(effects.set.volume, -1);
   control_.SetVolume(30);
   EXPECT_EQ(effects.set.volume, 30);
+  File("b").device.volume = S_OK;
+  control_.SetVolume(40);
+  EXPECT_EQ(effects.set.volume, 100) << "not twice";
   control_.OpenEntry(0);
   EXPECT_EQ(effects.set.volume, 100);
   control_.Close();
@@ -694,6 +697,7 @@ TEST_F(PlayerControlTest, AMeasuredGainIsKeptAndUsedTheNextTime) {
   // At its end already, once.
   EXPECT_EQ(Heard(), "open a, gain a, finished");
   EXPECT_EQ(list_->At(0)->TagValue("replaygain_track_gain"), "-7.25 dB");
+  EXPECT_EQ(effects.set.gain, (TrackGain{-7.25, 0.9})) << "for when it is played again";
   control_.OpenEntry(1);
   const auto reopened = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
   File("a").chain.source = reopened.get();
