@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "cli/decode_options.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "doc/settings_values.h"
 #include "platform/text.h"
 #include "playback/effects/track_gain.h"
@@ -34,12 +37,25 @@ class NumberReader {
   bool failed_ = false;
 };
 
+/// "-6.5", "+3,5 dB". Tags are read more kindly: here what follows the number is a slip, as in "1e3".
+std::optional<double> ParseDecibels(std::string text) {
+  if (text.size() >= 2 && EqualNoCaseUtf8(std::string_view(text).substr(text.size() - 2), "dB"))
+    text.resize(text.size() - 2);
+  while (text.ends_with(' '))
+    text.pop_back();
+  const size_t number = text.starts_with('+') || text.starts_with('-') ? 1 : 0;
+  if (text.find_first_not_of("0123456789.,", number) != std::string::npos ||
+      std::count_if(text.begin(), text.end(), [](char c) { return c == '.' || c == ','; }) > 1)
+    return std::nullopt;
+  return ParseGainDb(Utf16FromUtf8(text));
+}
+
 bool ReadGain(const Arguments& arguments, DecodeOptions* out, std::string* error) {
   const std::string* text = arguments.Value("--gain");
   if (!text) return true;
   out->auto_gain = *text == "auto";
   if (out->auto_gain) return true;
-  const auto gain_db = ParseGainDb(Utf16FromUtf8(*text));
+  const auto gain_db = ParseDecibels(*text);
   if (!gain_db) *error = "--gain is \"auto\" or decibels from -60 to 60, not: " + PrintableLine(*text);
   out->chain.effects.extra_gain_db = gain_db.value_or(0);
   return gain_db.has_value();

@@ -146,6 +146,8 @@ TEST(CliCommandLine, WrongUsageIsOneLineAndExitCode2) {
       {"decode", "a", "b", "--hq=1"},
       {"decode", "a", "b", "--eq", "0:1,2,3,4,5,6,7,8,9"},
       {"decode", "a", "b", "--gain", "loud"},
+      {"decode", "a", "b", "--gain", "1e3"},
+      {"decode", "a", "b", "--gain", "1.2.3"},
       {"decode", "a", "b", "--gain", "61"},
       {"decode", "a", "b", "--surround=101"},
       {"formats", "extra"},
