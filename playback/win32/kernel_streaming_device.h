@@ -31,7 +31,9 @@ HRESULT OpenKernelStreamingDevice(const KsApi& api, const WAVEFORMATEX& format, 
                                   Clock& clock = SystemClock());
 
 /// The audio interfaces with a pin that renders PCM, in the order that the platform lists them. Their names
-/// are "FriendlyName" of the interface, or its path. Opens each of them; empty when memory runs out.
+/// are "FriendlyName" of the interface, or its path. Pins without the streaming interface do not count: those
+/// of WaveRT drivers share a buffer in memory instead of taking packets. Opens each of them; empty when
+/// memory runs out.
 std::vector<DeviceInfo> ListKernelStreamingDevices(const KsApi& api);
 /// E_INVALIDARG for an index past the end, E_POINTER, E_OUTOFMEMORY.
 HRESULT QueryKernelStreamingDevice(const KsApi& api, int32_t index, DeviceCapabilities* out);
