@@ -33,7 +33,9 @@ struct AsioPatience {
 /// - A position is what the driver has taken, smoothed by the clock, less the latency that it states.
 /// - SetVolume and SetBalance answer E_NOTIMPL: the interface has neither, and whoever opens the device
 ///   attenuates the samples instead. Clone answers E_NOTIMPL: a driver serves one client.
-/// - A driver that asks for a reset, changes its rate or does not start is lost: Write, Pause and Reset fail
+/// - A driver that asks for a reset, because its panel was used for one, is released and loaded anew; what is
+///   queued goes on where it was.
+/// - A driver that fails in that, changes its rate or does not start is lost: Write, Pause and Reset fail
 ///   from then on. Play does not, so that WatchDevice keeps the time. The next device is a fresh start.
 HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index, void* window,
                        OutputDevice** out, const AsioPatience& patience = {});

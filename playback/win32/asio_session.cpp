@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -17,6 +18,10 @@ namespace {
 constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
 constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
 constexpr int32_t kMaxLatencyFrames = 1 << 18;
+/// A driver that asks for a reset again and again does not work.
+constexpr int32_t kMaxResets = 20;
+/// A driver that takes longer for a reset while it runs is late for those who watch over the device.
+constexpr uint32_t kResetMs = 1500;
 
 /// Which driver is in a session.
 struct Seat {
@@ -99,7 +104,8 @@ struct AsioSession::Calls {
       case asio::kEngineVersion:
         return asio::kHostVersion;
       case asio::kResetRequest:
-        if (AsioSession* session = g_session) session->Lose();
+        // It must not be done before the driver has its answer.
+        if (AsioSession* session = g_session) session->AskForReset();
         return 1;
       case asio::kResyncRequest:
         // Some samples were lost, as happens under load. Nothing here keeps step with the driver's count.
@@ -163,12 +169,13 @@ void AsioSession::Lose() {
   if (feed_) feed_->Halt();
 }
 
+void AsioSession::AskForReset() {
+  reset_ = true;
+  command_.Set();
+}
+
 void AsioSession::Run() {
-  try {
-    result_ = Prepare();
-  } catch (const std::bad_alloc&) {
-    result_ = E_OUTOFMEMORY;
-  }
+  result_ = TryPrepare();
   const bool usable = SUCCEEDED(result_);
   prepared_.Set();
   while (usable) {
@@ -176,13 +183,36 @@ void AsioSession::Run() {
     if (quit_) break;
     command_.Reset();
     if (quit_) break;
+    if (reset_.exchange(false) && !lost_) ResetDriver();
     if (start_.exchange(false)) {
-      if (!started_) started_ = driver_->start() == asio::kOk;
+      if (!started_ && !lost_) started_ = driver_->start() == asio::kOk;
       answer_.Set();
     }
   }
   Release();
+  LeaveSeat();
   ended_.Set();
+}
+
+/// Loads and prepares the driver again; what is queued goes on where it was.
+void AsioSession::ResetDriver() {
+  const bool ran = started_;
+  const uint32_t begin = SystemClock().TickMs();
+  Release();
+  bool works = ++resets_ <= kMaxResets && SUCCEEDED(TryPrepare());
+  if (works && ran && !quit_) {
+    started_ = SystemClock().TickMs() - begin <= kResetMs && driver_->start() == asio::kOk;
+    works = started_;
+  }
+  if (!works) Lose();
+}
+
+HRESULT AsioSession::TryPrepare() {
+  try {
+    return Prepare();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }
 
 HRESULT AsioSession::Prepare() {
@@ -207,11 +237,15 @@ HRESULT AsioSession::Prepare() {
   const uint32_t frames = ChooseAsioFrames(sizes);
   if (frames == 0) return E_FAIL;
 
-  // In steps of the size that was asked for. A stream fills half of it before it plays, and many a driver
-  // asks for both of its buffers at once when it starts.
-  const uint32_t needed = 4 * frames * request_.format.nBlockAlign;
-  const uint32_t steps = (needed + request_.buffer_bytes - 1) / request_.buffer_bytes;
-  feed_ = std::make_unique<AsioFeed>(request_.format, std::max(steps, 1u) * request_.buffer_bytes);
+  const uint32_t both = 2 * frames * request_.format.nBlockAlign;
+  const bool first = !feed_;
+  if (first) {
+    // In steps of the size that was asked for. A stream fills half of it before it plays, and many a driver
+    // asks for both of its buffers at once when it starts.
+    const uint32_t steps = (2 * both + request_.buffer_bytes - 1) / request_.buffer_bytes;
+    feed_ = std::make_unique<AsioFeed>(request_.format, steps * request_.buffer_bytes);
+  }
+  if (feed_->Capacity() < both) return E_FAIL;
 
   g_session = this;
   const HRESULT created = CreateBuffers(channels, frames);
@@ -220,8 +254,10 @@ HRESULT AsioSession::Prepare() {
   int32_t ignored = 0;
   if (driver.getLatencies(&ignored, &latency) != asio::kOk || latency < 0) latency = 0;
   latency = std::min(latency, kMaxLatencyFrames);
-  latency_ms_ =
-      static_cast<uint32_t>(uint64_t{static_cast<uint32_t>(latency)} * 1000 / request_.format.nSamplesPerSec);
+  if (first) {
+    latency_ms_ = static_cast<uint32_t>(uint64_t{static_cast<uint32_t>(latency)} * 1000 /
+                                        request_.format.nSamplesPerSec);
+  }
   tells_ready_ = driver.outputReady() == asio::kOk;
   return lost_ ? E_FAIL : S_OK;
 }
@@ -260,10 +296,10 @@ HRESULT AsioSession::CreateBuffers(uint16_t channels, uint32_t frames) {
     for (uint16_t channel = 0; channel < channels; ++channel) {
       auto* memory = static_cast<uint8_t*>(buffers[channel].buffers[half]);
       if (!memory) return E_FAIL;
+      std::memset(memory, 0, size_t{frames} * layouts[channel].bytes);
       const auto source = static_cast<uint16_t>(request_.format.nChannels == 1 ? 0 : channel);
       outputs_[half].push_back({memory, layouts[channel], source});
     }
-    feed_->Fill(outputs_[half], frames);
   }
   ready_ = true;
   return S_OK;
@@ -273,11 +309,15 @@ HRESULT AsioSession::CreateBuffers(uint16_t channels, uint32_t frames) {
 /// as long as that takes: nobody waits for this thread longer than he wants.
 void AsioSession::Release() {
   if (started_) driver_->stop();
+  started_ = false;
   g_session = nullptr;
   WaitUntilNobodyIsInside();
+  ready_ = tells_ready_ = false;
   if (has_buffers_) driver_->disposeBuffers();
+  has_buffers_ = false;
+  for (std::vector<AsioFeed::Output>& half : outputs_)
+    half.clear();
   driver_.Reset();
-  LeaveSeat();
 }
 
 void AsioSession::Switch(int32_t index) {

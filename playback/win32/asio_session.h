@@ -41,7 +41,7 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
   /// Stops and releases the driver on its thread, waiting for that as long as the patience allows.
   void Close();
 
-  /// It has failed or asked for a fresh start; it will not sound again.
+  /// It has failed; it will not sound again.
   bool IsLost() const { return lost_; }
   void Lose();
   AsioFeed& Feed() { return *feed_; }
@@ -51,6 +51,9 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
   struct Calls;  ///< What the driver calls.
 
   void Run();
+  void AskForReset();
+  void ResetDriver();
+  HRESULT TryPrepare();
   HRESULT Prepare();
   HRESULT SetRate();
   HRESULT CreateBuffers(uint16_t channels, uint32_t frames);
@@ -59,15 +62,16 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
 
   const AsioRequest request_;
   DriverEvent prepared_;  ///< Set by the driver's thread when Prepare has ended.
-  DriverEvent command_;   ///< Set by the others: look at the two flags below.
+  DriverEvent command_;   ///< Set by the others: look at the flags below.
   DriverEvent answer_;    ///< Start has ended.
   DriverEvent ended_;     ///< The driver is released.
   std::atomic<bool> start_{false};
   std::atomic<bool> quit_{false};
+  std::atomic<bool> reset_{false};
   std::atomic<bool> lost_{false};
   std::atomic<bool> started_{false};
 
-  // Written by Prepare; read by the others once prepared_ is set.
+  // Written by the first Prepare; read by the others once prepared_ is set.
   HRESULT result_ = E_FAIL;
   std::unique_ptr<AsioFeed> feed_;
   uint32_t latency_ms_ = 0;
@@ -76,6 +80,7 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
   ComPtr<asio::Driver> driver_;
   std::array<std::vector<AsioFeed::Output>, 2> outputs_;
   uint32_t frames_ = 0;
+  int32_t resets_ = 0;
   bool has_buffers_ = false;
   std::atomic<bool> ready_{false};  ///< The outputs are there for the callbacks.
   std::atomic<bool> tells_ready_{false};

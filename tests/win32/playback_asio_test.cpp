@@ -337,7 +337,6 @@ TEST_F(AsioDevices, LossIsSilentAndForGood) {
     bool lost;
   };
   const Case cases[] = {
-      {"reset", [](fake_asio::Control& c) { EXPECT_EQ(c.Message(asio::kResetRequest, 0), 1); }, true},
       {"resync", [](fake_asio::Control& c) { EXPECT_EQ(c.Message(asio::kResyncRequest, 0), 1); }, false},
       {"rate", [](fake_asio::Control& c) { c.ChangeRate(44100); }, true},
       {"same rate", [](fake_asio::Control& c) { c.ChangeRate(kRate); }, false},
@@ -368,6 +367,60 @@ TEST_F(AsioDevices, LossIsSilentAndForGood) {
     EXPECT_EQ(device_->Reset(), c.lost ? E_FAIL : S_OK);
     EXPECT_EQ(device_->Play(), S_OK);
   }
+}
+
+TEST_F(AsioDevices, AResetGoesOnWhereItWas) {
+  const std::vector<uint8_t> data = Ramp(2000, 2);
+  const auto ask = [this](int32_t starts) {
+    EXPECT_EQ(control_->Message(asio::kResetRequest, 0), 1);
+    for (int i = 0; i < 200 && control_->starts != starts; ++i)
+      Sleep(5);
+    EXPECT_EQ(control_->starts, starts);
+  };
+  ASSERT_EQ(Open(MakePcmFormat(2, kRate, 16)), S_OK);
+  ASSERT_EQ(device_->Write(data.data(), 2000 * 4), S_OK);
+  ASSERT_EQ(device_->Play(), S_OK);
+  ASSERT_TRUE(control_->Switch());
+  control_->behaviour.preferred = 512;
+  control_->behaviour.type = 18;
+  ask(2);
+  ASSERT_TRUE(control_->Switch());
+  EXPECT_EQ(Played(0, 1), 257) << "the high half of a 32-bit sample";
+  EXPECT_EQ(Room(), (2400u - 2000 + 256 + 512) * 4);
+  EXPECT_EQ(control_->stops, 1);
+  EXPECT_EQ(control_->buffers, 1);
+  EXPECT_EQ(device_->Pause(), S_OK);
+  ask(3);
+  EXPECT_EQ(device_->Play(), S_OK);
+  ASSERT_TRUE(control_->Switch());
+  EXPECT_EQ(Played(0, 1), 257 + 512);
+
+  struct Case {
+    const char* name;
+    void (*spoil)(Behaviour&);
+  };
+  const Case cases[] = {
+      {"no buffers any more", [](Behaviour& b) { b.create = asio::kHardwareMalfunction; }},
+      {"does not start again", [](Behaviour& b) { b.start = asio::kHardwareMalfunction; }},
+      {"buffers beyond ours", [](Behaviour& b) { b.preferred = 4096; }},
+      {"does not come back", [](Behaviour& b) { b.hangs_in_init = true; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    control_->behaviour = {};
+    ASSERT_EQ(Open(MakePcmFormat(2, kRate, 16)), S_OK);
+    ASSERT_EQ(device_->Play(), S_OK);
+    c.spoil(control_->behaviour);
+    EXPECT_EQ(control_->Message(asio::kResetRequest, 0), 1);
+    HRESULT result = S_OK;
+    for (int i = 0; i < 20 && SUCCEEDED(result); ++i, Sleep(5))
+      result = device_->Write(data.data(), 4);
+    EXPECT_EQ(result, control_->behaviour.hangs_in_init ? S_OK : E_FAIL);
+    const DWORD begin = GetTickCount();
+    device_.Reset();
+    EXPECT_LT(GetTickCount() - begin, 1000u);
+  }
+  SetEvent(control_->let_go);
 }
 
 TEST_F(AsioDevices, StartThatFailsOrHangsIsALoss) {
@@ -501,7 +554,7 @@ TEST_F(AsioTrack, SeeksAndSurvivesADriverThatStops) {
   Sleep(50);
   EXPECT_GT(stream_->GetPositionMs(), 100u);
   control_->silent_thread = 1;
-  EXPECT_EQ(control_->Message(asio::kResetRequest, 0), 1);
+  control_->ChangeRate(44100);
   // The watch takes over after two seconds and brings the track to its end.
   EXPECT_TRUE(ended_.Wait(4000));
   EXPECT_EQ(control_->starts, 1);
