@@ -36,7 +36,7 @@ class MemoryStream final : public ComObject<IStream> {
   HRESULT STDMETHODCALLTYPE Read(void* data, ULONG count, ULONG* read) override {
     const uint64_t left = position_ < bytes_.size() ? bytes_.size() - position_ : 0;
     const auto taken = static_cast<ULONG>(std::min<uint64_t>(left, count));
-    if (taken > 0) std::memcpy(data, bytes_.data() + position_, taken);
+    std::copy_n(bytes_.begin() + static_cast<ptrdiff_t>(position_), taken, static_cast<uint8_t*>(data));
     position_ += taken;
     if (read) *read = taken;
     return taken > 0 ? S_OK : S_FALSE;
@@ -45,7 +45,7 @@ class MemoryStream final : public ComObject<IStream> {
     const uint64_t room = limit_ - std::min(limit_, position_);
     const auto taken = static_cast<ULONG>(std::min<uint64_t>(room, count));
     if (bytes_.size() < position_ + taken) bytes_.resize(static_cast<size_t>(position_ + taken));
-    std::memcpy(bytes_.data() + position_, data, taken);
+    std::copy_n(static_cast<const uint8_t*>(data), taken, bytes_.begin() + static_cast<ptrdiff_t>(position_));
     position_ += taken;
     if (written) *written = taken;
     return taken == count ? S_OK : E_FAIL;
