@@ -70,45 +70,90 @@ bool Surround::IsIdle() {
   return to_ == 0.0f && !ramp_.IsRunning();
 }
 
-float Surround::Echo::Next(float in, const Filters& filters) {
-  low_part_ = Audible(low_part_ + (in - low_part_) * filters.high_pass);
-  const float out = line_[position_];
-  feedback_ = Audible(feedback_ + (out - feedback_) * filters.low_pass);
-  line_[position_] = Audible(in - low_part_ + kFeedback * feedback_);
-  if (++position_ == line_.size()) position_ = 0;
-  return out;
-}
-
 void Surround::Echo::Clear() {
-  std::fill(line_.begin(), line_.end(), 0.0f);
-  low_part_ = feedback_ = 0;
+  std::fill(line.begin(), line.end(), 0.0f);
+  low_part = feedback = 0;
 }
 
-inline void Surround::ProcessPair(float* left, float* right, PairEchoes& echoes, float level,
-                                  float input) const {
+/// An echo at work. What it changes is kept apart from the object, to which it comes back at the end: there
+/// each sample that is stored might change it, so that it would be read again for the next one.
+class Surround::EchoPass {
+ public:
+  EchoPass(Echo& echo, const Filters& filters)
+      : echo_(echo),
+        filters_(filters),
+        line_(echo.line.data()),
+        length_(echo.line.size()),
+        position_(echo.position),
+        low_part_(echo.low_part),
+        feedback_(echo.feedback) {}
+  ~EchoPass() {
+    echo_.position = position_;
+    echo_.low_part = low_part_;
+    echo_.feedback = feedback_;
+  }
+  EchoPass(const EchoPass&) = delete;
+  EchoPass& operator=(const EchoPass&) = delete;
+
+  float Next(float in) {
+    low_part_ = Audible(low_part_ + (in - low_part_) * filters_.high_pass);
+    const float out = line_[position_];
+    feedback_ = Audible(feedback_ + (out - feedback_) * filters_.low_pass);
+    line_[position_] = Audible(in - low_part_ + kFeedback * feedback_);
+    if (++position_ == length_) position_ = 0;
+    return out;
+  }
+
+ private:
+  Echo& echo_;
+  const Filters filters_;
+  float* const line_;
+  const size_t length_;
+  size_t position_;
+  float low_part_;
+  float feedback_;
+};
+
+inline void Surround::ProcessPair(float* left, float* right, EchoPass& middle_echo, EchoPass& side_echo,
+                                  float level, float input) const {
   const float middle = 0.5f * (*left + *right);
   const float side = 0.5f * (*left - *right);
-  const float echo = echoes.middle.Next(middle * input, filters_) + echoes.side.Next(side * input, filters_);
+  const float echo = middle_echo.Next(middle * input) + side_echo.Next(side * input);
   const float wide = side + level * (kWidth * side + kDepth * echo);
   *left = middle + wide;
   *right = middle - wide;
 }
 
-void Surround::Process(float* samples, size_t frames) {
-  for (; frames > 0 && ramp_.IsRunning(); --frames, samples += channels_) {
+void Surround::ProcessRamp(float* samples, size_t frames) {
+  for (; frames > 0; --frames, samples += channels_) {
     const float weight = ramp_.Next();
     const float level = from_ + (to_ - from_) * weight;
     // Switched on, the echoes' input rises as well: a hard start of it would be heard a delay later.
     const float input = from_ == 0.0f ? weight : 1.0f;
-    for (size_t pair = 0; pair < pairs_.count; ++pair)
-      ProcessPair(samples + pairs_.pairs[pair].left, samples + pairs_.pairs[pair].right, echoes_[pair], level,
+    for (size_t pair = 0; pair < pairs_.count; ++pair) {
+      EchoPass middle(echoes_[pair].middle, filters_);
+      EchoPass side(echoes_[pair].side, filters_);
+      ProcessPair(samples + pairs_.pairs[pair].left, samples + pairs_.pairs[pair].right, middle, side, level,
                   input);
+    }
   }
+}
+
+void Surround::Process(float* samples, size_t frames) {
+  const size_t ramped = ramp_.IsRunning() ? std::min(frames, ramp_.FramesLeft()) : 0;
+  ProcessRamp(samples, ramped);
+  samples += ramped * channels_;
+  frames -= ramped;
   if (to_ == 0.0f) return;
-  for (; frames > 0; --frames, samples += channels_)
-    for (size_t pair = 0; pair < pairs_.count; ++pair)
-      ProcessPair(samples + pairs_.pairs[pair].left, samples + pairs_.pairs[pair].right, echoes_[pair], to_,
-                  1.0f);
+  const float level = to_;
+  for (size_t pair = 0; pair < pairs_.count; ++pair) {
+    EchoPass middle(echoes_[pair].middle, filters_);
+    EchoPass side(echoes_[pair].side, filters_);
+    float* left = samples + pairs_.pairs[pair].left;
+    float* right = samples + pairs_.pairs[pair].right;
+    for (size_t i = 0; i < frames; ++i, left += channels_, right += channels_)
+      ProcessPair(left, right, middle, side, level, 1.0f);
+  }
 }
 
 void Surround::Flush() {

@@ -56,25 +56,25 @@ class Surround final : public SoundStage {
     float low_pass = 0;
   };
   /// E of the above.
-  class Echo {
-   public:
-    void SetDelay(size_t frames) { line_.assign(frames, 0.0f); }
-    float Next(float in, const Filters& filters);
+  struct Echo {
+    void SetDelay(size_t frames) { line.assign(frames, 0.0f); }
     void Clear();
 
-   private:
-    std::vector<float> line_;
-    size_t position_ = 0;
-    float low_part_ = 0;
-    float feedback_ = 0;
+    std::vector<float> line;
+    size_t position = 0;
+    float low_part = 0;
+    float feedback = 0;
   };
+  class EchoPass;
   struct PairEchoes {
     Echo middle;
     Echo side;
   };
 
   bool TakeOver();
-  void ProcessPair(float* left, float* right, PairEchoes& echoes, float level, float input) const;
+  void ProcessRamp(float* samples, size_t frames);
+  void ProcessPair(float* left, float* right, EchoPass& middle_echo, EchoPass& side_echo, float level,
+                   float input) const;
   void ClearEchoes();
 
   const uint16_t channels_;
