@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Measures Melorin beside what does the same, in one run on one machine, and writes docs/benchmarks.md.
+# Measures Melorin beside what does the same, in one run on one machine.
 #
-#   scripts/bench.sh             everything, in the native and in the Windows build
-#   scripts/bench.sh NAME…       only bench/NAME_bench.cpp ("processes": whole programs); prints instead of writing
+#   scripts/bench.sh             everything, in the native and in the Windows build; writes docs/benchmarks.md and
+#                                docs/benchmarks-sound.md
+#   scripts/bench.sh sound       only what is done to sound, and playing; writes docs/benchmarks-sound.md
+#   scripts/bench.sh NAME…       only bench/NAME_bench.cpp, or whole programs: "processes", "effects" (equalizer and
+#                                resampling), "playing"; prints instead of writing
 #
 # MELORIN_BENCH_REPETITIONS (5) is how often each measurement is made; the median counts.
 
@@ -16,6 +19,9 @@ repetitions=${MELORIN_BENCH_REPETITIONS:-5}
 results=$MELORIN_ROOT/build/bench-results
 rm -rf "$results"
 mkdir -p "$results"
+
+# The other work of the machine while it was measured.
+note_load() { cat /proc/loadavg >>"$results/load"; }
 
 build() {
   local preset=$1 directory=build/bench-$1
@@ -47,6 +53,7 @@ run_programs() {
     program=build/bench-$build/bin/${name}_bench
     if [ -e "$program.exe" ]; then program=$program.exe; fi
     say "$program"
+    note_load
     # Interleaving spreads a slow spell of the machine over all that is compared.
     "$@" "$program" --benchmark_repetitions="$repetitions" --benchmark_enable_random_interleaving=true \
       --benchmark_report_aggregates_only=true --benchmark_out_format=json \
@@ -55,25 +62,46 @@ run_programs() {
   done
 }
 
+# A stage of whole programs: run_whole NAME SCRIPT REPETITIONS
+run_whole() {
+  wanted "$1" ${selection[@]+"${selection[@]}"} || return 0
+  say "$1"
+  note_load
+  python3 -B "$2" "$3" "$results/$1.json"
+  note_load
+}
+
+# write_page PAGE [REPORT]
+write_page() {
+  mkdir -p docs
+  python3 -B scripts/bench_report.py "$results" ${2:+"$2"} >"$results/page.md"
+  mv "$results/page.md" "$1"
+  say "$1 is written"
+}
+
 selection=("$@")
+if [ "$*" = sound ]; then selection=(equalizer resampler chain effects playing); fi
 build host
 build windows
 # A minute of noise and tones as bench/decode_bench.cpp wants it.
 export MELORIN_BENCH_MP3=$results/minute.mp3
 sox -n -r 44100 -c 2 -b 16 "$results/minute.wav" synth 60 pinknoise mix sine 220 synth 60 sine amod 3 gain -8
 lame --quiet -b 192 "$results/minute.wav" "$MELORIN_BENCH_MP3"
-run_programs host
 export MELORIN_WINE_TIMEOUT=${MELORIN_WINE_TIMEOUT:-1800}
+run_programs host
 run_programs windows scripts/wine.sh
-if wanted processes ${selection[@]+"${selection[@]}"}; then
-  say "whole programs"
-  python3 scripts/bench_processes.py "$repetitions" "$results/processes.json"
-fi
-if [ ${#selection[@]} -eq 0 ]; then
-  mkdir -p docs
-  python3 scripts/bench_report.py "$results" > "$results/benchmarks.md"
-  mv "$results/benchmarks.md" docs/benchmarks.md
-  say "docs/benchmarks.md is written"
-else
-  python3 scripts/bench_report.py "$results"
-fi
+run_whole processes scripts/bench_processes.py "$repetitions"
+run_whole effects scripts/bench_effects.py "$repetitions"
+# A minute each: three are enough.
+run_whole playing scripts/bench_playing.py $((repetitions < 3 ? repetitions : 3))
+case "$*" in
+  "")
+    write_page docs/benchmarks.md
+    write_page docs/benchmarks-sound.md sound
+    ;;
+  sound) write_page docs/benchmarks-sound.md sound ;;
+  *)
+    python3 -B scripts/bench_report.py "$results"
+    python3 -B scripts/bench_report.py "$results" sound
+    ;;
+esac

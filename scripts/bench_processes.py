@@ -27,8 +27,8 @@ SECONDS = 300
 RATE = 44100
 
 
-def make_music(path, bits):
-    """Five minutes of chords with noise that comes and goes: enough for an encoder to work on."""
+def make_music(path, bits, seconds=SECONDS):
+    """Chords with noise that comes and goes: enough for an encoder to work on."""
     chunk = RATE // 2
     source = random.Random(1)
     scale = (1 << (bits - 1)) * 0.3
@@ -48,7 +48,7 @@ def make_music(path, bits):
                 chunks.append(array.array("h", samples).tobytes())
             else:
                 chunks.append(b"".join(s.to_bytes(3, "little", signed=True) for s in samples))
-        for i in range(SECONDS * RATE // chunk):
+        for i in range(seconds * RATE // chunk):
             out.writeframesraw(chunks[i * 7 % 16])
 
 

@@ -1,6 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Writes what scripts/bench.sh measured as Markdown: bench_report.py RESULT_FOLDER > docs/benchmarks.md"""
+"""Writes what scripts/bench.sh measured as Markdown.
+
+    bench_report.py RESULT_FOLDER          all but the sound: docs/benchmarks.md
+    bench_report.py RESULT_FOLDER sound    equalizer, resampler, effects, playing: docs/benchmarks-sound.md
+"""
 import datetime
 import json
 import pathlib
@@ -12,6 +16,7 @@ BUILDS = {"host": "native, 64 bit", "windows": "Windows, 32 bit, under Wine"}
 STANDARD = {"name", "family_index", "per_family_instance_index", "run_name", "run_type", "repetitions",
             "repetition_index", "threads", "aggregate_name", "aggregate_unit", "iterations", "real_time", "cpu_time",
             "time_unit", "bytes_per_second", "items_per_second", "label"}
+SOUND_TOPICS = ("equalizer", "resampler", "chain")
 UNITS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
 
 
@@ -47,12 +52,7 @@ def cpu_name():
     return platform.machine()
 
 
-def header():
-    yield "# Benchmarks"
-    yield ""
-    yield "Made by `scripts/bench.sh`, which builds both builds, runs everything on one machine in one go and writes this"
-    yield "file; numbers stand as measured. Times are medians; compare within a table, not between machines."
-    yield ""
+def machine(folder, names):
     memory = int(next(line for line in open("/proc/meminfo", encoding="ascii")).split()[1]) >> 10
     cores = len([l for l in open("/proc/cpuinfo", encoding="utf-8") if l.startswith("processor")])
     yield f"- date: {datetime.date.today().isoformat()}"
@@ -60,8 +60,33 @@ def header():
     yield f"- native compiler: {first_line('clang++', '--version')}, -O2"
     yield f"- Windows compiler: {first_line('i686-w64-mingw32-g++-posix', '--version')}, -O2 -msse2 -mfpmath=sse"
     yield f"- {first_line('wine', '--version')}"
-    names = ("libmpg123-0", "mpg123", "sox", "ffmpeg", "mpv", "libtag1v5", "libpugixml-dev", "libtinyxml2-dev")
     yield "- peers: " + ", ".join(version_of(name) for name in names)
+    load = folder / "load"
+    if load.exists():
+        loads = [float(line.split()[0]) for line in load.read_text(encoding="ascii").splitlines()]
+        yield f"- load, mean of a minute, the measuring itself with it: {min(loads):.1f} to {max(loads):.1f}"
+
+
+def header(folder):
+    yield "# Benchmarks"
+    yield ""
+    yield "Made by `scripts/bench.sh`, which builds both builds, runs everything on one machine in one go and writes this"
+    yield "file; numbers stand as measured. Times are medians; compare within a table, not between machines."
+    yield ""
+    yield from machine(folder, ("libmpg123-0", "mpg123", "sox", "ffmpeg", "mpv", "libtag1v5", "libpugixml-dev",
+                                "libtinyxml2-dev"))
+
+
+def show_counter(key, value):
+    if key == "frame":
+        return f"{show_time(value)} a frame"
+    if key == "core_percent":
+        return f"{value:.3g} % of a core"
+    if key == "x_realtime":
+        return f"{value:.0f} × real time"
+    if key == "SNR_dB":
+        return f"{value:.0f} dB"
+    return f"{key} {show_number(value)}"
 
 
 def benchmark_rows(path):
@@ -82,7 +107,7 @@ def benchmark_rows(path):
         if "items_per_second" in run:
             notes.append(show_number(run["items_per_second"]) + "/s")
             notes.append(show_time(1 / run["items_per_second"]) + " each")
-        notes += [f"{key} {show_number(value)}" for key, value in run.items()
+        notes += [show_counter(key, value) for key, value in run.items()
                   if key not in STANDARD and isinstance(value, (int, float))]
         if run.get("label"):
             notes.append(run["label"])
@@ -90,23 +115,27 @@ def benchmark_rows(path):
                f"{spread * 100:.0f} %" if spread is not None else "", ", ".join(notes))
 
 
-def report(folder):
-    yield from header()
-    topics = sorted({path.stem.split("-", 1)[1] for path in folder.glob("*-*.json")})
-    for topic in topics:
+def topic_tables(folder, topic):
+    yield ""
+    yield f"## {topic}"
+    for build, title in BUILDS.items():
+        path = folder / f"{build}-{topic}.json"
+        if not path.exists():
+            continue
         yield ""
-        yield f"## {topic}"
-        for build, title in BUILDS.items():
-            path = folder / f"{build}-{topic}.json"
-            if not path.exists():
-                continue
-            yield ""
-            yield f"{title[0].upper()}{title[1:]}:"
-            yield ""
-            yield "| benchmark | time | CPU | spread | |"
-            yield "|---|---:|---:|---:|---|"
-            for row in benchmark_rows(path):
-                yield "| " + " | ".join(row) + " |"
+        yield f"{title[0].upper()}{title[1:]}:"
+        yield ""
+        yield "| benchmark | time | CPU | spread | |"
+        yield "|---|---:|---:|---:|---|"
+        for row in benchmark_rows(path):
+            yield "| " + " | ".join(row) + " |"
+
+
+def report(folder):
+    yield from header(folder)
+    for topic in sorted({path.stem.split("-", 1)[1] for path in folder.glob("*-*.json")}):
+        if topic not in SOUND_TOPICS:
+            yield from topic_tables(folder, topic)
     processes = folder / "processes.json"
     if processes.exists():
         yield ""
@@ -125,7 +154,116 @@ def report(folder):
                 yield f"| {row['name']} | " + " | ".join(times) + " |"
 
 
+def counter(folder, build, topic, benchmark, key):
+    path = folder / f"{build}-{topic}.json"
+    if not path.exists():
+        return None
+    for run in json.loads(path.read_text(encoding="utf-8"))["benchmarks"]:
+        if run["run_name"] == benchmark and run.get("aggregate_name", "median") == "median":
+            return run[key]
+    return None
+
+
+def aims(folder, playing):
+    """(what, measured, aim, met)"""
+    bands = counter(folder, "windows", "equalizer", "BM_Equalizer/vector", "frame")
+    if bands is not None:
+        yield "ten bands, stereo, Windows build", show_time(bands) + " a frame", "at most 15 ns", bands <= 15e-9
+    chain = counter(folder, "windows", "chain", "BM_EverythingResampled/high:1", "core_percent")
+    if chain is not None:
+        yield "all effects on, without the decoder, Windows build", f"{chain:.2f} % of a core", "below 1 %", chain < 1
+    for row in playing["rows"] if playing else ():
+        if row["key"] == "melorin-on":
+            for key, what in (("own", "the threads of its own"), ("player", "with Wine's sound threads")):
+                yield (f"playing with everything on, {what}", f"{row[key] * 100:.2f} % of a core", "below 1 %",
+                       row[key] < 0.01)
+
+
+def effect_tables(groups):
+    for group in groups:
+        frames, seconds = group["frames"], group["seconds"]
+        yield ""
+        if group["kind"] == "equalizer":
+            yield f"Ten bands over {seconds} s of 16-bit stereo at 44100 Hz:"
+            yield ""
+            yield "| program | without | with | difference a frame | least | most |"
+            yield "|---|---:|---:|---:|---:|---:|"
+            for row in group["rows"]:
+                values = [show_time(row["plain_s"]), show_time(row["effect_s"])]
+                values += [f"{row[key] / frames * 1e9:.1f} ns" for key in ("difference_s", "least_s", "most_s")]
+                yield f"| {row['name']} | " + " | ".join(values) + " |"
+        else:
+            yield f"44100 to 48000 Hz, {seconds} s of 16-bit stereo; the noise is that of a 1 kHz tone in 32-bit files:"
+            yield ""
+            yield "| program | without | with | difference | × real time | signal to noise |"
+            yield "|---|---:|---:|---:|---:|---:|"
+            for row in group["rows"]:
+                speed = f"{seconds / row['difference_s']:.0f}" if row["difference_s"] > 0 else "not measurable"
+                yield (f"| {row['name']} | {show_time(row['plain_s'])} | {show_time(row['effect_s'])} | "
+                       f"{show_time(row['difference_s'])} | {speed} | {row['snr_db']:.0f} dB |")
+
+
+def playing_table(playing):
+    def share(row, key):
+        return f"{row[key] * 100:.2f} %" if key in row else ""
+
+    yield ""
+    yield "## Playing"
+    yield ""
+    yield f"Of one core while a 192 kbit/s MP3 file plays for {playing['seconds']} s; median of {playing['repetitions']}."
+    yield "All players play at the same time, each into a PulseAudio null sink of its own. Everything on: ten bands,"
+    yield "surround, the file's gain, the loudness scan, resampling to 48 kHz in high quality, noise-shaped dither. Under"
+    yield "Wine the process holds threads that mix and deliver every 10 ms, which on Windows are not the player's. The"
+    yield "servers are processes of their own, one each for every player. The Wave file shows what playing takes without"
+    yield "decoding: the window, and waits, of which each is a round to the server under Wine."
+    yield ""
+    keys = {"process": "player", "least": "least", "most": "most", "own threads": "own", "Wine's sound": "wine_sound",
+            "Wine server": "wine_server", "sound server": "sound_server"}
+    yield "| player | " + " | ".join(keys) + " | plays |"
+    yield "|---|" + "---:|" * len(keys) + "---|"
+    for row in playing["rows"]:
+        shares = (share(row, key) for key in keys.values())
+        yield f"| {row['name']} | " + " | ".join(shares) + f" | {row['format']} |"
+    if playing["missing"]:
+        yield ""
+        yield "Not on this machine: " + ", ".join(playing["missing"]) + "."
+
+
+def sound_report(folder):
+    yield "# Benchmarks of the sound"
+    yield ""
+    yield "Made by `scripts/bench.sh sound`, which builds both builds, runs everything on one machine in one go and"
+    yield "writes this file; numbers stand as measured. Times are medians; compare within a table, not between machines."
+    yield ""
+    yield from machine(folder, ("libsoxr0", "libspeexdsp1", "libsamplerate0", "libebur128-1", "sox", "ffmpeg",
+                                "mpg123", "mpv", "audacious"))
+    effects, playing = (json.loads(path.read_text(encoding="utf-8")) if path.exists() else None
+                        for path in (folder / "effects.json", folder / "playing.json"))
+    rows = list(aims(folder, playing))
+    if rows:
+        yield ""
+        yield "## Aims"
+        yield ""
+        yield "| | measured | aim | |"
+        yield "|---|---:|---:|---|"
+        for what, measured, aim, met in rows:
+            yield f"| {what} | {measured} | {aim} | {'met' if met else 'missed'} |"
+    for topic in SOUND_TOPICS:
+        if list(folder.glob(f"*-{topic}.json")):
+            yield from topic_tables(folder, topic)
+    if effects:
+        yield ""
+        yield "## Whole programs"
+        yield ""
+        yield "CPU time from start to exit, reading and writing Wave files in memory, and by how much an effect raises it:"
+        yield "the median of pairs of runs. ffmpeg calculates in floats here, as the others do in floats or wider."
+        yield from effect_tables(effects)
+    if playing:
+        yield from playing_table(playing)
+
+
 if __name__ == "__main__":
-    if len(sys.argv) != 2:
+    if len(sys.argv) not in (2, 3) or sys.argv[2:] not in ([], ["sound"]):
         sys.exit(__doc__)
-    print("\n".join(report(pathlib.Path(sys.argv[1]))))
+    results = pathlib.Path(sys.argv[1])
+    print("\n".join(sound_report(results) if sys.argv[2:] else report(results)))
