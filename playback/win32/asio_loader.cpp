@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <iterator>
 
 #include "playback/win32/asio_registry.h"
@@ -17,8 +18,10 @@ HRESULT AskModule(const CLSID& clsid, const std::wstring& module, ComPtr<asio::D
   wchar_t path[MAX_PATH];
   const DWORD length = ExpandEnvironmentStringsW(module.c_str(), path, static_cast<DWORD>(std::size(path)));
   if (length == 0 || length > std::size(path)) return E_FAIL;
+  // Modules beside a driver are its own; of a bare name the platform says that this must not be asked.
+  const DWORD flags = std::wcschr(path, L'\\') ? LOAD_WITH_ALTERED_SEARCH_PATH : 0;
   // Never unloaded: the runtime would not know when that is safe either.
-  const HMODULE loaded = LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  const HMODULE loaded = LoadLibraryExW(path, nullptr, flags);
   if (!loaded) return HRESULT_FROM_WIN32(GetLastError());
   const auto get =
       reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(GetProcAddress(loaded, "DllGetClassObject")));
