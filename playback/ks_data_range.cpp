@@ -15,6 +15,7 @@ constexpr GUID kTypeAudio = {0x73647561, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA
 constexpr GUID kSpecifierWave = {
     0x05589F81, 0xC356, 0x11CE, {0xBF, 0x01, 0x00, 0xAA, 0x00, 0x55, 0x59, 0x5A}};
 
+constexpr uint32_t kAnyNumber = 0xFFFFFFFF;
 constexpr uint32_t kHasAttributes = 2;
 /// Items of an answer begin at multiples of this.
 constexpr size_t kItemAlignment = 8;
@@ -141,17 +142,22 @@ bool KsRangeTakesPcm(const KsAudioRange& range) {
 }
 
 DeviceCapabilities KsCapabilities(std::span<const KsAudioRange> ranges) {
-  const auto narrow = [](uint32_t value) { return static_cast<uint16_t>(std::min(value, 0xFFFFu)); };
+  const auto narrow = [](uint32_t value, uint16_t any) {
+    return value == kAnyNumber ? any : static_cast<uint16_t>(std::min(value, 0xFFFFu));
+  };
+  constexpr uint16_t kWidest = 32;
+  constexpr uint16_t kMostChannels = 8;
   DeviceCapabilities capabilities;
   bool first = true;
   for (const KsAudioRange& range : ranges) {
     if (!KsRangeTakesPcm(range)) continue;
     capabilities.min_rate = first ? range.min_rate : std::min(capabilities.min_rate, range.min_rate);
     capabilities.max_rate = std::max(capabilities.max_rate, range.max_rate);
-    capabilities.min_bits =
-        first ? narrow(range.min_bits) : std::min(capabilities.min_bits, narrow(range.min_bits));
-    capabilities.max_bits = std::max(capabilities.max_bits, narrow(range.max_bits));
-    capabilities.max_channels = std::max(capabilities.max_channels, narrow(range.max_channels));
+    capabilities.min_bits = first ? narrow(range.min_bits, kWidest)
+                                  : std::min(capabilities.min_bits, narrow(range.min_bits, kWidest));
+    capabilities.max_bits = std::max(capabilities.max_bits, narrow(range.max_bits, kWidest));
+    capabilities.max_channels =
+        std::max(capabilities.max_channels, narrow(range.max_channels, kMostChannels));
     first = false;
   }
   const auto any = [&](auto&& inside) {

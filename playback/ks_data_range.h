@@ -39,7 +39,8 @@ GUID KsSubformat(const WAVEFORMATEX& format);
 bool KsRangeTakes(const KsAudioRange& range, const WAVEFORMATEX& format);
 bool KsRangeTakesPcm(const KsAudioRange& range);
 
-/// Of all PCM ranges together; the lists hold the usual rates and widths that lie in one of them.
+/// Of all PCM ranges together; any number stands for as much as the player puts out, eight channels of 32
+/// bits. The lists hold the usual rates and widths that lie in one of them.
 DeviceCapabilities KsCapabilities(std::span<const KsAudioRange> ranges);
 
 }  // namespace melorin
