@@ -5,18 +5,12 @@
 
 namespace melorin {
 
-namespace {
-
-/// More than any platform reports ahead; a card whose clock is faster than the system's drifts no further.
-constexpr uint64_t kMaxLagMs = 200;
-
-}  // namespace
-
-HeardPosition::HeardPosition(uint32_t bytes_per_second, uint32_t frame_bytes, uint32_t latency_ms)
+HeardPosition::HeardPosition(uint32_t bytes_per_second, uint32_t frame_bytes, uint32_t latency_ms,
+                             uint32_t max_lag_ms)
     : bytes_per_second_(bytes_per_second),
       frame_bytes_(frame_bytes),
       latency_bytes_(uint64_t{latency_ms} * bytes_per_second / 1000),
-      max_lag_bytes_(kMaxLagMs * bytes_per_second / 1000) {}
+      max_lag_bytes_(uint64_t{max_lag_ms} * bytes_per_second / 1000) {}
 
 void HeardPosition::Reset(uint32_t tick_ms, bool running) {
   clock_total_ = remainder_ = heard_ = 0;

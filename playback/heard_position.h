@@ -15,7 +15,12 @@ namespace melorin {
 
 class HeardPosition {
  public:
-  HeardPosition(uint32_t bytes_per_second, uint32_t frame_bytes, uint32_t latency_ms);
+  /// More than most platforms report ahead; a card whose clock is faster than the system's drifts no further.
+  static constexpr uint32_t kUsualLagMs = 200;
+
+  /// max_lag_ms: how far the report may be ahead of the clock before it is followed.
+  HeardPosition(uint32_t bytes_per_second, uint32_t frame_bytes, uint32_t latency_ms,
+                uint32_t max_lag_ms = kUsualLagMs);
 
   void Reset(uint32_t tick_ms, bool running);
   void SetRunning(bool running, uint32_t tick_ms);

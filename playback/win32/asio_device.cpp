@@ -28,7 +28,8 @@ class AsioDevice final : public ComObject<OutputDevice> {
  public:
   AsioDevice(std::shared_ptr<AsioSession> session, const WAVEFORMATEX& format)
       : session_(std::move(session)),
-        heard_(format.nAvgBytesPerSec, format.nBlockAlign, session_->LatencyMs()) {}
+        heard_(format.nAvgBytesPerSec, format.nBlockAlign, session_->LatencyMs(),
+               HeardPosition::kUsualLagMs + session_->HalvesMs()) {}
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
   HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;

@@ -257,6 +257,7 @@ HRESULT AsioSession::Prepare() {
   if (first) {
     latency_ms_ = static_cast<uint32_t>(uint64_t{static_cast<uint32_t>(latency)} * 1000 /
                                         request_.format.nSamplesPerSec);
+    halves_ms_ = static_cast<uint32_t>(uint64_t{2} * frames * 1000 / request_.format.nSamplesPerSec);
   }
   tells_ready_ = driver.outputReady() == asio::kOk;
   return lost_ ? E_FAIL : S_OK;

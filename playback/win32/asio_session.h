@@ -46,6 +46,8 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
   void Lose();
   AsioFeed& Feed() { return *feed_; }
   uint32_t LatencyMs() const { return latency_ms_; }
+  /// How long both buffers of the driver last, which it may take at once.
+  uint32_t HalvesMs() const { return halves_ms_; }
 
  private:
   struct Calls;  ///< What the driver calls.
@@ -75,6 +77,7 @@ class AsioSession : public std::enable_shared_from_this<AsioSession> {
   HRESULT result_ = E_FAIL;
   std::unique_ptr<AsioFeed> feed_;
   uint32_t latency_ms_ = 0;
+  uint32_t halves_ms_ = 0;
 
   // The driver's thread only, except that its callbacks read the outputs.
   ComPtr<asio::Driver> driver_;

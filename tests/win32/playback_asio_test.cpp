@@ -241,6 +241,17 @@ TEST_F(AsioDevices, PositionIsWhatWasTakenLessTheLatency) {
   EXPECT_EQ(control_->starts, 1);
 }
 
+TEST_F(AsioDevices, WhatALargeBufferTakesAtOnceIsNotHeardYet) {
+  control_->behaviour.preferred = 4096;
+  control_->behaviour.real_time = true;
+  ASSERT_EQ(Open(MakePcmFormat(2, 8000, 16), 8192), S_OK);
+  const std::vector<uint8_t> data = Ramp(8192, 2);
+  ASSERT_EQ(device_->Write(data.data(), 8192 * 4), S_OK);
+  ASSERT_EQ(device_->Play(), S_OK);
+  EXPECT_EQ(Room(), 4u * 4096 * 4) << "both halves at the start";
+  EXPECT_LT(Position(), 4096u * 4);
+}
+
 TEST_F(AsioDevices, ChannelsWidthsAndTypes) {
   struct Case {
     const char* name;
