@@ -27,7 +27,7 @@ def first_line(*command):
 
 
 def version_of(package):
-    return first_line("dpkg-query", "-W", "-f", "${Package} ${Version}\n", package)
+    return first_line("dpkg-query", "-W", "-f", "${Package} ${Version}\n", package).replace("dpkg-query: ", "")
 
 
 def show_time(seconds):
@@ -234,9 +234,10 @@ def sound_report(folder):
     yield ""
     yield "Made by `scripts/bench.sh sound`, which builds both builds, runs everything on one machine in one go and"
     yield "writes this file; numbers stand as measured. Times are medians; compare within a table, not between machines."
+    yield "The last column of a benchmark goes by CPU time, which other work on the machine changes less."
     yield ""
     yield from machine(folder, ("libsoxr0", "libspeexdsp1", "libsamplerate0", "libebur128-1", "sox", "ffmpeg",
-                                "mpg123", "mpv", "audacious"))
+                                "mpg123", "mpv", "audacious", "pulseaudio"))
     effects, playing = (json.loads(path.read_text(encoding="utf-8")) if path.exists() else None
                         for path in (folder / "effects.json", folder / "playing.json"))
     rows = list(aims(folder, playing))
