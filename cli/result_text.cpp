@@ -11,6 +11,9 @@
 namespace melorin {
 namespace {
 
+constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
+constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
+
 struct NamedResult {
   HRESULT result;
   const char* text;
@@ -19,7 +22,8 @@ constexpr NamedResult kNames[] = {
     {E_NOTIMPL, "not supported"},       {E_NOINTERFACE, "no such interface"},
     {E_POINTER, "null pointer"},        {E_FAIL, "failed"},
     {E_UNEXPECTED, "unexpected state"}, {E_OUTOFMEMORY, "out of memory"},
-    {E_INVALIDARG, "bad argument"},
+    {E_INVALIDARG, "bad argument"},     {kBusy, "is in use"},
+    {kTimedOut, "does not answer"},
 };
 
 }  // namespace
