@@ -15,6 +15,7 @@
 #include "playback/win32/asio_loader.h"
 #include "playback/win32/asio_registry.h"
 #include "playback/win32/asio_session.h"
+#include "playback/win32/device_base.h"
 
 namespace melorin {
 
@@ -24,16 +25,13 @@ constexpr uint16_t kMaxChannels = 8;
 constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
 constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
 
-class AsioDevice final : public ComObject<OutputDevice> {
+class AsioDevice final : public DeviceBase<DeviceKind::kAsio> {
  public:
   AsioDevice(std::shared_ptr<AsioSession> session, const WAVEFORMATEX& format)
       : session_(std::move(session)),
         heard_(format.nAvgBytesPerSec, format.nBlockAlign, session_->LatencyMs(),
                HeardPosition::kUsualLagMs + session_->HalvesMs()) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-  HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;
-  HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) override;
   HRESULT STDMETHODCALLTYPE Play() override;
   HRESULT STDMETHODCALLTYPE Pause() override;
   HRESULT STDMETHODCALLTYPE Reset() override;
@@ -51,27 +49,6 @@ class AsioDevice final : public ComObject<OutputDevice> {
   CriticalSection lock_;  ///< The feed's writing side and what follows. The driver never waits for it.
   HeardPosition heard_;
 };
-
-HRESULT AsioDevice::QueryInterface(REFIID iid, void** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  if (!SameGuid(iid, IID_IUnknown)) return E_NOINTERFACE;
-  AddRef();
-  *out = static_cast<OutputDevice*>(this);
-  return S_OK;
-}
-
-HRESULT AsioDevice::GetType(int32_t* kind) {
-  if (!kind) return E_POINTER;
-  *kind = static_cast<int32_t>(DeviceKind::kAsio);
-  return S_OK;
-}
-
-HRESULT AsioDevice::Clone(OutputDevice** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  return E_NOTIMPL;
-}
 
 HRESULT AsioDevice::Play() {
   {

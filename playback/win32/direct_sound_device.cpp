@@ -19,6 +19,7 @@
 #include "playback/device_format.h"
 #include "playback/heard_position.h"
 #include "playback/ring_account.h"
+#include "playback/win32/device_base.h"
 
 namespace melorin {
 
@@ -88,7 +89,7 @@ class DirectSoundHost {
 
 namespace {
 
-class DirectSoundDevice final : public ComObject<OutputDevice> {
+class DirectSoundDevice final : public DeviceBase<DeviceKind::kDirectSound> {
  public:
   DirectSoundDevice(std::shared_ptr<DirectSoundHost> host, std::vector<uint8_t> format, uint32_t buffer_bytes,
                     bool software)
@@ -101,8 +102,6 @@ class DirectSoundDevice final : public ComObject<OutputDevice> {
 
   HRESULT Open();
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-  HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;
   HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) override;
   HRESULT STDMETHODCALLTYPE Play() override;
   HRESULT STDMETHODCALLTYPE Pause() override;
@@ -155,21 +154,6 @@ HRESULT DirectSoundDevice::Open() {
   if (SUCCEEDED(buffer_->GetCaps(&caps)) && caps.dwBufferBytes != buffer_bytes_) return E_FAIL;
   const Lock lock(lock_);
   return Fill({0, buffer_bytes_}, nullptr);
-}
-
-HRESULT DirectSoundDevice::QueryInterface(REFIID iid, void** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  if (!SameGuid(iid, IID_IUnknown)) return E_NOINTERFACE;
-  AddRef();
-  *out = static_cast<OutputDevice*>(this);
-  return S_OK;
-}
-
-HRESULT DirectSoundDevice::GetType(int32_t* kind) {
-  if (!kind) return E_POINTER;
-  *kind = static_cast<int32_t>(DeviceKind::kDirectSound);
-  return S_OK;
 }
 
 HRESULT DirectSoundDevice::Clone(OutputDevice** out) {

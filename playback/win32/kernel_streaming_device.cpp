@@ -22,6 +22,7 @@
 #include "playback/device_format.h"
 #include "playback/heard_position.h"
 #include "playback/ks_position.h"
+#include "playback/win32/device_base.h"
 #include "playback/win32/ks_control.h"
 #include "playback/win32/ks_filters.h"
 #include "playback/win32/ks_packets.h"
@@ -79,7 +80,7 @@ bool IsGone(DWORD error) {
   }
 }
 
-class KernelStreamingDevice final : public ComObject<OutputDevice> {
+class KernelStreamingDevice final : public DeviceBase<DeviceKind::kKernelStreaming> {
  public:
   KernelStreamingDevice(const KsApi& api, Clock& clock, const WAVEFORMATEX& format, KsHandle filter,
                         KsHandle pin, uint32_t block_bytes, uint32_t blocks)
@@ -97,9 +98,6 @@ class KernelStreamingDevice final : public ComObject<OutputDevice> {
 
   HRESULT Start();
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-  HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;
-  HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) override;
   HRESULT STDMETHODCALLTYPE Play() override { return ChangeState(KSSTATE_RUN); }
   HRESULT STDMETHODCALLTYPE Pause() override { return ChangeState(KSSTATE_PAUSE); }
   HRESULT STDMETHODCALLTYPE Reset() override;
@@ -164,27 +162,6 @@ KernelStreamingDevice::~KernelStreamingDevice() {
   // Closing cancels the requests of every thread.
   pin_.Close();
   Drain(kCancelledMs);
-}
-
-HRESULT KernelStreamingDevice::QueryInterface(REFIID iid, void** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  if (!SameGuid(iid, IID_IUnknown)) return E_NOINTERFACE;
-  AddRef();
-  *out = static_cast<OutputDevice*>(this);
-  return S_OK;
-}
-
-HRESULT KernelStreamingDevice::GetType(int32_t* kind) {
-  if (!kind) return E_POINTER;
-  *kind = static_cast<int32_t>(DeviceKind::kKernelStreaming);
-  return S_OK;
-}
-
-HRESULT KernelStreamingDevice::Clone(OutputDevice** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  return E_NOTIMPL;
 }
 
 HRESULT KernelStreamingDevice::GetBufferSize(uint32_t* bytes) {

@@ -22,6 +22,7 @@
 #include "platform/thread.h"
 #include "playback/device_format.h"
 #include "playback/heard_position.h"
+#include "playback/win32/device_base.h"
 
 namespace melorin {
 
@@ -47,7 +48,7 @@ void CALLBACK OnWaveOut(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD_PTR, D
   if (message == WOM_DONE) reinterpret_cast<CallbackState*>(instance)->finished.fetch_add(1);
 }
 
-class WaveOutDevice final : public ComObject<OutputDevice> {
+class WaveOutDevice final : public DeviceBase<DeviceKind::kWaveOut> {
  public:
   WaveOutDevice(std::vector<uint8_t> format, uint32_t buffer_bytes, int32_t number)
       : format_bytes_(std::move(format)),
@@ -58,8 +59,6 @@ class WaveOutDevice final : public ComObject<OutputDevice> {
 
   HRESULT Open();
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-  HRESULT STDMETHODCALLTYPE GetType(int32_t* kind) override;
   HRESULT STDMETHODCALLTYPE Clone(OutputDevice** out) override;
   HRESULT STDMETHODCALLTYPE Play() override;
   HRESULT STDMETHODCALLTYPE Pause() override;
@@ -129,21 +128,6 @@ WaveOutDevice::~WaveOutDevice() {
       static_cast<void>(block.release());
     static_cast<void>(state_.release());
   }
-}
-
-HRESULT WaveOutDevice::QueryInterface(REFIID iid, void** out) {
-  if (!out) return E_POINTER;
-  *out = nullptr;
-  if (!SameGuid(iid, IID_IUnknown)) return E_NOINTERFACE;
-  AddRef();
-  *out = static_cast<OutputDevice*>(this);
-  return S_OK;
-}
-
-HRESULT WaveOutDevice::GetType(int32_t* kind) {
-  if (!kind) return E_POINTER;
-  *kind = static_cast<int32_t>(DeviceKind::kWaveOut);
-  return S_OK;
 }
 
 HRESULT WaveOutDevice::Clone(OutputDevice** out) {
