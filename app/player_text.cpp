@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "playback/output_device.h"
+
 namespace melorin {
 namespace {
 
@@ -49,6 +51,8 @@ std::u16string PlayModeText(PlayMode mode) {
 
 std::u16string DescribeFailure(HRESULT result, bool device) {
   if (result == E_OUTOFMEMORY) return u"内存不足";
+  if (device && result == kDeviceBusy) return u"音频输出设备正被占用";
+  if (device && result == kDeviceTimedOut) return u"音频输出设备没有响应";
   if (device) return u"无法打开音频输出设备";
   if (result == E_NOTIMPL) return u"不支持的文件格式，或文件已损坏";
   return u"无法打开文件";

@@ -19,11 +19,11 @@ class NumberReader {
  public:
   NumberReader(const Arguments& arguments, std::string* error) : arguments_(arguments), error_(error) {}
 
-  std::optional<uint32_t> Read(const char* name, uint32_t most, const char* allowed) {
+  std::optional<uint32_t> Read(const char* name, uint32_t least, uint32_t most, const char* allowed) {
     const std::string* value = arguments_.Value(name);
     if (!value || failed_) return std::nullopt;
     const auto number = ParseNumber(*value);
-    if (number && *number <= most) return number;
+    if (number && *number >= least && *number <= most) return number;
     failed_ = true;
     *error_ = number ? std::string(name) + " is " + allowed
                      : std::string(name) + ": not a number: " + PrintableLine(*value);
@@ -74,18 +74,14 @@ bool ReadDecodeOptions(const Arguments& arguments, DecodeOptions* out, std::stri
   if (!track_flags) return false;
   out->open_flags = *track_flags;
   NumberReader numbers(arguments, error);
-  out->bits = numbers.Read("--bits", 32, "8, 16, 24 or 32").value_or(0);
-  out->dither = numbers.Read("--dither", 4, "0 to 4").value_or(0);
-  out->start_ms = numbers.Read("--start", UINT32_MAX, "").value_or(0);
-  out->length_ms = numbers.Read("--length", UINT32_MAX, "");
-  out->chain.resample_rate = numbers.Read("--rate", kMostRate, "at most 768000 Hz").value_or(0);
+  out->bits = numbers.Read("--bits", 8, 32, "8, 16, 24 or 32").value_or(0);
+  out->dither = numbers.Read("--dither", 0, 4, "0 to 4").value_or(0);
+  out->start_ms = numbers.Read("--start", 0, UINT32_MAX, "").value_or(0);
+  out->length_ms = numbers.Read("--length", 0, UINT32_MAX, "");
+  out->chain.resample_rate = numbers.Read("--rate", 1, kMostRate, "1 to 768000 Hz").value_or(0);
   if (numbers.Failed()) return false;
   if (arguments.Has("--bits") && out->bits != 8 && out->bits != 16 && out->bits != 24 && out->bits != 32) {
     *error = "--bits is 8, 16, 24 or 32";
-    return false;
-  }
-  if (arguments.Has("--rate") && out->chain.resample_rate == 0) {
-    *error = "--rate is 1 to 768000 Hz";
     return false;
   }
   out->chain.quality = arguments.Has("--hq") ? ResampleQuality::kHigh : ResampleQuality::kFast;

@@ -7,23 +7,21 @@
 
 #include "platform/file.h"
 #include "platform/text.h"
+#include "playback/output_device.h"
 
 namespace melorin {
 namespace {
-
-constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
-constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
 
 struct NamedResult {
   HRESULT result;
   const char* text;
 };
 constexpr NamedResult kNames[] = {
-    {E_NOTIMPL, "not supported"},       {E_NOINTERFACE, "no such interface"},
-    {E_POINTER, "null pointer"},        {E_FAIL, "failed"},
-    {E_UNEXPECTED, "unexpected state"}, {E_OUTOFMEMORY, "out of memory"},
-    {E_INVALIDARG, "bad argument"},     {kBusy, "is in use"},
-    {kTimedOut, "does not answer"},
+    {E_NOTIMPL, "not supported"},         {E_NOINTERFACE, "no such interface"},
+    {E_POINTER, "null pointer"},          {E_FAIL, "failed"},
+    {E_UNEXPECTED, "unexpected state"},   {E_OUTOFMEMORY, "out of memory"},
+    {E_INVALIDARG, "bad argument"},       {kDeviceBusy, "is in use"},
+    {kDeviceTimedOut, "does not answer"},
 };
 
 }  // namespace

@@ -13,6 +13,11 @@ namespace melorin {
 
 enum class DeviceKind : int32_t { kWaveOut = 0, kDirectSound = 1, kKernelStreaming = 2, kAsio = 3 };
 
+/// What a device that somebody else plays through answers, and one that does not answer in time: the platform's
+/// ERROR_BUSY and ERROR_TIMEOUT.
+inline constexpr HRESULT kDeviceBusy = static_cast<HRESULT>(0x800700AA);
+inline constexpr HRESULT kDeviceTimedOut = static_cast<HRESULT>(0x800705B4);
+
 /// Operations in slot order after the three standard ones. None blocks for longer than the platform call it
 /// stands for. Bytes are of the device format.
 struct OutputDevice : IUnknown {

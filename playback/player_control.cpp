@@ -452,7 +452,7 @@ void PlayerControl::SetEqualizer(const EqualizerBands& bands) {
 }
 
 void PlayerControl::SetSurround(int32_t level) {
-  settings_.equalizer.surround = level;
+  settings_.equalizer.surround = std::clamp(level, 0, 100);
   ApplyEffects();
 }
 

@@ -15,7 +15,7 @@ namespace melorin {
 /// Thread: one at a time. Add does not allocate.
 class LoudnessMeter {
  public:
-  /// The loudness that gains bring tracks to, LUFS. Source: the ReplayGain 2.0 specification.
+  /// The loudness that gains bring tracks to, LUFS. Source: ReplayGain 2.0.
   static constexpr double kReferenceLufs = -18.0;
 
   /// 1 to 8 channels in the order of the platform's standard speaker masks. Null when a value is out of range

@@ -22,8 +22,6 @@ namespace melorin {
 namespace {
 
 constexpr uint16_t kMaxChannels = 8;
-constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
-constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
 
 class AsioDevice final : public DeviceBase<DeviceKind::kAsio> {
  public:
@@ -152,7 +150,7 @@ struct Question {
 };
 
 HRESULT QueryDriver(const CLSID& clsid, void* window, const AsioPatience& patience, DeviceCapabilities* out) {
-  if (AsioSession::IsInUse(clsid)) return kBusy;
+  if (AsioSession::IsInUse(clsid)) return kDeviceBusy;
   auto question = std::make_shared<Question>();
   question->clsid = clsid;
   question->window = window;
@@ -166,7 +164,7 @@ HRESULT QueryDriver(const CLSID& clsid, void* window, const AsioPatience& patien
     question->answered.Set();
   });
   if (!asked) return E_OUTOFMEMORY;
-  if (!question->answered.WaitAsCaller(patience.open_ms)) return kTimedOut;
+  if (!question->answered.WaitAsCaller(patience.open_ms)) return kDeviceTimedOut;
   if (SUCCEEDED(question->result)) *out = std::move(question->capabilities);
   return question->result;
 }

@@ -9,14 +9,13 @@
 
 #include "platform/clock.h"
 #include "platform/thread.h"
+#include "playback/output_device.h"
 #include "playback/win32/asio_loader.h"
 
 namespace melorin {
 
 namespace {
 
-constexpr HRESULT kBusy = static_cast<HRESULT>(0x800700AA);      // ERROR_BUSY
-constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x800705B4);  // ERROR_TIMEOUT
 constexpr int32_t kMaxLatencyFrames = 1 << 18;
 /// A driver that asks for a reset again and again does not work.
 constexpr int32_t kMaxResets = 20;
@@ -122,7 +121,7 @@ HRESULT AsioSession::Open(const AsioRequest& request, std::shared_ptr<AsioSessio
   auto session = std::make_shared<AsioSession>(request);
   if (!session->prepared_ || !session->command_ || !session->answer_ || !session->ended_)
     return E_OUTOFMEMORY;
-  if (!TakeSeat(request.clsid)) return kBusy;
+  if (!TakeSeat(request.clsid)) return kDeviceBusy;
   bool runs = false;
   try {
     runs = StartDriverThread([session] { session->Run(); });
@@ -133,7 +132,7 @@ HRESULT AsioSession::Open(const AsioRequest& request, std::shared_ptr<AsioSessio
     return E_OUTOFMEMORY;
   }
   const bool prepared = session->prepared_.WaitAsCaller(request.patience.open_ms);
-  const HRESULT result = prepared ? session->result_ : kTimedOut;
+  const HRESULT result = prepared ? session->result_ : kDeviceTimedOut;
   if (FAILED(result)) {
     session->Close();
     return result;
