@@ -24,7 +24,12 @@ std::string Content(const std::string& path) {
 class FileTest : public testing::Test {
  protected:
   // The folder's name ends in a character whose second byte is a backslash.
-  FileTest() : folder_(TempDirectory() + "melorin_file_test_\x95\x5C") { MakeDirectory(folder_); }
+  // Each test has its own: tests run side by side, and one counts what its folder holds.
+  FileTest()
+      : folder_(TempDirectory() + "melorin_file_test_" +
+                testing::UnitTest::GetInstance()->current_test_info()->name() + "_\x95\x5C") {
+    MakeDirectory(folder_);
+  }
   std::string Path(const char* name) const { return JoinPath(folder_, name); }
   const std::string folder_;
 };
