@@ -1,4 +1,4 @@
-# zlib, libmpg123, kissfft, soxr and libebur128. The host build takes Debian's packages; the Windows build takes Debian's
+# zlib, libmpg123, kissfft, soxr, libebur128 and libpng. The host build takes Debian's packages; the Windows build takes Debian's
 # package of zlib for the target and what scripts/deps.sh built from Debian's source packages.
 
 if(WIN32)
@@ -11,7 +11,7 @@ if(WIN32)
     set(default_cache "${default_cache}/melorin")
   endif()
   set(MELORIN_DEPS "${default_cache}/deps/windows" CACHE PATH "What scripts/deps.sh built for the target")
-  foreach(folder ${MELORIN_DEPS} ${MELORIN_DEPS}-effects)
+  foreach(folder ${MELORIN_DEPS} ${MELORIN_DEPS}-effects ${MELORIN_DEPS}-images)
     if(NOT EXISTS ${folder}/stamp)
       message(FATAL_ERROR "${folder} is not there: run scripts/deps.sh")
     endif()
@@ -33,6 +33,10 @@ if(WIN32)
 
   add_library(melorin_zlib INTERFACE)
   target_link_libraries(melorin_zlib INTERFACE /usr/i686-w64-mingw32/lib/libz.a)
+
+  add_library(melorin_png INTERFACE)
+  target_include_directories(melorin_png SYSTEM INTERFACE ${MELORIN_DEPS}-images/include)
+  target_link_libraries(melorin_png INTERFACE ${MELORIN_DEPS}-images/lib/libpng.a melorin_zlib)
 else()
   find_package(PkgConfig REQUIRED)
   pkg_check_modules(MPG123 REQUIRED IMPORTED_TARGET libmpg123)
@@ -53,4 +57,8 @@ else()
 
   add_library(melorin_zlib INTERFACE)
   target_link_libraries(melorin_zlib INTERFACE z)
+
+  pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
+  add_library(melorin_png INTERFACE)
+  target_link_libraries(melorin_png INTERFACE PkgConfig::PNG)
 endif()

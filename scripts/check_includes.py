@@ -16,9 +16,11 @@ MAY_INCLUDE = {
     "sound": {"platform", "doc", "tags"},
     "playlist": {"platform", "doc", "tags", "sound"},
     "playback": {"platform", "doc", "tags", "sound"},
+    "lyrics": {"platform", "doc", "tags", "sound", "playlist"},
+    "skin": {"platform", "doc"},
     "visual": {"platform"},
-    "cli": {"platform", "doc", "tags", "sound", "playback", "playlist"},
-    "app": {"platform", "doc", "tags", "sound", "playback", "playlist", "visual"},
+    "cli": {"platform", "doc", "tags", "sound", "playback", "playlist", "lyrics", "skin"},
+    "app": {"platform", "doc", "tags", "sound", "playback", "playlist", "lyrics", "skin", "visual"},
 }
 # What brings two subsystems together may see both: player control plays the lists' entries.
 BRIDGES = {"playback/player_control": {"playlist"}}

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft, soxr and libebur128;
+# Builds for the Windows target what Debian ships only as source: libmpg123 and kissfft, soxr and libebur128, libpng;
 # with `bench` also what the benchmarks compare with (Google Benchmark, pugixml, tinyxml2, TagLib, speexdsp,
 # libsamplerate). The results lie in the cache, in one folder for each group, and a group is built again only
 # when its recipe here or the toolchain changes.
@@ -102,6 +102,14 @@ build_effects() {
   cross_cmake "$work/libebur128" "$work/libebur128-build"
 }
 
+# Debian has zlib for the target, so libpng takes that one.
+build_images() {
+  say "building libpng for the target"
+  fetch libpng1.6
+  cross_cmake "$work/libpng1.6" "$work/libpng-build" -DPNG_SHARED=OFF -DPNG_TESTS=OFF -DPNG_EXECUTABLES=OFF \
+    -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a -DZLIB_INCLUDE_DIR=/usr/i686-w64-mingw32/include
+}
+
 build_bench() {
   say "building the benchmarks' peers for the target"
   fetch benchmark
@@ -139,4 +147,5 @@ exec 9> "$MELORIN_CACHE/deps.lock"
 flock 9
 once windows build_core
 once windows-effects build_effects fetch_original
+once windows-images build_images
 [ "${1:-}" != bench ] || once windows-bench build_bench

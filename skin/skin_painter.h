@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+//
+// Paints the controls of a skin into a window's bitmap. Positions are given in the 1x pixels of the
+// description and are scaled here. Thread: one at a time.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "skin/bitmap.h"
+#include "skin/skin_images.h"
+#include "skin/skin_layout.h"
+#include "skin/text_painter.h"
+
+namespace melorin {
+
+struct SliderLook {
+  double value = 0;  ///< 0 to 1 of the way; vertical sliders grow upwards.
+  ControlState thumb = ControlState::kNormal;
+};
+struct ScrollBarLook {
+  double position = 0;  ///< 0 to 1: where the view is in its range.
+  double page = 1;      ///< 0 to 1: how much of everything the view shows.
+  ControlState up = ControlState::kNormal;
+  ControlState down = ControlState::kNormal;
+  ControlState thumb = ControlState::kNormal;
+};
+
+class SkinPainter {
+ public:
+  /// `images`, `text` (null: texts are not drawn) and `target` must outlive this.
+  SkinPainter(SkinImages& images, TextPainter* text, Bitmap& target)
+      : images_(images), text_(text), target_(target) {}
+
+  /// The whole target, from the window's image and what grows in it.
+  void PaintWindow(std::string_view image_gbk, const SkinRect& resize_rect, bool tile);
+  void PaintButton(const SkinRect& position, std::string_view image_gbk, ControlState state, bool on = false);
+  void PaintSlider(const SkinRect& position, const SkinSlider& slider, const SliderLook& look);
+  /// Characters of kLedCharacters and spaces; others are left out.
+  void PaintLed(const SkinLed& led, std::string_view digits);
+  void PaintText(const SkinRect& position, const SkinText& style, std::string_view text_gbk,
+                 int32_t shift = 0);
+  void PaintToolbar(const SkinRect& position, std::string_view image_gbk, int32_t hot_button,
+                    ControlState hot_state);
+  void PaintScrollBar(const SkinRect& position, const SkinScrollBar& bar, const ScrollBarLook& look);
+
+ private:
+  SkinImages& images_;
+  TextPainter* text_;
+  Bitmap& target_;
+};
+
+}  // namespace melorin
