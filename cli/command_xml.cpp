@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/result_text.h"
 #include "doc/xml_document.h"
+#include "doc/xml_error_text.h"
 
 namespace melorin {
 namespace {
@@ -41,38 +42,6 @@ class OpenElements final : public XmlParseObserver {
   std::vector<std::string> names_;
 };
 
-const char* ErrorText(XmlError error) {
-  switch (error) {
-    case XmlError::kNone:
-      break;
-    case XmlError::kOpenFile:
-      return "cannot be opened";
-    case XmlError::kOutOfMemory:
-      return "out of memory";
-    case XmlError::kElementStart:
-      return "an attribute is malformed at the end of the file";
-    case XmlError::kElementName:
-      return "no element name after \"<\"";
-    case XmlError::kNoEndTag:
-      return "the file ends before the end tag";
-    case XmlError::kStartTag:
-      return "a start tag is not closed, or an attribute lacks name, \"=\" or value";
-    case XmlError::kEmptyTag:
-      return "\"/\" without \">\" in a start tag";
-    case XmlError::kEndTag:
-      return "the end tag does not match the start tag";
-    case XmlError::kUnknown:
-      return "\"<\" without \">\"";
-    case XmlError::kComment:
-      return "a comment is cut off";
-    case XmlError::kDeclaration:
-      return "the declaration is malformed";
-    case XmlError::kEmptyDocument:
-      return "not an XML document: no \"<\" at the start";
-  }
-  return "cannot be parsed";
-}
-
 int RunXml(const CommandContext& context, const Arguments& arguments) {
   const std::string& name = arguments.operands[0];
   std::string error;
@@ -84,7 +53,7 @@ int RunXml(const CommandContext& context, const Arguments& arguments) {
   if (!document.LoadFile(*path, XmlDocument::kCodePageFromDeclaration)) {
     const XmlError code = document.Error();
     std::string what = code == XmlError::kOpenFile ? ReadFailureText(*path) : std::string();
-    if (what.empty()) what = ErrorText(code);
+    if (what.empty()) what = XmlErrorText(code);
     if (const std::string where = open_elements.Path(); !where.empty()) what += ", inside " + where;
     return context.Fail(name, what + " (error " + std::to_string(static_cast<int>(code)) + ")");
   }
