@@ -13,6 +13,9 @@
 
 namespace melorin {
 
+/// LRC text is cut into lines of so many UTF-16 units.
+inline constexpr size_t kLongestLrcLine = 4095;
+
 struct LyricLine {
   std::string text_gbk;
   int32_t time_ms = 0;  ///< May be negative.
@@ -24,7 +27,7 @@ struct LyricPosition {
   size_t index = 0;      ///< Of the current line; the number of lines when the last has ended: none is lit.
   int32_t start_ms = 0;  ///< Of the current line.
   int32_t end_ms = 0;    ///< The next line's start; start_ms when the last has ended.
-  int32_t progress = 0;  ///< How far the line is, in the units of the extent.
+  int32_t progress = 0;  ///< How far the line is, in the units of the extent; negative before the first line.
 };
 
 /// Thread: one at a time; different documents are independent.
@@ -41,9 +44,13 @@ class LyricDoc {
   const std::vector<LyricLine>& Lines() const { return lines_; }
   void Clear();
 
-  /// Clears the document and reads LRC text. False when no timed line results (the other fields may be filled
-  /// then). Lines are cut at 4095 UTF-16 units.
+  /// Clears the document and reads LRC text, up to its first zero if it has one. False when no timed line
+  /// results (the other fields may be filled then). A time that 32 bits cannot hold, after the offset too,
+  /// gives no line; see lrc_time.h for what a time tag may look like. All line texts together are 8 MB at
+  /// most; lines that go beyond are left out.
   bool Parse(std::u16string_view text);
+  /// The same for text that is code page 936 and nothing else (see IsValidGbk), with the same result.
+  bool ParsePlainGbk(std::string_view gbk);
   /// LRC text. `merge`: lines of the same text become one with several time tags (the setting
   /// "SaveCompress").
   std::u16string Write(bool merge) const;
@@ -64,6 +71,10 @@ class LyricDoc {
   std::optional<LyricPosition> LineAtTime(int32_t time_ms, int32_t extent, size_t previous_index) const;
 
  private:
+  /// What InsertLine would make of them one after the other in an empty document, without its cost for many.
+  void TakeLines(std::vector<LyricLine> lines);
+  bool InsertTitleLine();
+
   std::vector<LyricLine> lines_;
 };
 

@@ -3,6 +3,7 @@
 // Lyric files. They are GBK text; files in UTF-8 and UTF-16 are recognised besides.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -10,6 +11,9 @@
 #include "lyrics/lyric_doc.h"
 
 namespace melorin {
+
+/// No lyric is larger; what is, is not read.
+inline constexpr size_t kLargestLyricBytes = 1u << 20;
 
 enum class LyricEncoding {
   kGbk,
@@ -19,7 +23,8 @@ enum class LyricEncoding {
   kUtf16BigEndian,
 };
 
-/// Which encoding the bytes of a file are in. Never anything but kGbk for a file that reads well as GBK.
+/// Which encoding the bytes of a file are in. Never anything but kGbk for a file that reads well as GBK. The
+/// rule stands in lrc_encoding.cpp.
 LyricEncoding DetectLyricEncoding(std::span<const uint8_t> bytes);
 
 struct LyricLoadOptions {
@@ -35,7 +40,8 @@ bool LoadLyricFile(LyricDoc& doc, const std::string& path_gbk, const LyricLoadOp
 bool ParseLyricBytes(LyricDoc& doc, std::span<const uint8_t> bytes, const LyricLoadOptions& options = {},
                      LyricEncoding* encoding = nullptr);
 
-/// Writes the file beside its place and swaps it in; true when all bytes were written. GBK has no mark.
+/// Writes the file beside its place and swaps it in; true when all bytes were written. GBK has no mark, and
+/// what code page 936 cannot hold is written in the four-byte forms of GB18030.
 bool SaveLyricFile(const LyricDoc& doc, const std::string& path_gbk, bool merge,
                    LyricEncoding encoding = LyricEncoding::kGbk);
 
