@@ -34,9 +34,11 @@ if(WIN32)
   add_library(melorin_zlib INTERFACE)
   target_link_libraries(melorin_zlib INTERFACE /usr/i686-w64-mingw32/lib/libz.a)
 
-  add_library(melorin_png INTERFACE)
+  # Imported, so that zlib comes behind it on every command line.
+  add_library(melorin_png STATIC IMPORTED)
+  set_target_properties(melorin_png PROPERTIES IMPORTED_LOCATION ${MELORIN_DEPS}-images/lib/libpng.a)
   target_include_directories(melorin_png SYSTEM INTERFACE ${MELORIN_DEPS}-images/include)
-  target_link_libraries(melorin_png INTERFACE ${MELORIN_DEPS}-images/lib/libpng.a melorin_zlib)
+  target_link_libraries(melorin_png INTERFACE melorin_zlib)
 else()
   find_package(PkgConfig REQUIRED)
   pkg_check_modules(MPG123 REQUIRED IMPORTED_TARGET libmpg123)
