@@ -56,6 +56,7 @@ extern const Command kTitleCommand;
 extern const Command kPlaylistCommand;
 extern const Command kListCommand;
 extern const Command kDevicesCommand;
+extern const Command kSkinCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.
 int RunCommandLine(const CommandContext& context, std::span<const std::string> arguments);

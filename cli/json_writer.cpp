@@ -72,6 +72,12 @@ JsonWriter& JsonWriter::Number(int64_t value) {
   return *this;
 }
 
+JsonWriter& JsonWriter::Bool(bool value) {
+  BeforeValue();
+  text_.append(value ? "true" : "false");
+  return *this;
+}
+
 JsonWriter& JsonWriter::Open(char bracket) {
   BeforeValue();
   text_.push_back(bracket);

@@ -23,6 +23,7 @@ class JsonWriter {
   JsonWriter& Key(std::string_view name);
   JsonWriter& String(std::string_view utf8);
   JsonWriter& Number(int64_t value);
+  JsonWriter& Bool(bool value);
 
   const std::string& Text() const { return text_; }
 

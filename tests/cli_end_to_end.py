@@ -406,6 +406,55 @@ class EndToEnd(unittest.TestCase):
         self.assertEqual(foreign.returncode, 1)
         self.assertEqual(foreign.stdout, b"")
 
+    # skin
+
+    def skin(self, name):
+        done = run("skin", name)
+        self.assertEqual((done.returncode, done.errors), (0, []), done.stderr)
+        return json.loads(done.stdout.decode("utf-8", "strict"))
+
+    def test_skin_of_the_program_is_without_fault(self):
+        facts = self.skin("<DEFAULT_SKIN>")
+        self.assertEqual((facts["loads"], facts["version"], facts["findings"]), (True, 2, []))
+        self.assertNotIn("mailto", facts["email"])
+        self.assertEqual(list(facts["windows"]), ["player_window", "mini_window", "lyric_window",
+                                                  "equalizer_window", "playlist_window"])
+        self.assertEqual(len(facts["windows"]["equalizer_window"]["elements"]), 9)
+
+    def test_skin_says_the_same_of_a_folder_and_an_archive(self):
+        os.makedirs(self.path("皮肤/图"))
+        self.text("皮肤/Skin.xml", '<?xml version="1.0" encoding="GB2312"?><skin version="2" name="春">'
+                  '<mini_window image="图\\missing.bmp"><minimode position="1, 2, 3, 4" align="Right"/>'
+                  '<info position="1,2" color="#102030" vertical="1"/></mini_window></skin>'.encode("gbk"))
+        facts = self.skin(self.path("皮肤"))
+        self.assertEqual((facts["name"], facts["transparent_color"]), ("春", ""))
+        window = facts["windows"]["mini_window"]
+        self.assertEqual(window["image"], "图\\missing.bmp")
+        self.assertEqual(window["elements"], [
+            {"name": "minimode", "position": [1, 2, 3, 4], "image": "", "align": "right+top"},
+            {"name": "info", "position": [0, 0, 0, 0], "color": "#102030", "bkgnd": "", "font_size": 12, "font": "",
+             "align": "left+vcenter"}])
+        self.assertEqual([(f["kind"], f["path"]) for f in facts["findings"]], [
+            ("missing", "skin/mini_window/minimode@image"), ("invalid", "skin/mini_window/info@position"),
+            ("unknown", "skin/mini_window/info@vertical"), ("missing", "skin/player_window"),
+            ("missing", "skin/lyric_window"), ("missing", "skin/equalizer_window"),
+            ("missing", "skin/playlist_window"), ("missing", "skin/mini_window@image")])
+        archive = shutil.make_archive(self.path("春"), "zip", self.path("皮肤"))
+        self.assertEqual(self.skin(archive), facts | {"package": archive})
+
+    def test_skin_says_why_it_does_not_load(self):
+        os.mkdir(self.path("old"))
+        self.text("old/Skin.xml", b"<skin version='1' name='a'/>")
+        done = run("skin", self.path("old"))
+        self.assert_fails(done, 1, "old", "version 2")
+        facts = json.loads(done.stdout)
+        self.assertEqual((facts["loads"], facts["name"], facts["windows"]), (False, "a", {}))
+        self.assertEqual(facts["findings"][-1]["path"], "skin@version")
+        os.mkdir(self.path("empty"))
+        self.assert_fails(run("skin", self.path("empty")), 1, "empty", "Skin.xml")
+        self.assert_fails(run("skin", self.path("none")), 1, "none", "no such")
+        self.assert_fails(run("skin", self.text("a.zip", b"PK")), 1, "a.zip", "ZIP")
+
     def test_title_goes_on_after_a_failure(self):
         self.wave("\u6b4c.a.wav", 10)
         missing = self.path("missing.wav")
