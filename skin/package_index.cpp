@@ -12,6 +12,11 @@ constexpr std::string_view kIgnoredFolder = "__macosx";
 
 /// "a\.\b" → "a/b"; empty when the name is absolute, leads upwards, ends in a folder or cannot be a name.
 std::string TidyName(std::string_view name_gbk) {
+  // Halves of characters hide separators from one reader of a name and not from the next.
+  bool lossy = false;
+  if (!IsAscii(name_gbk)) Utf8FromGbk(name_gbk, &lossy);
+  if (lossy) return {};
+
   std::string tidy;
   std::string part;
   const auto end_part = [&] {

@@ -133,6 +133,7 @@ TEST(SkinPackage, LeavesOutWhatWouldLeadOut) {
                            "..", "x//a", "a/.."})
     archive.entries.push_back({.name = name, .data = "out"});
   archive.entries.push_back({.name = "a\0b"s, .data = "out"});
+  archive.entries.push_back({.name = "a\xBE/../b", .data = "half a character"});
   archive.entries.push_back({.name = "in", .data = "first"});
   archive.entries.push_back({.name = "IN", .data = "second"});
   archive.entries.push_back({.name = "..in", .data = "dots"});
