@@ -7,7 +7,7 @@ image is made of, and icons/, parts/ and windows/ hold the drawings. This script
 by side as an SVG, every cell with the classes of its state, so that skin.css alone says how states look.
 rsvg-convert draws them at 1x and 2x. The archive is the same for the same images: sorted names, one time stamp.
 
-Drawings need no font: <text class="label"> of a window is set from the characters of parts/digits.svg.
+Drawings need no font: <text class="label"> of a window is set from the characters of parts/labels.svg.
 """
 import concurrent.futures
 import copy
@@ -25,9 +25,6 @@ SVG = "http://www.w3.org/2000/svg"
 ET.register_namespace("", SVG)
 STATES = ("normal", "hover", "pressed", "disabled")
 THUMBNAIL = "thumbnail.png"
-LABEL_SCALE = 0.5
-LABEL_ADVANCE = 5.5
-CHARACTER_NAMES = {":": "colon", "-": "minus", "+": "plus"}
 
 
 def element(name, **attributes):
@@ -58,6 +55,19 @@ class Drawing:
         return group(self.children, x, y, self.class_)
 
 
+class Characters(Drawing):
+    """A drawing with a group for each character."""
+
+    NAMES = {":": "colon", "-": "minus", "+": "plus"}
+
+    def __init__(self, path, prefix):
+        super().__init__(path)
+        self.groups = {node.get("id").removeprefix(prefix): list(node) for node in self.children}
+
+    def character(self, character):
+        return self.groups[self.NAMES.get(character, character)]
+
+
 class Rect:
     def __init__(self, text):
         self.left, self.top, self.right, self.bottom = (int(part) for part in text.split(","))
@@ -70,9 +80,8 @@ class Skin:
         self.description = ET.parse(folder / "Skin.xml").getroot()
         self.style = (folder / "skin.css").read_text(encoding="utf-8")
         self.recipes = tomllib.loads((folder / "images.toml").read_text(encoding="utf-8"))
-        digits = ET.parse(folder / "parts" / "digits.svg").getroot()
-        self.character_width, self.character_height = float(digits.get("width")), float(digits.get("height"))
-        self.characters = {node.get("id"): node for node in digits}
+        self.led = Characters(folder / "parts" / "digits.svg", "digit-")
+        self.labels = Characters(folder / "parts" / "labels.svg", "label-")
 
     # Cells: what one state of a control looks like.
 
@@ -86,26 +95,14 @@ class Skin:
             drawing.at((width - drawing.width) / 2, (height - drawing.height) / 2),
         ], class_=f"button {classes}")
 
-    def character(self, character):
-        node = self.characters["digit-" + CHARACTER_NAMES.get(character, character)]
-        return list(node)
-
     def label(self, node):
-        """The text element as paths; its position is that of the baseline."""
+        """A text element as paths; its position is that of the baseline."""
         text = node.text.strip()
-        shift = {"middle": 0.5, "end": 1.0}.get(node.get("text-anchor"), 0) * LABEL_ADVANCE * len(text)
-        # A character's strokes begin a little right of its cell's edge and end above the cell's bottom.
-        margin = (self.character_width * LABEL_SCALE - LABEL_ADVANCE) / 2
-        baseline = float(node.get("y")) - 15.5 * LABEL_SCALE
-        run = element("g", class_=node.get("class"))
-        for index, character in enumerate(text):
-            x = float(node.get("x")) - shift + index * LABEL_ADVANCE - margin
-            scaled = group(self.character(character), x, baseline, scale=LABEL_SCALE)
-            scaled.set("stroke-width", "1")
-            for part in scaled.iter():
-                part.set("vector-effect", "non-scaling-stroke")
-            run.append(scaled)
-        return run
+        width = len(text) * (self.labels.width + 1) - 1
+        left = float(node.get("x")) - width * {"middle": 0.5, "end": 1}.get(node.get("text-anchor"), 0)
+        top = float(node.get("y")) - self.labels.height
+        return group([group(self.labels.character(character), left + index * (self.labels.width + 1), top)
+                      for index, character in enumerate(text)], class_=node.get("class"))
 
     # Images: their cells put together. Each returns (width, height, elements).
 
@@ -151,9 +148,9 @@ class Skin:
         return size * len(STATES), size * len(recipe["icons"]), cells
 
     def digits(self, characters):
-        cells = [group(self.character(character), index * self.character_width)
+        cells = [group(self.led.character(character), index * self.led.width)
                  for index, character in enumerate(characters)]
-        return self.character_width * len(characters), self.character_height, [group(cells, class_="led")]
+        return self.led.width * len(characters), self.led.height, [group(cells, class_="led")]
 
     def window(self, name):
         drawing = self.drawing("windows", name)
@@ -219,8 +216,8 @@ class Skin:
                 shapes += self.thumbnail_slider(control, place, values[control.tag])
             elif control.tag == "led":
                 text = "3:25"
-                left = place.right - self.character_width * len(text)
-                cells = [group(self.character(character), left + index * self.character_width, place.top)
+                left = place.right - self.led.width * len(text)
+                cells = [group(self.led.character(character), left + index * self.led.width, place.top)
                          for index, character in enumerate(text)]
                 shapes.append(group(cells, class_="led"))
             elif control.tag == "visual":
