@@ -71,8 +71,8 @@ struct ElementFacts {
 struct ElementList {
   std::map<std::string, ElementFacts> elements;
 
-  template <class Element>
-  void Element(const char* name, const std::optional<Element>& element, SkinNeed) {
+  template <class Kind>
+  void Element(const char* name, const std::optional<Kind>& element, SkinNeed) {
     if (element) VisitSkinAttributes(*element, elements[name]);
   }
 };
