@@ -81,6 +81,19 @@ struct DirectoryEntry {
 /// The entries of a folder in the order the file system gives them, without "." and "..". Empty when there is
 /// no such folder. Names that no text can hold (see above) are left out.
 std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk);
+/// The first `most` of them: a folder may be of any size.
+std::vector<DirectoryEntry> ListDirectoryUpTo(const std::string& folder_gbk, size_t most);
+
+/// Microseconds since 1970 (UTC) of the last change of a folder's entries, as exact as the file system keeps
+/// it; 0 when there is no such folder. FAT does not change it. Cheaper than listing.
+int64_t FolderTimeStamp(const std::string& folder_gbk);
+/// Tells whether two paths lead to one folder. All zero when there is no such folder.
+struct FolderIdentity {
+  uint64_t volume = 0;
+  uint64_t index = 0;
+  bool operator==(const FolderIdentity&) const = default;
+};
+FolderIdentity IdentifyFolder(const std::string& folder_gbk);
 
 bool FileExists(const std::string& path_gbk);  ///< A file, not a folder.
 bool DirectoryExists(const std::string& path_gbk);

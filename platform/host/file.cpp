@@ -167,11 +167,17 @@ bool File::Flush() {
 }
 
 std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk) {
+  return ListDirectoryUpTo(folder_gbk, static_cast<size_t>(-1));
+}
+
+std::vector<DirectoryEntry> ListDirectoryUpTo(const std::string& folder_gbk, size_t most) {
   std::vector<DirectoryEntry> entries;
   const std::string folder = HostPath(folder_gbk.empty() ? std::string(".") : folder_gbk);
   DIR* directory = folder.empty() ? nullptr : opendir(folder.c_str());
   if (!directory) return entries;
-  while (const dirent* entry = readdir(directory)) {
+  while (entries.size() < most) {
+    const dirent* entry = readdir(directory);
+    if (!entry) break;
     const std::string name = entry->d_name;
     if (name == "." || name == "..") continue;
     struct stat info;
@@ -182,6 +188,18 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk) {
   }
   closedir(directory);
   return entries;
+}
+
+int64_t FolderTimeStamp(const std::string& folder_gbk) {
+  struct stat info;
+  if (!Stat(folder_gbk, info) || !S_ISDIR(info.st_mode)) return 0;
+  return static_cast<int64_t>(info.st_mtim.tv_sec) * 1000000 + info.st_mtim.tv_nsec / 1000;
+}
+
+FolderIdentity IdentifyFolder(const std::string& folder_gbk) {
+  struct stat info;
+  if (!Stat(folder_gbk, info) || !S_ISDIR(info.st_mode)) return {};
+  return {info.st_dev, info.st_ino};
 }
 
 bool FileExists(const std::string& path_gbk) {

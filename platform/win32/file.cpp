@@ -32,6 +32,12 @@ OVERLAPPED At(int64_t offset) {
   return at;
 }
 
+/// Of 100 ns.
+int64_t UnitsSince1970(const FILETIME& time) {
+  constexpr int64_t kUnixEpoch = 116444736000000000;  // In units since 1601.
+  return (static_cast<int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime) - kUnixEpoch;
+}
+
 int64_t WriteAll(HANDLE handle, std::span<const uint8_t> data, OVERLAPPED* at) {
   size_t done = 0;
   while (done < data.size()) {
@@ -169,6 +175,10 @@ bool File::Flush() {
 }
 
 std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk) {
+  return ListDirectoryUpTo(folder_gbk, static_cast<size_t>(-1));
+}
+
+std::vector<DirectoryEntry> ListDirectoryUpTo(const std::string& folder_gbk, size_t most) {
   std::vector<DirectoryEntry> entries;
   const std::wstring pattern = WidePath(JoinPath(folder_gbk, "*"));
   WIN32_FIND_DATAW found;
@@ -182,9 +192,32 @@ std::vector<DirectoryEntry> ListDirectory(const std::string& folder_gbk) {
     entry.is_directory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     entry.size = static_cast<int64_t>(found.nFileSizeHigh) << 32 | found.nFileSizeLow;
     entries.push_back(std::move(entry));
-  } while (FindNextFileW(search, &found));
+  } while (entries.size() < most && FindNextFileW(search, &found));
   FindClose(search);
+  if (entries.size() > most) entries.resize(most);
   return entries;
+}
+
+int64_t FolderTimeStamp(const std::string& folder_gbk) {
+  const std::wstring path = WidePath(folder_gbk);
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (path.empty() || !GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
+  if (!(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) return 0;
+  return UnitsSince1970(data.ftLastWriteTime) / 10;
+}
+
+FolderIdentity IdentifyFolder(const std::string& folder_gbk) {
+  const std::wstring path = WidePath(folder_gbk);
+  if (path.empty()) return {};
+  // The flag is what opens folders; no access is needed to ask.
+  const HANDLE handle = CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return {};
+  BY_HANDLE_FILE_INFORMATION info;
+  const bool known = GetFileInformationByHandle(handle, &info) != 0;
+  CloseHandle(handle);
+  if (!known || !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) return {};
+  return {info.dwVolumeSerialNumber, static_cast<uint64_t>(info.nFileIndexHigh) << 32 | info.nFileIndexLow};
 }
 
 bool FileExists(const std::string& path_gbk) {
@@ -231,11 +264,8 @@ uint32_t FileTimeStamp(const std::string& path_gbk) {
   WIN32_FILE_ATTRIBUTE_DATA data;
   if (path.empty() || !GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return 0;
   if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return 0;
-  constexpr int64_t kUnixEpoch = 116444736000000000;  // In units of 100 ns since 1601.
   constexpr int64_t kUnitsPerSecond = 10000000;
-  const int64_t units =
-      (static_cast<int64_t>(data.ftLastWriteTime.dwHighDateTime) << 32 | data.ftLastWriteTime.dwLowDateTime) -
-      kUnixEpoch;
+  const int64_t units = UnitsSince1970(data.ftLastWriteTime);
   // Down, before 1970 as well, as the host's whole seconds are.
   const int64_t below = units % kUnitsPerSecond < 0 ? 1 : 0;
   return static_cast<uint32_t>(units / kUnitsPerSecond - below);
