@@ -14,6 +14,7 @@
 #include "tags/field_names.h"
 #include "tags/id3v1.h"
 #include "tags/id3v2_body.h"
+#include "tags/id3v2_lyrics.h"
 #include "tags/id3v2_text.h"
 #include "tags/legacy_text.h"
 #include "tags/tag_bytes.h"
@@ -24,7 +25,7 @@ namespace {
 
 constexpr int64_t kHeaderSize = 10;
 
-enum class FrameKind : uint8_t { kText, kGenre, kComment, kLyrics, kUser };
+enum class FrameKind : uint8_t { kText, kGenre, kComment, kLyrics, kSyncedLyrics, kUser };
 
 struct FrameRow {
   std::string_view id;
@@ -35,23 +36,15 @@ struct FrameRow {
 
 /// In the order in which fields are looked up. The year frame of 2.3 stands in where there is no date of 2.4.
 constexpr FrameRow kRows[] = {
-    {"TIT2", "TT2", "Title", FrameKind::kText},
-    {"TIT3", "TT3", "Subtitle", FrameKind::kText},
-    {"TCOP", "TCR", "Copyright", FrameKind::kText},
-    {"TCOM", "TCM", "Composer", FrameKind::kText},
-    {"TPE1", "TP1", "Artist", FrameKind::kText},
-    {"TPE2", "TP2", "Orchestra", FrameKind::kText},
-    {"TPE3", "TP3", "Conductor", FrameKind::kText},
-    {"TALB", "TAL", "Album", FrameKind::kText},
-    {"TRCK", "TRK", "Tracknumber", FrameKind::kText},
-    {"TDRC", "", "Date", FrameKind::kText},
-    {"TYER", "TYE", "Date", FrameKind::kText},
-    {"TPUB", "TPB", "Publisher", FrameKind::kText},
-    {"TCON", "TCO", "Genre", FrameKind::kGenre},
-    {"TENC", "TEN", "Encoder", FrameKind::kText},
-    {"COMM", "COM", "Comment", FrameKind::kComment},
-    {"USLT", "ULT", "Lyrics", FrameKind::kLyrics},
-    {"TXXX", "TXX", "", FrameKind::kUser},
+    {"TIT2", "TT2", "Title", FrameKind::kText},          {"TIT3", "TT3", "Subtitle", FrameKind::kText},
+    {"TCOP", "TCR", "Copyright", FrameKind::kText},      {"TCOM", "TCM", "Composer", FrameKind::kText},
+    {"TPE1", "TP1", "Artist", FrameKind::kText},         {"TPE2", "TP2", "Orchestra", FrameKind::kText},
+    {"TPE3", "TP3", "Conductor", FrameKind::kText},      {"TALB", "TAL", "Album", FrameKind::kText},
+    {"TRCK", "TRK", "Tracknumber", FrameKind::kText},    {"TDRC", "", "Date", FrameKind::kText},
+    {"TYER", "TYE", "Date", FrameKind::kText},           {"TPUB", "TPB", "Publisher", FrameKind::kText},
+    {"TCON", "TCO", "Genre", FrameKind::kGenre},         {"TENC", "TEN", "Encoder", FrameKind::kText},
+    {"COMM", "COM", "Comment", FrameKind::kComment},     {"USLT", "ULT", "Lyrics", FrameKind::kLyrics},
+    {"SYLT", "SLT", "Lyrics", FrameKind::kSyncedLyrics}, {"TXXX", "TXX", "", FrameKind::kUser},
 };
 
 const FrameRow* FindRow(std::string_view id) {
@@ -100,6 +93,7 @@ class TagReader {
   }
   bool AnyGbk() const;
   std::string BestComment(bool gbk) const;
+  std::string BestLyrics(bool gbk) const;
 
   const int version_;
   const Id3v2Header& header_;
@@ -217,14 +211,32 @@ std::string TagReader::BestComment(bool gbk) const {
   return second_choice;
 }
 
+/// Lyrics with times go before others: LRC text that a program put among the plain lyrics, as it is the one
+/// that its user sees there, then synchronised ones.
+std::string TagReader::BestLyrics(bool gbk) const {
+  std::string plain;
+  std::string synced;
+  for (const Frame& frame : frames_) {
+    if (frame.row->kind == FrameKind::kSyncedLyrics && synced.empty()) {
+      synced = LrcOfSyncedLyrics(Payload(frame), gbk);
+    } else if (frame.row->kind == FrameKind::kLyrics) {
+      std::string text = DecodeDescribed(Payload(frame), true, gbk).text;
+      if (HasTimeTags(text)) return text;
+      if (plain.empty()) plain = std::move(text);
+    }
+  }
+  return synced.empty() ? plain : synced;
+}
+
 void TagReader::Emit(TagFields& fields) const {
   const bool gbk = AnyGbk();
   for (const FrameRow& row : kRows) {
-    if (row.kind == FrameKind::kComment) {
-      if (const std::string comment = BestComment(gbk); !comment.empty())
-        AddMissing(fields, row.field, comment);
+    if (row.kind == FrameKind::kComment || row.kind == FrameKind::kLyrics) {
+      const std::string best = row.kind == FrameKind::kComment ? BestComment(gbk) : BestLyrics(gbk);
+      if (!best.empty()) AddMissing(fields, row.field, best);
       continue;
     }
+    if (row.kind == FrameKind::kSyncedLyrics) continue;
     for (const Frame& frame : frames_) {
       if (frame.row != &row) continue;
       std::string name(row.field);
@@ -234,8 +246,8 @@ void TagReader::Emit(TagFields& fields) const {
         const Id3Encoding encoding = TakeEncoding(payload);
         value = DecodeValues(payload, encoding, gbk, row.kind == FrameKind::kGenre ? ResolveGenre : nullptr);
       } else {
-        Described described = DecodeDescribed(payload, row.kind == FrameKind::kLyrics, gbk);
-        if (row.kind == FrameKind::kUser) name = FieldName(described.description);
+        Described described = DecodeDescribed(payload, false, gbk);
+        name = FieldName(described.description);
         value = std::move(described.text);
       }
       if (!value.empty() && !name.empty()) AddMissing(fields, name, value);

@@ -22,8 +22,9 @@ enum class Id3v2Result {
 /// Comment, Lyrics, user-defined ones, and moves `offset` behind the tag.
 ///
 /// Several values of a frame are joined with "/". Of several comments the first without a description is
-/// taken, else the first with one that is not a program's own data (iTunes keeps such). Encrypted frames are
-/// passed over, frames that are not in the list are not even read.
+/// taken, else the first with one that is not a program's own data (iTunes keeps such). Of several lyrics
+/// those with times are taken: plain ones (USLT) that are LRC text, else synchronised ones (SYLT) as LRC
+/// text, else the first. Encrypted frames are passed over, frames that are not in the list are not even read.
 Id3v2Result ReadId3v2(CachedSource& file, int64_t& offset, TagLimits& limits, TagFields& fields);
 
 /// The same for a tag of version 2.4 that was appended to a file: its footer ends at `end`, and it begins at

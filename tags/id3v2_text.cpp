@@ -23,7 +23,14 @@ char16_t UnitAt(std::string_view bytes, size_t i, bool big_endian) {
   return static_cast<char16_t>(big_endian ? first << 8 | second : second << 8 | first);
 }
 
-/// The byte order of a text without a mark: ASCII characters have a zero on one side.
+std::string DecodeUtf8(std::string_view bytes, bool neighbours_gbk) {
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+  if (IsValidUtf8(bytes)) return std::string(bytes);
+  return DecodeLegacy(bytes, WeighLegacy(bytes), neighbours_gbk);
+}
+
+}  // namespace
+
 bool LooksBigEndian(std::string_view bytes) {
   size_t zeros_first = 0;
   size_t zeros_second = 0;
@@ -34,7 +41,6 @@ bool LooksBigEndian(std::string_view bytes) {
   return zeros_first > zeros_second;
 }
 
-/// One value, without its terminator.
 std::string DecodeUtf16(std::string_view bytes, bool big_endian) {
   std::u16string units;
   units.reserve(bytes.size() / 2);
@@ -49,14 +55,6 @@ std::string DecodeUtf16(std::string_view bytes, bool big_endian) {
   }
   return Utf8FromUtf16(units);
 }
-
-std::string DecodeUtf8(std::string_view bytes, bool neighbours_gbk) {
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-  if (IsValidUtf8(bytes)) return std::string(bytes);
-  return DecodeLegacy(bytes, WeighLegacy(bytes), neighbours_gbk);
-}
-
-}  // namespace
 
 std::string_view TakeTerminated(std::string_view& bytes, Id3Encoding encoding, bool& terminated) {
   size_t length = bytes.size();

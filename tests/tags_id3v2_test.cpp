@@ -138,6 +138,71 @@ TEST(Id3v2, SeveralValuesAndDescriptions) {
     Check(c);
 }
 
+std::string Time(uint32_t ms) {
+  return Number(ms, 4, 8, true);
+}
+
+TEST(Id3v2, SyncedLyrics) {
+  const std::string utf16 = "\1chi\2\1\xFF\xFE\0\0"s;
+  const std::string gbk = "\0chi\2\1\0\xD0\xA1\xD1\xA7\0"s + Time(1000) + "\xD0\xC4\0"s + Time(62003);
+  const struct {
+    const char* name;
+    std::string body;
+    const char* want;
+  } cases[] = {
+      {"lines", "\3eng\2\1what\0one\0"s + Time(1000) + "\0"s + Time(1500) + "two\0"s + Time(6000000),
+       "[00:01.000]one\r\n[00:01.500]\r\n[100:00.000]two\r\n"},
+      {"syllables",
+       "\3eng\2\1\0o\0"s + Time(1) + "ne \0"s + Time(2) + "more\0"s + Time(3) + "\ntwo\0"s + Time(4),
+       "[00:00.001]one more\r\n[00:00.004]two\r\n"},
+      {"breaks of their own and at the end",
+       "\3eng\2\1\0\n\0"s + Time(0) + "one\r\n\0"s + Time(1) + "two\0"s + Time(2) + "\n\0"s + Time(3) +
+           "x\0"s + Time(4),
+       "[00:00.001]one\r\n[00:00.002]two\r\n[00:00.004]x\r\n"},
+      {"a break inside", "\3eng\2\1\0one\ntwo\0"s + Time(1) + "three\0"s + Time(2),
+       "[00:00.001]one two\r\n[00:00.002]three\r\n"},
+      {"brackets", "\3eng\2\1\0[Chorus] a\0"s + Time(1), "[00:00.001](Chorus) a\r\n"},
+      {"gbk by the weight of all", gbk, "[00:01.000]小学\r\n[01:02.003]心\r\n"},
+      {"latin-1", "\0fre\2\1\0Caf\xE9\0"s + Time(1) + "\xE9t\xE9\0"s + Time(2),
+       "[00:00.001]Café\r\n[00:00.002]été\r\n"},
+      {"utf-16, marks on some", utf16 + "\xFF\xFE\x60\x4F\0\0"s + Time(1) + "\x7D\x59\0\0"s + Time(2),
+       "[00:00.001]你\r\n[00:00.002]好\r\n"},
+      {"utf-16be without marks", "\2chi\2\1\0\0\x4F\x60\0\0"s + Time(0x4F604F60), "[22195:11.840]你\r\n"},
+      {"a time beyond 31 bits", "\3eng\2\1\0a\0"s + Time(0x80000000) + "b\0"s + Time(1), "[00:00.001]b\r\n"},
+      {"cut", "\3eng\2\1\0a\0"s + Time(1) + "b\0\0\0"s, "[00:00.001]a\r\n"},
+      {"mpeg frames", "\3eng\1\1\0a\0"s + Time(1), "(none)"},
+      {"chords", "\3eng\2\5\0a\0"s + Time(1), "(none)"},
+      {"no text", "\3eng\2\1\0"s, "(none)"},
+      {"another encoding", "\4eng\2\1\0a\0"s + Time(1), "(none)"},
+      {"shorter than its header", "\3eng\2"s, "(none)"},
+  };
+  for (const auto& c : cases)
+    for (const int version : {2, 3, 4})
+      EXPECT_EQ(
+          ReadAll(Id3v2(version, Frame(version, version == 2 ? "SLT" : "SYLT", c.body)) + Audio())["Lyrics"],
+          c.want)
+          << c.name;
+}
+
+TEST(Id3v2, LyricsWithTimesGoBeforeOthers) {
+  const std::string plain = Frame(3, "USLT", "\0eng\0words [0:1] and\n[Chorus]"s);
+  const std::string timed = Frame(3, "USLT", "\0eng\0x\n[00:05.00]lrc"s);
+  const std::string synced = Frame(3, "SYLT", "\0eng\2\1\0one\0"s + Time(1000));
+  const std::string chords = Frame(3, "SYLT", "\0eng\2\5\0C\0"s + Time(1000));
+  const Case cases[] = {
+      {"plain only", Id3v2(3, chords + plain), {{"Lyrics", "words [0:1] and\n[Chorus]"}}},
+      {"synced", Id3v2(3, plain + chords + synced), {{"Lyrics", "[00:01.000]one\r\n"}}},
+      {"lrc in plain ones", Id3v2(3, synced + plain + timed), {{"Lyrics", "x\n[00:05.00]lrc"}}},
+  };
+  for (const Case& c : cases)
+    Check(c);
+  // A frame of nothing but times gives no more text than a lyric may have.
+  std::string many = "\3eng\2\1\0"s;
+  for (uint32_t i = 0; i < 150000; ++i)
+    many += '\0' + Time(i);
+  EXPECT_LT(ReadAll(Id3v2(3, Frame(3, "SYLT", many)) + Audio())["Lyrics"].size(), (1u << 20) + 100);
+}
+
 TEST(Id3v2, Layers) {
   const std::string title3 = Frame(3, "TIT2", "\1\xFF\xFET\0\xFF\0"s);
   const std::string picture = "\0image/jpeg\0\3\0\xFF\xD8\xFF\xE0\xFF\0\xFF"s;
