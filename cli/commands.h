@@ -55,6 +55,7 @@ extern const Command kConfigCommand;
 extern const Command kTitleCommand;
 extern const Command kPlaylistCommand;
 extern const Command kListCommand;
+extern const Command kLyricCommand;
 extern const Command kDevicesCommand;
 extern const Command kSkinCommand;
 

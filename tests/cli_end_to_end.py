@@ -467,6 +467,33 @@ class EndToEnd(unittest.TestCase):
                          "[(]\u672a\u77e5\u4f5c\u8bcd[)]%\n$")
         self.assert_fails(run("title", "%A"), 2, "usage")
 
+    def test_lyric_of_files_and_tags(self):
+        def answer(*arguments):
+            done = run("lyric", *arguments)
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            return json.loads(done.stdout.decode("utf-8", "strict"))
+        source = self.text("\u6b4c.lrc", "[ti:\u6b4c]\n[by:B]\n[offset:500]\nplain\n[0:5][0:2.5]\u4f60\u597d\n".encode("gbk"))
+        facts = answer(source, "--at", "3250", "--write", self.path("out.lrc"), "--merge")
+        self.assertEqual(facts, {
+            "file": source, "encoding": "GBK", "title": "\u6b4c", "artist": "", "album": "", "by": "B",
+            "plain_text": "plain\r\n", "position": {"index": 1, "start_ms": 2000, "end_ms": 4500, "progress": 500},
+            "lines": [{"time_ms": 0, "text": "[\u6b4c]"}, {"time_ms": 2000, "text": "\u4f60\u597d"},
+                      {"time_ms": 4500, "text": "\u4f60\u597d"}]})
+        with open(self.path("out.lrc"), "rb") as written:
+            self.assertEqual(written.read().decode("gbk"), "[ti:\u6b4c]\r\n[ar:]\r\n[al:]\r\n[by:B]\r\n\r\n"
+                             "[00:04.50][00:02.00]\u4f60\u597d\r\nplain\r\n")
+        body = b"\3chi\2\1\0\xe4\xbd\xa0\0\0\0\3\xe8"
+        frame = b"SYLT" + len(body).to_bytes(4, "big") + b"\0\0" + body
+        song = self.text("a.mp3", b"ID3\3\0\0" + len(frame).to_bytes(4, "big") + frame + self.mpeg_frames())
+        facts = answer(song)
+        self.assertEqual((facts["lines"], facts.get("encoding")), ([{"time_ms": 1000, "text": "\u4f60"}], None))
+        self.assertEqual(answer(self.text("b.txt", b"words"), "--at", "5")["plain_text"], "words\r\n")
+        self.assert_fails(run("lyric", self.path("none.lrc")), 1, "none.lrc")
+        self.assert_fails(run("lyric", self.path("none.mp3")), 1, "none.mp3")
+        self.assert_fails(run("lyric", source, "--write", self.path("no/where.lrc")), 1, "where.lrc")
+        self.assert_fails(run("lyric", source, "--merge"), 2, "--write")
+        self.assert_fails(run("lyric", source, "--at", "-1"), 2, "--at")
+
     def test_playlist_converts_between_all_forms(self):
         self.wave("\u6708.wav", 44100)
         rows = [("\u6708.wav", "\u97f3 & <1>", 215000), ("missing \u30ab\u30ca \ud55c\uad6d \U0001f3b5.mp3", "T", -2)]
