@@ -49,7 +49,7 @@ const char* FailureText(SkinReadResult result) {
     case SkinReadResult::kRead:
       break;
     case SkinReadResult::kNoXml:
-      return "Skin.xml is not well-formed";
+      return "Skin.xml is not well-formed XML";
     case SkinReadResult::kNoSkin:
       return "Skin.xml describes no skin: the outermost element has another name";
     case SkinReadResult::kWrongVersion:

@@ -27,6 +27,13 @@ std::string_view Article(std::string_view name) {
   return name.find_first_of("aeiou") == 0 ? "an " : "a ";
 }
 
+/// `known_as`: how it must be written, empty when nothing is known of it.
+std::string UnknownText(std::string_view what, std::string_view known_as) {
+  std::string text = "The player does not know this " + std::string(what) + " here";
+  if (!known_as.empty()) text += ", only " + QuotedText(known_as) + " in small letters";
+  return text + ".";
+}
+
 /// Takes the attributes of one element into its fields. Every attribute that is asked for is remembered, so
 /// that Finish can go through the element in the order of the file.
 class AttributeReader {
@@ -85,7 +92,7 @@ class AttributeReader {
       const std::string path = path_ + "@" + ShownText(attribute->Name());
       const Asked* asked = Find(attribute->Name());
       if (asked == nullptr)
-        findings_.Add(Kind::kUnknown, path, "The player does not know this attribute here.");
+        findings_.Add(Kind::kUnknown, path, UnknownText("attribute", SmallName(attribute->Name())));
       else if (asked->attribute != attribute)
         findings_.Add(Kind::kUnknown, path, "The element already has this attribute; the first counts.");
       else if (asked->complaint != nullptr)
@@ -116,6 +123,12 @@ class AttributeReader {
     const auto found = std::find_if(asked_.begin(), end, [name](const Asked& a) { return a.name == name; });
     return found == end ? nullptr : &*found;
   }
+  /// A name that is this one but for its case; empty when there is none.
+  std::string_view SmallName(std::string_view name) const {
+    for (size_t i = 0; i < count_; ++i)
+      if (EqualNoCaseUtf8(name, asked_[i].name)) return asked_[i].name;
+    return {};
+  }
   static void Complain(Asked& asked, const char* text) { asked.complaint = text; }
   static void TakeText(Asked& asked, std::string_view utf8, std::string& out_gbk) {
     bool lossy = false;
@@ -142,8 +155,8 @@ std::string ChildPath(const std::string& path, const XmlElement& child) {
   return path + "/" + ShownText(child.Name());
 }
 
-void ReportUnknown(const std::string& path, SkinFindings& findings) {
-  findings.Add(Kind::kUnknown, path, "The player does not know this element here; it is passed over.");
+void ReportUnknown(const std::string& path, SkinFindings& findings, std::string_view known_as = {}) {
+  findings.Add(Kind::kUnknown, path, UnknownText("element", known_as));
 }
 
 /// A second element of a name replaces the first.
@@ -160,7 +173,11 @@ class ChildReader {
 
   template <class Type>
   void Element(std::string_view name, std::optional<Type>& slot, SkinNeed) {
-    if (known_ || name != child_.Name()) return;
+    if (known_) return;
+    if (name != child_.Name()) {
+      if (EqualNoCaseUtf8(name, child_.Name())) known_as_ = name;
+      return;
+    }
     // The mini player's "lyric" is the area that comes later in the table, unless it has a bitmap.
     if (std::is_same_v<Type, SkinButton> && mini_ && name == "lyric" && child_.Attribute("image").empty())
       return;
@@ -172,7 +189,7 @@ class ChildReader {
       ReportUnknown(ChildPath(path_, *below), findings_);
   }
   void Finish() const {
-    if (!known_) ReportUnknown(path_, findings_);
+    if (!known_) ReportUnknown(path_, findings_, known_as_);
   }
 
  private:
@@ -181,6 +198,7 @@ class ChildReader {
   const bool mini_;
   SkinFindings& findings_;
   bool known_ = false;
+  std::string_view known_as_;
 };
 
 /// Reports what a window should have and has not.
@@ -221,13 +239,15 @@ void ReadWindows(const XmlElement& root, const std::string& path, SkinFindings& 
        child = child->NextSiblingElement()) {
     const std::string child_path = ChildPath(path, *child);
     bool known = false;
+    std::string_view known_as;
     VisitSkinWindows(out, [&](std::string_view name, auto& slot, bool mini) {
+      if (EqualNoCaseUtf8(name, child->Name())) known_as = name;
       if (name != child->Name()) return;
       known = true;
       if (slot) ReportSecond(child_path, findings);
       ReadWindow(*child, mini, child_path, findings, slot.emplace());
     });
-    if (!known) ReportUnknown(child_path, findings);
+    if (!known) ReportUnknown(child_path, findings, known_as);
   }
   VisitSkinWindows(std::as_const(out), [&](std::string_view name, const auto& slot, bool) {
     if (slot) return;
@@ -293,6 +313,10 @@ SkinReadResult ReadSkinDescription(std::span<const uint8_t> bytes, SkinDescripti
   out = {};
   if (findings_out != nullptr) findings_out->clear();
   SkinFindings findings(findings_out);
+  if (bytes.size() > kLargestSkinDescription) {
+    findings.Add(Kind::kInvalid, {}, "The file is larger than any description of a skin.");
+    return SkinReadResult::kNoXml;
+  }
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   XmlDocument document;
   OpenElements open_elements;

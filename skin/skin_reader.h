@@ -29,9 +29,12 @@ struct SkinFinding {
 /// More are not kept.
 inline constexpr size_t kMostSkinFindings = 1000;
 
+/// In bytes. Those of real skins have a few thousand; a tree takes many times the memory of its text.
+inline constexpr size_t kLargestSkinDescription = 4u << 20;
+
 enum class SkinReadResult {
   kRead,
-  kNoXml,         ///< Not well-formed, or no text at all.
+  kNoXml,         ///< Not well-formed, no text at all, or larger than kLargestSkinDescription.
   kNoSkin,        ///< The root is another's.
   kWrongVersion,  ///< Not version 2. `out` has the root's attributes and nothing else.
 };

@@ -181,6 +181,7 @@ TEST(SkinReader, TakesRootTextsInTheEncodingOfTheFile) {
 }
 
 TEST(SkinReader, RejectsWhatIsNoSkinOfThisVersion) {
+  const std::string large = "<skin version='2'/>" + std::string(kLargestSkinDescription, ' ');
   const struct {
     std::string_view text;
     SkinReadResult result;
@@ -194,9 +195,10 @@ TEST(SkinReader, RejectsWhatIsNoSkinOfThisVersion) {
       {"", SkinReadResult::kNoXml},
       {"<skin version='2'><player_window></skin>", SkinReadResult::kNoXml},
       {"\xEF\xBB\xBF<skin version='2'/>", SkinReadResult::kNoXml},
+      {large, SkinReadResult::kNoXml},
   };
   for (const auto& c : kCases) {
-    SCOPED_TRACE(c.text);
+    SCOPED_TRACE(c.text.substr(0, 80));
     const Reading reading = Read(c.text);
     EXPECT_EQ(reading.result, c.result);
     EXPECT_FALSE(reading.skin.player_window);
@@ -335,6 +337,8 @@ TEST(SkinReader, FindingsStandInTheOrderOfTheFile) {
   };
   EXPECT_EQ(Below(reading, ""), want);
   EXPECT_EQ(reading.findings[1].text, "\"1,1\" needs four numbers: left,top,right,bottom.");
+  EXPECT_EQ(reading.findings[7].text,
+            "The player does not know this element here, only \"close\" in small letters.");
   EXPECT_EQ(reading.skin.lyric_window->title->text.colour, 0);
   EXPECT_EQ(reading.skin.lyric_window->title->text.font_size, 12);
 }
