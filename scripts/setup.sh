@@ -20,7 +20,7 @@ native_packages=(
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
 bench_packages=(
   audacious ffmpeg libbenchmark-dev libpugixml-dev libsamplerate0-dev libsox-fmt-mp3 libspeexdsp-dev libtag1-dev
-  libtinyxml2-dev libutfcpp-dev mpg123 mpv sox
+  libtinyxml2-dev libutfcpp-dev libzip-dev mpg123 mpv sox
 )
 
 wanted=("${native_packages[@]}" "${foreign_packages[@]}")

@@ -5,12 +5,15 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstring>
 
 #include "skin/image_file.h"
 #include "skin/little_endian.h"
 
 namespace melorin {
 namespace {
+
+static_assert(std::endian::native == std::endian::little, "rows are copied");
 
 constexpr size_t kFileHeader = 14;
 constexpr uint32_t kCoreHeader = 12;
@@ -63,6 +66,7 @@ struct Header {
   size_t pixels_at = 0;
   std::array<uint32_t, 256> palette{};  ///< Black where the file has no entry.
   Channel red, green, blue, alpha;
+  bool as_it_stands = false;  ///< The file's pixels are ours already.
 };
 
 bool TakeSize(int64_t width, int64_t height, Header& out) {
@@ -109,6 +113,7 @@ bool TakeMasks(std::span<const uint8_t> bytes, uint32_t header_size, Header& out
     for (size_t i = 0; i < count; ++i)
       masks[i] = Little32(bytes, masks_at + i * 4);
   }
+  out.as_it_stands = out.bits == 32 && masks == std::array<uint32_t, 4>{0xFF0000, 0xFF00, 0xFF, kOpaque};
   return out.red.SetMask(masks[0], out.bits) && out.green.SetMask(masks[1], out.bits) &&
          out.blue.SetMask(masks[2], out.bits) && out.alpha.SetMask(masks[3], out.bits);
 }
@@ -170,6 +175,10 @@ void TakeRow(const Header& header, const uint8_t* row, uint32_t* out) {
         out[x] = kOpaque | static_cast<uint32_t>(row[2] << 16 | row[1] << 8 | row[0]);
       return;
     default: {
+      if (header.as_it_stands) {
+        std::memcpy(out, row, width * sizeof *out);
+        return;
+      }
       const size_t step = header.bits / 8;
       for (size_t x = 0; x < width; ++x, row += step) {
         const uint32_t low = static_cast<uint32_t>(row[0] | row[1] << 8);

@@ -6,11 +6,12 @@
 namespace melorin {
 
 uint32_t Premultiplied(uint32_t straight) {
+  // Two colours at once, and (t + t / 256) / 256 for t = n + 128 is n / 255 rounded. No branches, so that the
+  // compiler takes several pixels in one step.
   const uint32_t alpha = straight >> 24;
-  if (alpha == 255) return straight;
-  if (alpha == 0) return 0;
-  const auto part = [&](int shift) { return ((straight >> shift & 255) * alpha + 127) / 255 << shift; };
-  return alpha << 24 | part(16) | part(8) | part(0);
+  const uint32_t odd = (straight & 0xFF00FF) * alpha + 0x800080;
+  const uint32_t even = (straight >> 8 & 0xFF) * alpha + 0x80;
+  return alpha << 24 | ((odd + (odd >> 8 & 0xFF00FF)) >> 8 & 0xFF00FF) | ((even + (even >> 8)) & 0xFF00);
 }
 
 uint32_t Straight(uint32_t premultiplied) {
