@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/file.h"
 #include "skin/image_file.h"
 #include "skin/skin_package.h"
 #include "skin/skin_reader.h"
@@ -26,12 +25,6 @@ namespace {
 
 using namespace melorin;
 using Bytes = std::vector<uint8_t>;
-
-std::span<const uint8_t> SkinArchive() {
-  static MappedFile file;
-  if (file.Bytes().empty()) file.Open(MELORIN_DEFAULT_SKIN_ZIP);
-  return file.Bytes();
-}
 
 /// What the archive holds, unpacked.
 struct Files {
@@ -43,7 +36,7 @@ const Files& UnpackedFiles() {
   static const Files files = [] {
     Files made;
     std::unique_ptr<SkinPackage> package;
-    if (OpenSkinArchive(SkinArchive(), &package) != SkinPackageResult::kOpened) return made;
+    if (OpenSkinArchive(DefaultSkinBytes(), &package) != SkinPackageResult::kOpened) return made;
     made.names = package->NamesGbk();
     for (const std::string& name : made.names) {
       package->Read(name, made.bytes.emplace_back());
@@ -72,7 +65,7 @@ void UnpackMelorin(benchmark::State& state) {
   for (auto _ : state) {
     std::unique_ptr<SkinPackage> package;
     size_t total = 0;
-    if (OpenSkinArchive(SkinArchive(), &package) == SkinPackageResult::kOpened)
+    if (OpenSkinArchive(DefaultSkinBytes(), &package) == SkinPackageResult::kOpened)
       for (const std::string& name : package->NamesGbk())
         if (package->Read(name, out)) total += out.size();
     if (total == 0 || total != UnpackedFiles().total) return state.SkipWithError("not unpacked");
@@ -82,7 +75,7 @@ void UnpackMelorin(benchmark::State& state) {
 
 #if !defined(_WIN32)
 void UnpackLibzip(benchmark::State& state) {
-  const auto archive = SkinArchive();
+  const auto archive = DefaultSkinBytes();
   Bytes out;
   for (auto _ : state) {
     zip_source_t* source = zip_source_buffer_create(archive.data(), archive.size(), 0, nullptr);
@@ -107,7 +100,7 @@ void UnpackLibzip(benchmark::State& state) {
 /// The packed bytes are known already; no directory, no checksums.
 void UnpackInflateOnly(benchmark::State& state) {
   ZipArchive archive;
-  archive.Open(SkinArchive());
+  archive.Open(DefaultSkinBytes());
   Bytes out;
   for (auto _ : state) {
     size_t total = 0;
@@ -176,7 +169,7 @@ void LoadSkin(benchmark::State& state) {
     std::unique_ptr<SkinPackage> package;
     SkinDescription skin;
     Bytes bytes;
-    if (OpenSkinArchive(SkinArchive(), &package) != SkinPackageResult::kOpened ||
+    if (OpenSkinArchive(DefaultSkinBytes(), &package) != SkinPackageResult::kOpened ||
         !package->Read(kSkinFileName, bytes) || ReadSkinDescription(bytes, skin) != SkinReadResult::kRead)
       return state.SkipWithError("not loaded");
     for (const std::string& name : package->NamesGbk()) {
