@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -26,7 +27,7 @@ struct SkinRect {
 using SkinColour = int32_t;
 inline constexpr SkinColour kNoColour = -1;
 
-/// A horizontal part (1 to 3) and a vertical one (16 to 48), added. 0 in a part: as the element's own.
+/// A horizontal part (1 to 3) and a vertical one (16 to 48), added. 0 in a part: left, top.
 enum SkinAlign : int32_t {
   kAlignLeft = 1,
   kAlignCentre = 2,
@@ -135,8 +136,8 @@ struct SkinPlayerWindow {
 /// What the other three windows share.
 struct SkinToolWindow {
   SkinRect position;  ///< On the screen, seen from the player window, until the user moves it.
-  SkinRect
-      resize_rect;  ///< Of the window's bitmap: the middle that grows; empty: the window cannot be resized.
+  /// Of the window's bitmap: the middle that grows. Empty: the window cannot be resized.
+  SkinRect resize_rect;
   int32_t resize_tile = 0;  ///< Not 0: the middle is repeated instead of stretched.
   std::string image;
   std::optional<SkinTitle> title;
@@ -147,8 +148,7 @@ struct SkinLyricWindow : SkinToolWindow {
   std::optional<SkinArea> lyric;
 };
 struct SkinEqualizerWindow : SkinToolWindow {
-  /// From the left edge of one band's slider to the next, as pixels between them (the sliders' width comes on
-  /// top).
+  /// Pixels between the sliders of two bands: the next begins their width and this further right.
   int32_t eq_interval = 0;
   std::optional<SkinButton> enabled;
   std::optional<SkinButton> profile;
