@@ -7,11 +7,10 @@
 
 #include "cli/commands.h"
 #include "cli/json_writer.h"
+#include "cli/skin_input.h"
 #include "platform/text.h"
 #include "skin/skin_check.h"
 #include "skin/skin_elements.h"
-#include "skin/skin_package.h"
-#include "skin/skin_reader.h"
 
 namespace melorin {
 namespace {
@@ -28,34 +27,6 @@ const char* KindName(SkinFinding::Kind kind) {
       break;
   }
   return "poor";
-}
-
-const char* FailureText(SkinPackageResult result) {
-  switch (result) {
-    case SkinPackageResult::kOpened:
-      break;
-    case SkinPackageResult::kMissing:
-      return "no such file or folder";
-    case SkinPackageResult::kNoPackage:
-      return "neither a folder nor a ZIP archive, or a damaged one";
-    case SkinPackageResult::kNotSupported:
-      return "an archive in several volumes, encrypted or too large";
-  }
-  return "cannot be opened";
-}
-
-const char* FailureText(SkinReadResult result) {
-  switch (result) {
-    case SkinReadResult::kRead:
-      break;
-    case SkinReadResult::kNoXml:
-      return "Skin.xml is not well-formed XML";
-    case SkinReadResult::kNoSkin:
-      return "Skin.xml describes no skin: the outermost element has another name";
-    case SkinReadResult::kWrongVersion:
-      return "Skin.xml is not of version 2";
-  }
-  return "Skin.xml cannot be read";
 }
 
 std::string AlignText(int32_t align) {
@@ -143,21 +114,16 @@ std::string SkinText(const std::string& name, bool loads, const SkinDescription&
 
 int RunSkin(const CommandContext& context, const Arguments& arguments) {
   const std::string& name = arguments.operands[0];
-  std::string error;
-  const auto path = PathFromArgument(name, &error);
-  if (!path) return context.Fail(error);
-  std::unique_ptr<SkinPackage> package;
-  const SkinPackageResult opened = OpenSkinPackage(*path, &package);
-  if (opened != SkinPackageResult::kOpened) return context.Fail(name, FailureText(opened));
   std::vector<uint8_t> bytes;
-  if (!package->Read(kSkinFileName, bytes)) return context.Fail(name, "no Skin.xml in the package");
+  const std::unique_ptr<SkinPackage> package = OpenSkin(context, name, &bytes);
+  if (package == nullptr) return kExitFailed;
   SkinDescription skin;
   std::vector<SkinFinding> findings;
   const SkinReadResult read = ReadSkinDescription(bytes, skin, &findings);
   const bool loads = read == SkinReadResult::kRead;
   if (loads) CheckSkin(skin, *package, &findings);
   context.console.Write(SkinText(name, loads, skin, findings));
-  return loads ? kExitDone : context.Fail(name, FailureText(read));
+  return loads ? kExitDone : context.Fail(name, SkinFailureText(read));
 }
 
 }  // namespace
