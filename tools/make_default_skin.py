@@ -27,15 +27,14 @@ STATES = ("normal", "hover", "pressed", "disabled")
 THUMBNAIL = "thumbnail.png"
 
 
-def element(name, **attributes):
-    """`class_` becomes "class", other underscores become dashes."""
-    names = {key: key.rstrip("_").replace("_", "-") for key in attributes}
-    return ET.Element(f"{{{SVG}}}{name}", {names[key]: str(value) for key, value in attributes.items()})
+def element(name, class_="", **attributes):
+    """Numbers are written short."""
+    texts = {key: f"{value:g}" if isinstance(value, (int, float)) else value for key, value in attributes.items()}
+    return ET.Element(f"{{{SVG}}}{name}", {"class": class_, **texts})
 
 
-def group(children, x=0.0, y=0.0, class_="", scale=1.0):
-    transform = f"translate({x:g} {y:g})" + (f" scale({scale:g})" if scale != 1 else "")
-    node = element("g", class_=class_, transform=transform)
+def group(children, x=0.0, y=0.0, class_=""):
+    node = element("g", class_=class_, transform=f"translate({x:g} {y:g})")
     node.extend(copy.deepcopy(child) for child in children)
     return node
 
@@ -91,7 +90,7 @@ class Skin:
     def button_cell(self, width, height, icon, classes, radius=6):
         drawing = self.drawing("icons", icon)
         return group([
-            element("rect", class_="plate", width=f"{width:g}", height=f"{height:g}", rx=radius),
+            element("rect", "plate", width=width, height=height, rx=radius),
             drawing.at((width - drawing.width) / 2, (height - drawing.height) / 2),
         ], class_=f"button {classes}")
 
@@ -125,8 +124,7 @@ class Skin:
         shapes = []
         for along, side, long, broad, radius, look in boxes:
             x, y, width, height = (side, along, broad, long) if vertical else (along, side, long, broad)
-            shapes.append(element("rect", class_=look, x=f"{x:g}", y=f"{y:g}", width=f"{width:g}",
-                                  height=f"{height:g}", rx=f"{radius:g}"))
+            shapes.append(element("rect", look, x=x, y=y, width=width, height=height, rx=radius))
         return size.width, size.height, shapes
 
     def thumb(self, recipe):
@@ -222,6 +220,10 @@ class Skin:
                 shapes.append(group(cells, class_="led"))
             elif control.tag == "visual":
                 shapes += self.thumbnail_bars(place)
+            elif control.tag in ("info", "status"):
+                # There is no font to write with.
+                shapes.append(element("rect", "track", x=place.left, y=(place.top + place.bottom) / 2 - 3,
+                                      width=place.width * 0.6, height=6, rx=3))
         return width, height, shapes
 
     def thumbnail_slider(self, control, place, value):
@@ -232,8 +234,8 @@ class Skin:
         for attribute, length in (("bar_image", place.width), ("fill_image", middle)):
             recipe = self.recipes["lines"][control.get(attribute).removesuffix(".png")]
             x, y = place.left, place.top + (place.height - recipe["breadth"]) / 2
-            shapes.append(element("rect", class_=recipe["look"], x=f"{x:g}", y=f"{y:g}", width=f"{length:g}",
-                                  height=recipe["breadth"], rx=recipe["breadth"] / 2))
+            shapes.append(element("rect", recipe["look"], x=x, y=y, width=length, height=recipe["breadth"],
+                                  rx=recipe["breadth"] / 2))
         cell = part.at(0, 0)
         shapes.append(group([cell], place.left + middle - part.width / 2,
                             place.top + (place.height - part.height) / 2, f"{thumb['look']} normal"))
@@ -242,12 +244,12 @@ class Skin:
     def thumbnail_bars(self, place):
         heights = (14, 24, 36, 41, 33, 38, 30, 22, 27, 34, 25, 17, 21, 26, 18, 12, 15, 10, 7, 5)
         pitch = place.width / len(heights)
-        return [element("rect", fill="#2c8ad9", x=f"{place.left + index * pitch:g}", y=place.bottom - high,
-                        width=f"{pitch - 1:g}", height=high) for index, high in enumerate(heights)]
+        return [element("rect", fill="#2c8ad9", x=place.left + index * pitch, y=place.bottom - high,
+                        width=pitch - 1, height=high) for index, high in enumerate(heights)]
 
     def sheet(self, image):
         width, height, shapes = image
-        root = element("svg", width=f"{width:g}", height=f"{height:g}", viewBox=f"0 0 {width:g} {height:g}")
+        root = element("svg", width=width, height=height, viewBox=f"0 0 {width:g} {height:g}")
         style = element("style")
         style.text = self.style
         root.append(style)
@@ -266,6 +268,15 @@ def paeth(left, up, corner):
     return (left, up, corner)[distances.index(min(distances))]
 
 
+# What the filters of a row add to a byte, from those to the left, above, and above to the left.
+PNG_GUESS = {
+    1: lambda left, up, corner: left,
+    2: lambda left, up, corner: up,
+    3: lambda left, up, corner: (left + up) // 2,
+    4: paeth,
+}
+
+
 def unfiltered(data, stride, pixel):
     """Rows of a PNG with the filter "none"; `pixel`: bytes of one. Source: PNG specification, clause 9."""
     rows, above = [], bytes(stride)
@@ -274,8 +285,7 @@ def unfiltered(data, stride, pixel):
         if kind:
             for i in range(stride):
                 left, corner = (row[i - pixel], above[i - pixel]) if i >= pixel else (0, 0)
-                guess = (left, above[i], (left + above[i]) // 2)[kind - 1] if kind < 4 else paeth(left, above[i], corner)
-                row[i] = row[i] + guess & 255
+                row[i] = row[i] + PNG_GUESS[kind](left, above[i], corner) & 255
         rows.append(b"\0" + row)
         above = row
     return b"".join(rows)
