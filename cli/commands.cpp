@@ -12,9 +12,9 @@
 namespace melorin {
 namespace {
 
-const Command* const kCommands[] = {&kInfoCommand,   &kDecodeCommand,  &kFormatsCommand,  &kXmlCommand,
-                                    &kConfigCommand, &kTitleCommand,   &kPlaylistCommand, &kListCommand,
-                                    &kLyricCommand,  &kDevicesCommand, &kSkinCommand};
+const Command* const kCommands[] = {&kInfoCommand,   &kDecodeCommand,    &kFormatsCommand,  &kXmlCommand,
+                                    &kConfigCommand, &kTitleCommand,     &kPlaylistCommand, &kListCommand,
+                                    &kLyricCommand,  &kFindLyricCommand, &kDevicesCommand,  &kSkinCommand};
 
 std::string UsageLine(const Command& command) {
   std::string line = "melorin-cli " + std::string(command.name);

@@ -57,6 +57,7 @@ extern const Command kPlaylistCommand;
 extern const Command kListCommand;
 extern const Command kLyricCommand;
 extern const Command kDevicesCommand;
+extern const Command kFindLyricCommand;
 extern const Command kSkinCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.

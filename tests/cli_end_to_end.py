@@ -494,6 +494,32 @@ class EndToEnd(unittest.TestCase):
         self.assert_fails(run("lyric", source, "--merge"), 2, "--write")
         self.assert_fails(run("lyric", source, "--at", "-1"), 2, "--at")
 
+    def test_find_lyric_prefers_the_better_name_in_a_later_folder(self):
+        def found(*arguments):
+            done = run("find-lyric", *arguments)
+            self.assertEqual((done.returncode, done.errors), (0, []), done.stderr)
+            results = [json.loads(line) for line in done.stdout.decode().splitlines()]
+            for result in results:
+                result["lyric"] = result["lyric"].replace("\\", "/").rpartition("/")[2]
+            return results
+
+        for folder in ("歌", "一", "二", "二/深"):
+            os.mkdir(self.path(folder))
+        song = self.text("歌/07.mp3", self.mpeg_frames() + struct.pack(
+            "<3s30s30s30s4s30sB", b"TAG", "晴天".encode("gbk"), "周杰伦".encode("gbk"), b"", b"", b"", 255))
+        self.text("歌/07.txt", b"x")
+        self.text("二/深/周杰倫-晴天.lrc", b"x")
+        self.assertEqual(found(song), [{"file": song, "artist": "周杰伦", "title": "晴天", "score": 4,
+                                        "lyric": "07.txt"}])
+        folders = ["--folder", self.path("歌"), "--folder", self.path("一"), "--folder=" + self.path("二")]
+        self.wave("歌/海阔天空.wav", 10)
+        other = self.path("歌/海阔天空.wav")
+        results = found(song, other, *folders)
+        self.assertEqual([(r["score"], r["title"], r["lyric"]) for r in results],
+                         [(9, "晴天", "周杰倫-晴天.lrc"), (0, "海阔天空", "")])
+        self.assert_fails(run("find-lyric", song, "--folder", self.path("none")), 1, "no such folder")
+        self.assert_fails(run("find-lyric", self.path("none.wav")), 1, "none.wav")
+
     def test_playlist_converts_between_all_forms(self):
         self.wave("\u6708.wav", 44100)
         rows = [("\u6708.wav", "\u97f3 & <1>", 215000), ("missing \u30ab\u30ca \ud55c\uad6d \U0001f3b5.mp3", "T", -2)]
