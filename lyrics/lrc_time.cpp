@@ -24,30 +24,32 @@ class Scanner {
   std::optional<int64_t> Integer() {
     const bool negative = TakeSign();
     const Char* const digits = at_;
-    SkipDigits();
+    const int64_t value = Digits();
     if (at_ == digits) return std::nullopt;
-    const int64_t value = Value(digits, at_, nullptr, nullptr, at_ - digits);
     return negative ? -value : value;
   }
   std::optional<int64_t> Thousandths() {
     const bool negative = TakeSign();
     const Char* const whole = at_;
-    SkipDigits();
+    int64_t value = Digits() * 1000;
     const Char* const whole_end = at_;
     const Char* const fraction = Take('.') ? at_ : whole_end;
-    SkipDigits();
+    for (int unit = 100; IsDigit(); ++at_, unit /= 10)
+      value += (*at_ - '0') * unit;
     const Char* const fraction_end = at_;
     if (whole == whole_end && fraction == fraction_end) return std::nullopt;
-    const int64_t digits = whole_end - whole + Exponent() + 3;
-    const int64_t value = Value(whole, whole_end, fraction, fraction_end, digits);
+    if (const int64_t exponent = Exponent(); exponent != 0)
+      value = FirstDigits(whole, whole_end, fraction, fraction_end, whole_end - whole + exponent + 3);
     return negative ? -value : value;
   }
 
  private:
   bool IsDigit() const { return at_ != end_ && *at_ >= '0' && *at_ <= '9'; }
-  void SkipDigits() {
-    while (IsDigit())
-      ++at_;
+  int64_t Digits() {
+    int64_t value = 0;
+    for (; IsDigit(); ++at_)
+      value = std::min(value * 10 + (*at_ - '0'), kLargest);
+    return value;
   }
   /// And the white space before it.
   bool TakeSign() {
@@ -63,8 +65,8 @@ class Scanner {
     return Integer().value_or(0);
   }
   /// The first `count` digits of the two rows, as a number; zeros follow them.
-  static int64_t Value(const Char* first, const Char* first_end, const Char* second, const Char* second_end,
-                       int64_t count) {
+  static int64_t FirstDigits(const Char* first, const Char* first_end, const Char* second,
+                             const Char* second_end, int64_t count) {
     int64_t value = 0;
     for (; count > 0 && value < kLargest; --count) {
       if (first == first_end) {

@@ -37,6 +37,8 @@ class GbTables {
   char16_t Unit(unsigned char lead, unsigned char trail) const { return units_[(lead & 0x7F) << 8 | trail]; }
   /// By code page 936 itself.
   bool IsPlain(unsigned char lead, unsigned char trail) const {
+    // The hanzi of GB2312 have no gaps but at the end of row D7. Most text is nothing else: without tables.
+    if (trail >= 0xA1 && trail != 0xFF && lead >= 0xB0 && lead <= 0xF7 && lead != 0xD7) return true;
     const int pair = PairIndex(lead, trail);
     return pair >= 0 && Unit(lead, trail) != 0 && !added_[static_cast<size_t>(pair)];
   }
