@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "lyrics/hanzi_fold.h"
 #include "lyrics/name_similarity.h"
 #include "lyrics/song_key.h"
 #include "platform/text.h"
@@ -364,6 +367,151 @@ TEST(LyricNames, AListenerGetsTheRightFile) {
               100.0 * right / wanted);
   EXPECT_GE(right * 100, shown * 95);
   EXPECT_GE(right * 100, wanted * 95);
+}
+
+/// Both sorted.
+bool ShareKey(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b) {
+  return std::any_of(a.begin(), a.end(),
+                     [&](uint32_t key) { return std::binary_search(b.begin(), b.end(), key); });
+}
+
+TEST(LyricNames, SimilarityIsSymmetricAndNeedsASharedKey) {
+  std::vector<FoldedName> names;
+  for (const char* name : kFiles)
+    names.push_back(FoldName(GbkFromUtf8(name)));
+  for (const WantedSong& row : kSongs)
+    names.push_back(
+        FoldSong(MakeSongKey(GbkFromUtf8(row.base_name), GbkFromUtf8(row.artist), GbkFromUtf8(row.title))));
+  std::vector<std::vector<uint32_t>> keys;
+  for (const FoldedName& name : names)
+    keys.push_back(IndexKeys(name));
+  int similar = 0;
+  for (size_t i = 0; i < names.size(); i += 2) {
+    const std::vector<uint32_t> lookup = LookupKeys(names[i]);
+    for (size_t j = 0; j < names.size(); ++j) {
+      const int score = Similarity(names[i], names[j]);
+      if (j % 8 == 0) {
+        EXPECT_EQ(score, Similarity(names[j], names[i])) << i << " " << j;
+      }
+      if (score == 0) continue;
+      ++similar;
+      EXPECT_TRUE(ShareKey(lookup, keys[j])) << i << " " << j << " score " << score;
+    }
+  }
+  EXPECT_GT(similar, 300);
+}
+
+TEST(LyricNames, BaseNamesAreSplit) {
+  struct Case {
+    const char* name;
+    const char* artist;
+    const char* title;
+  };
+  constexpr Case kCases[] = {
+      {"周杰伦 - 晴天", "周杰伦", "晴天"},
+      {"周杰伦-晴天", "周杰伦", "晴天"},
+      {"周杰伦–晴天", "周杰伦", "晴天"},
+      {"周杰伦－晴天", "周杰伦", "晴天"},
+      {"周杰伦_晴天", "周杰伦", "晴天"},
+      {"周杰伦《晴天》", "周杰伦", "晴天"},
+      {"01. 周杰伦 - 晴天", "周杰伦", "晴天"},
+      {"01-周杰伦-晴天", "周杰伦", "晴天"},
+      {"周杰伦 - 叶惠美 - 03 - 晴天", "周杰伦", "晴天"},
+      {"A-Lin-给我一个理由忘记", "A-Lin", "给我一个理由忘记"},
+      {"Artist_-_Title", "Artist", "Title"},
+      {"Adele - Hello (Live - London)", "Adele", "Hello (Live - London)"},
+      {"Artist - Title - Live", "Artist", "Title - Live"},
+      // The second bytes of these are a backslash and a bar in GBK.
+      {"許功 - 誠", "許功", "誠"},
+      {"01 晴天", "", "晴天"},
+      {"99 Luftballons", "", "99 Luftballons"},
+      {"What's up_", "", "What's up_"},
+      {"X-Ray", "", "X-Ray"},
+      {"01", "", "01"},
+      {" - ", "", "-"},
+      {"", "", ""},
+  };
+  for (const Case& row : kCases) {
+    const ArtistAndTitle split = SplitBaseName(GbkFromUtf8(row.name));
+    EXPECT_EQ(Utf8FromGbk(split.artist), row.artist) << row.name;
+    EXPECT_EQ(Utf8FromGbk(split.title), row.title) << row.name;
+  }
+  // Tags win; an artist without a title has the name of the file.
+  const SongKey key = MakeSongKey(GbkFromUtf8("D:/歌.曲/ b .mp3"), GbkFromUtf8("　A "), " ");
+  EXPECT_EQ(key.FullName(), "A - b");
+  EXPECT_EQ(MakeSongKey("c/d.e.mp3", "", "T").FullName(), "d.e");
+}
+
+TEST(LyricNames, ScoresAreThoseOfTheTable) {
+  struct Case {
+    const char* artist;
+    const char* title;
+    const char* file;
+    int score;
+  };
+  constexpr Case kCases[] = {
+      {"周杰伦", "晴天", "周杰倫 — 晴天", 9},
+      {"周杰伦", "晴天", "晴天-周杰伦", 9},
+      {"周杰伦", "晴天", "周杰伦 feat. 某人 - 晴天", 9},
+      {"周杰伦", "晴天", "周杰伦 - 晴天 (Live)", 8},
+      {"周杰伦", "晴天", "周杰伦&费玉清 - 晴天", 8},
+      {"周杰伦", "晴天", "周杰伦晴天", 8},
+      {"周杰伦", "晴天", "周杰伦 - 叶惠美 - 03 - 晴天", 8},
+      {"周杰伦", "晴天", "周杰伦 - 晴天伴奏", 7},
+      {"周杰伦", "晴天", "周杰伦 - 晴天 Sunny Day", 7},
+      {"Queen", "Bohemian Rhapsody", "Queen - Bohemian Rapsody", 6},
+      {"周杰伦", "晴天", "周杰伦 - 晴天 (粤语版)", 5},
+      {"周杰伦", "晴天 (国语版)", "周杰伦 - 晴天 (粤语版)", 0},
+      {"周杰伦", "晴天", "晴天", 5},
+      {"周杰伦", "晴天", "刘瑞琦 - 晴天", 0},
+      {"周杰伦", "晴天", "周杰伦 - 晴天娃娃", 0},
+      {"Queen", "Bohemian Rhapsody", "Someone - Bohemian Rhapsody", 2},
+      {"Queen", "Bohemian Rhapsody 2", "Queen - Bohemian Rhapsody 3", 0},
+      {"", "晴天", "０１．晴天", 6},
+      {"", "晴天", "晴天 - 周杰伦", 4},
+      {"", "Track 1", "track 1", 0},
+      {"Live", "Lightning Crashes", "Live - Lightning Crashes", 9},
+      {"Beyoncé", "Halo", "BEYONCE - Halo", 9},
+      {"スピッツ", "チェリー", "ｽﾋﾟｯﾂ - ﾁｪﾘｰ", 9},
+      {"!!!", "Ø", "!!! - O", 9},
+  };
+  for (const Case& row : kCases) {
+    const SongKey key = MakeSongKey("x/file.mp3", GbkFromUtf8(row.artist), GbkFromUtf8(row.title));
+    const FoldedName song = FoldSong(key);
+    const FoldedName file = FoldName(GbkFromUtf8(row.file));
+    const std::string what = std::string(row.artist) + " - " + row.title + " / " + row.file;
+    EXPECT_EQ(Similarity(song, file), row.score) << what;
+    if (row.score > 0) {
+      EXPECT_TRUE(ShareKey(LookupKeys(song), IndexKeys(file))) << what;
+    }
+  }
+}
+
+TEST(LyricNames, AnythingCanBeFolded) {
+  std::mt19937 random(7);
+  std::vector<FoldedName> names;
+  for (int round = 0; round < 400; ++round) {
+    std::string name(random() % 60, ' ');
+    for (char& c : name)
+      c = random() % 3 ? "-_ ()[]&.0a\x81\xA1\xB6"[random() % 14] : static_cast<char>(random());
+    names.push_back(FoldName(name));
+    SongKey key = MakeSongKey(name, name, {});
+    key.title = name + name;
+    names.push_back(FoldSong(key));
+    const FoldedName& other = names[random() % names.size()];
+    EXPECT_EQ(Similarity(names.back(), other), Similarity(other, names.back())) << round;
+  }
+  std::string endless;
+  while (endless.size() < 100000)
+    endless += "(a - ";
+  EXPECT_LE(FoldName(endless).text.size(), 512u);
+}
+
+TEST(HanziFold, ConvertsForShowing) {
+  EXPECT_EQ(Utf8FromGbk(SimplifiedGbk(GbkFromUtf8("後來，我總算學會了 Love 著名"))),
+            "后来，我总算学会了 Love 著名");
+  EXPECT_EQ(Utf8FromGbk(TraditionalGbk(GbkFromUtf8("后来，我总算学会了只爱你"))), "後來，我總算學會了只愛你");
+  EXPECT_EQ(SimplifiedGbk("plain"), "plain");
 }
 
 }  // namespace
