@@ -63,4 +63,10 @@ else()
   pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
   add_library(melorin_png INTERFACE)
   target_link_libraries(melorin_png INTERFACE PkgConfig::PNG)
+
+  # Text in pictures of skins; on Windows that is GDI's.
+  pkg_check_modules(FREETYPE REQUIRED IMPORTED_TARGET freetype2)
+  pkg_check_modules(FONTCONFIG REQUIRED IMPORTED_TARGET fontconfig)
+  add_library(melorin_fonts INTERFACE)
+  target_link_libraries(melorin_fonts INTERFACE PkgConfig::FREETYPE PkgConfig::FONTCONFIG)
 endif()

@@ -12,7 +12,8 @@
 
 native_packages=(
   build-essential ca-certificates ccache clang clang-format cmake dpkg-dev git ninja-build pkg-config
-  libclang-rt-14-dev libebur128-dev libgtest-dev libkissfft-dev libmpg123-dev libpng-dev libsoxr-dev zlib1g-dev
+  libclang-rt-14-dev libebur128-dev libfontconfig-dev libfreetype-dev libgtest-dev libkissfft-dev libmpg123-dev
+  libpng-dev libsoxr-dev zlib1g-dev
   g++-mingw-w64-i686-posix libz-mingw-w64-dev
   imagemagick lame librsvg2-bin locales python3 xauth xdotool xvfb
   fonts-wqy-zenhei pulseaudio pulseaudio-utils wine

@@ -12,9 +12,10 @@ namespace melorin {
 
 enum class SkinWindow { kPlayer, kMini, kLyric, kEqualizer, kPlaylist };
 
-/// One window; empty when the skin does not have it. `text` may be null.
+/// One window, in the settings' default colours where the skin says none; resizable windows in the size that
+/// their description gives. Empty when the skin does not have it. `text` may be null.
 Bitmap PreviewWindow(const SkinDescription& skin, SkinWindow window, SkinImages& images, TextPainter* text);
-/// All five on one sheet, with space between them.
+/// All five on one sheet, with space between them; those that the skin does not have are left out.
 Bitmap PreviewSheet(const SkinDescription& skin, SkinImages& images, TextPainter* text);
 
 }  // namespace melorin

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -21,7 +22,8 @@ struct TextStyle {
   bool ellipsis = true;  ///< Text that is too long ends in "…"; false: it is cut.
 };
 
-/// Thread: one at a time.
+/// Texts are one line: control characters are drawn as spaces. A face that the system does not have gives way
+/// to the usual one. Thread: one at a time.
 class TextPainter {
  public:
   virtual ~TextPainter() = default;
@@ -31,5 +33,9 @@ class TextPainter {
                     int32_t shift = 0) = 0;
   virtual int32_t WidthOf(std::string_view text_gbk, const TextStyle& style) = 0;
 };
+
+/// Draws with the fonts of the system, in grey steps at the edges on any background. Null when the system has
+/// none.
+std::unique_ptr<TextPainter> CreateTextPainter();
 
 }  // namespace melorin
