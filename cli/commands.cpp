@@ -12,9 +12,10 @@
 namespace melorin {
 namespace {
 
-const Command* const kCommands[] = {&kInfoCommand,   &kDecodeCommand,    &kFormatsCommand,  &kXmlCommand,
-                                    &kConfigCommand, &kTitleCommand,     &kPlaylistCommand, &kListCommand,
-                                    &kLyricCommand,  &kFindLyricCommand, &kDevicesCommand,  &kSkinCommand};
+const Command* const kCommands[] = {&kInfoCommand,       &kDecodeCommand,    &kFormatsCommand,  &kXmlCommand,
+                                    &kConfigCommand,     &kTitleCommand,     &kPlaylistCommand, &kListCommand,
+                                    &kLyricCommand,      &kFindLyricCommand, &kDevicesCommand,  &kSkinCommand,
+                                    &kSkinPreviewCommand};
 
 std::string UsageLine(const Command& command) {
   std::string line = "melorin-cli " + std::string(command.name);

@@ -59,6 +59,7 @@ extern const Command kLyricCommand;
 extern const Command kDevicesCommand;
 extern const Command kFindLyricCommand;
 extern const Command kSkinCommand;
+extern const Command kSkinPreviewCommand;
 
 /// Runs the command that `arguments` (without the program's name, UTF-8) asks for. Nothing is thrown.
 int RunCommandLine(const CommandContext& context, std::span<const std::string> arguments);

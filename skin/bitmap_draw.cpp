@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <utility>
 
 namespace melorin {
 
@@ -62,33 +62,6 @@ void StretchRow(uint32_t* to, int32_t skip, int32_t count, const uint32_t* a, co
     if (b_part != 0) pixel = MixPixels(pixel, MixPixels(b[x], b[right], right_part), b_part);
     to[i] = combine == Combine::kReplace ? pixel : PixelOver(to[i], pixel);
   }
-}
-
-/// Columns or rows of a source that fall on one pixel of a smaller target.
-struct Span {
-  int32_t low;
-  int32_t high;
-};
-Span SpanOf(int32_t i, int32_t length, int32_t from_length) {
-  const auto low = static_cast<int32_t>(int64_t{i} * from_length / length);
-  const auto high = static_cast<int32_t>((int64_t{i} + 1) * from_length / length);
-  return {low, std::max(high, low + 1)};
-}
-
-uint32_t MeanPixel(const Bitmap& source, const Span& across, const Span& down) {
-  uint64_t sums[4] = {};
-  for (int32_t y = down.low; y < down.high; ++y) {
-    const uint32_t* row = source.Row(y);
-    for (int32_t x = across.low; x < across.high; ++x)
-      for (int channel = 0; channel < 4; ++channel)
-        sums[channel] += (row[x] >> (8 * channel)) & 255;
-  }
-  const auto count =
-      static_cast<uint64_t>(across.high - across.low) * static_cast<uint64_t>(down.high - down.low);
-  uint32_t pixel = 0;
-  for (int channel = 0; channel < 4; ++channel)
-    pixel |= static_cast<uint32_t>((sums[channel] + count / 2) / count) << (8 * channel);
-  return pixel;
 }
 
 }  // namespace
@@ -203,21 +176,6 @@ Bitmap EnlargedBitmap(const Bitmap& source, int32_t times) {
       std::copy_n(first, large.width, large.Row(y * times + again));
   }
   return large;
-}
-
-Bitmap ScaledBitmap(const Bitmap& source, int32_t width, int32_t height) {
-  if (source.IsEmpty() || width <= 0 || height <= 0) return {};
-  Bitmap scaled(width, height);
-  if (width >= source.width && height >= source.height) {
-    DrawStretched(scaled, BitmapBounds(scaled), source, BitmapBounds(source), Combine::kReplace);
-    return scaled;
-  }
-  for (int32_t y = 0; y < height; ++y) {
-    const Span down = SpanOf(y, height, source.height);
-    for (int32_t x = 0; x < width; ++x)
-      scaled.Row(y)[x] = MeanPixel(source, SpanOf(x, width, source.width), down);
-  }
-  return scaled;
 }
 
 }  // namespace melorin

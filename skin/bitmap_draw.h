@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
 // Drawing into bitmaps: filling, copying, repeating and stretching, all of it clipped. Everything but
-// ScaledBitmap works without allocating. Areas and cells are pixels of the bitmap they belong to and may lie
-// anywhere, also outside of it, within kFarthestPixel. Source and target are different bitmaps. Thread: one
-// at a time for a target.
+// EnlargedBitmap works without allocating. Areas and cells are pixels of the bitmap they belong to and may
+// lie anywhere, also outside of it, within kFarthestPixel. Source and target are different bitmaps. Thread:
+// one at a time for a target.
 #pragma once
 
 #include <cstdint>
@@ -65,8 +65,5 @@ inline void DrawCoverage(uint32_t& target, uint32_t ink, uint32_t coverage) {
 
 /// Each pixel `times` × `times`: keeps the edges of pixel art, and of the cells in an image.
 Bitmap EnlargedBitmap(const Bitmap& source, int32_t times);
-/// Of that size: the mean of what falls on each pixel, the way photographs are made smaller. Empty when a
-/// size is.
-Bitmap ScaledBitmap(const Bitmap& source, int32_t width, int32_t height);
 
 }  // namespace melorin
