@@ -16,7 +16,7 @@ native_packages=(
   libpng-dev libsoxr-dev zlib1g-dev
   g++-mingw-w64-i686-posix libz-mingw-w64-dev
   imagemagick lame librsvg2-bin locales python3 xauth xdotool xvfb
-  fonts-wqy-zenhei pulseaudio pulseaudio-utils wine
+  fonts-wqy-microhei pulseaudio pulseaudio-utils wine
 )
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
 bench_packages=(
