@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "skin/skin_list.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "platform/file.h"
+#include "platform/text.h"
+#include "skin/image_file.h"
+#include "skin/shrink.h"
+#include "skin/skin_images.h"
+#include "skin/skin_package.h"
+#include "skin/skin_preview.h"
+#include "skin/skin_reader.h"
+
+namespace melorin {
+
+namespace {
+
+/// A folder may hold anything, and every entry of the list is a package that is opened.
+constexpr size_t kMostSkins = 1000;
+
+struct LoadedSkin {
+  std::unique_ptr<SkinPackage> package;
+  SkinDescription description;
+};
+
+std::optional<LoadedSkin> LoadSkin(const std::string& path_gbk) {
+  LoadedSkin skin;
+  std::vector<uint8_t> bytes;
+  if (OpenSkinPackage(path_gbk, &skin.package) != SkinPackageResult::kOpened ||
+      !skin.package->Read(kSkinFileName, bytes) ||
+      ReadSkinDescription(bytes, skin.description) != SkinReadResult::kRead)
+    return std::nullopt;
+  return skin;
+}
+
+/// "Blue.skn" is called "Blue"; folders keep their dots.
+std::string_view PackageTitle(const DirectoryEntry& entry) {
+  const std::string_view name = entry.name_gbk;
+  const size_t extension = PathExtension(name).size();
+  return entry.is_directory || extension == 0 ? name : name.substr(0, name.size() - extension - 1);
+}
+
+bool MayBePackage(const DirectoryEntry& entry) {
+  const std::string_view extension = PathExtension(entry.name_gbk);
+  return entry.is_directory || EqualNoCaseGbk(extension, "zip") || EqualNoCaseGbk(extension, "skn");
+}
+
+std::optional<SkinListEntry> ListedSkin(std::string package_name_gbk, std::string path_gbk,
+                                        std::string_view title_gbk) {
+  std::optional<LoadedSkin> skin = LoadSkin(path_gbk);
+  if (!skin) return std::nullopt;
+  SkinListEntry entry{std::move(package_name_gbk), std::move(path_gbk), std::move(skin->description.name_gbk),
+                      std::move(skin->description.author_gbk)};
+  if (entry.name_gbk.empty()) entry.name_gbk = title_gbk;
+  return entry;
+}
+
+}  // namespace
+
+std::vector<SkinListEntry> ListSkins(const std::string& skin_folder_gbk) {
+  std::vector<SkinListEntry> skins;
+  if (auto built_in = ListedSkin({}, kDefaultSkinName, kDefaultSkinName))
+    skins.push_back(std::move(*built_in));
+  const auto built_in_end = static_cast<ptrdiff_t>(skins.size());
+  for (const DirectoryEntry& entry : ListDirectory(skin_folder_gbk)) {
+    if (skins.size() == kMostSkins) break;
+    if (!MayBePackage(entry)) continue;
+    if (auto skin =
+            ListedSkin(entry.name_gbk, JoinPath(skin_folder_gbk, entry.name_gbk), PackageTitle(entry)))
+      skins.push_back(std::move(*skin));
+  }
+  // Skins of one name keep an order that does not depend on the file system.
+  std::sort(skins.begin() + built_in_end, skins.end(), [](const SkinListEntry& a, const SkinListEntry& b) {
+    return std::pair(LowerGbk(a.name_gbk), a.package_name_gbk) <
+           std::pair(LowerGbk(b.name_gbk), b.package_name_gbk);
+  });
+  return skins;
+}
+
+Bitmap SkinThumbnail(const SkinListEntry& entry, int32_t width, int32_t height) {
+  const std::optional<LoadedSkin> skin = LoadSkin(entry.path_gbk);
+  if (!skin) return {};
+  std::vector<uint8_t> bytes;
+  Bitmap picture;
+  for (const char* name : {"thumbnail.png", "thumbnail.bmp"})
+    if (skin->package->Read(name, bytes) && DecodeImage(bytes, skin->description.transparent_colour, picture))
+      return ShrunkToFit(picture, width, height);
+  SkinImages images(*skin->package, skin->description.transparent_colour, 1);
+  return ShrunkToFit(PreviewWindow(skin->description, SkinWindow::kPlayer, images, nullptr), width, height);
+}
+
+}  // namespace melorin
