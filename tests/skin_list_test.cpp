@@ -33,6 +33,12 @@ std::string Skin(const std::string& xml, std::vector<zip_build::Entry> more = {}
   return zip_build::Archive{.entries = more}.Build();
 }
 
+Bitmap ThumbnailOf(std::string path, int32_t width, int32_t height) {
+  SkinListEntry entry;
+  entry.path_gbk = std::move(path);
+  return SkinThumbnail(entry, width, height);
+}
+
 TEST(SkinList, HoldsWhatCanBeLoadedByName) {
   const TestFolder folder;
   folder.Write("zz.zip", Skin(Description("version=\"2\" name=\"蓝\" author=\"Lan\"")));
@@ -79,13 +85,14 @@ TEST(SkinList, ThumbnailsComeFromTheirFileOrTheWindow) {
     uint32_t pixel;
   } kCases[] = {{"a.zip", 40, 40, 0xFF445566}, {"b.zip", 60, 20, 0xFF112233}, {"c.zip", 0, 0, 0}};
   for (const auto& c : kCases) {
-    const Bitmap picture = SkinThumbnail({.path_gbk = folder.Path(c.package)}, 60, 40);
+    const Bitmap picture = ThumbnailOf(folder.Path(c.package), 60, 40);
     EXPECT_EQ(picture.width, c.width) << c.package;
     EXPECT_EQ(picture.height, c.height) << c.package;
-    if (!picture.IsEmpty()) EXPECT_EQ(picture.pixels[picture.pixels.size() / 2], c.pixel) << c.package;
+    if (picture.IsEmpty()) continue;
+    EXPECT_EQ(picture.pixels[picture.pixels.size() / 2], c.pixel) << c.package;
   }
-  EXPECT_TRUE(SkinThumbnail({.path_gbk = folder.Path("gone.zip")}, 60, 40).IsEmpty());
-  const Bitmap built_in = SkinThumbnail({.path_gbk = kDefaultSkinName}, 160, 120);
+  EXPECT_TRUE(ThumbnailOf(folder.Path("gone.zip"), 60, 40).IsEmpty());
+  const Bitmap built_in = ThumbnailOf(kDefaultSkinName, 160, 120);
   EXPECT_EQ(built_in.width, 160);
 }
 
