@@ -8,14 +8,20 @@
 // 4. All others are GBK: they are, or they are something that this player does not know.
 //
 // UTF-8 reads well as GBK when it is plain code page 936 and at least half of its pairs are everyday ones
-// (punctuation, kana and the first level of hanzi in GB2312) that touch no ASCII letter. Chinese texts of one
-// line in UTF-8 are well-formed GBK in one of four cases, of five lines in one of 400; but of their pairs
-// only a fifth is everyday ones on the average. Accented letters of Latin alphabets mostly are everyday
-// pairs, but touch ASCII letters; and of the hanzi that Greek and Cyrillic letters would be many are everyday
-// ones, but a text of eight or more hanzi of just two rows, some of them outside GB2312, is Greek or
-// Cyrillic.
+// (punctuation, kana and the first level of hanzi in GB2312). Chinese texts of one line in UTF-8 are
+// well-formed GBK in one of four cases, of five lines in one of 400; but of their pairs only a fifth is
+// everyday ones on the average.
+//
+// Accented letters of Latin alphabets mostly are everyday pairs. One or two of them that touch an ASCII
+// letter, or one between two words, are none, and the signs of Latin-1 (« » ¿ °, lead byte C2) count for
+// neither side. A text whose characters are Greek or Cyrillic in nine of ten cases, eight or more, some of
+// them pairs outside GB2312, is no GBK: all its hanzi would be of two rows.
 //
 // GBK that happens to be UTF-8 is known in texts of two or three hanzi. All everyday ones, they stay GBK.
+//
+// Tried with lyrics made of the translations of Debian's programs in 20 languages, of four lines and more:
+// of 76,000 in UTF-8 one is read wrongly, of 10,000 in GBK none. Of those of one line in Chinese, 0.7 % in
+// UTF-8 and 0.1 % in GBK are; the alphabets suffer more there.
 #include <algorithm>
 #include <string_view>
 
@@ -26,8 +32,20 @@ namespace melorin {
 
 namespace {
 
+constexpr unsigned char kLatin1Signs = 0xC2;
+constexpr unsigned char kLatin1Letters = 0xC3;
+
 bool IsAsciiLetter(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+bool IsAfterLetter(std::string_view text, size_t at, bool over_space) {
+  if (over_space && at > 0 && text[at - 1] == ' ') --at;
+  return at > 0 && IsAsciiLetter(text[at - 1]);
+}
+bool IsBeforeLetter(std::string_view text, size_t at, bool over_space) {
+  if (over_space && at < text.size() && text[at] == ' ') ++at;
+  return at < text.size() && IsAsciiLetter(text[at]);
 }
 
 bool IsEveryday(unsigned char lead, unsigned char trail) {
@@ -39,19 +57,20 @@ bool IsEveryday(unsigned char lead, unsigned char trail) {
 /// Greek has the leads CE and CF in UTF-8, Cyrillic D0 and D1.
 bool IsOneAlphabet(std::string_view utf8) {
   constexpr size_t kFewestLetters = 8;
-  size_t letters = 0;
+  size_t characters = 0;
+  size_t greek = 0;
+  size_t cyrillic = 0;
   bool beyond_gb2312 = false;
-  unsigned alphabet = 0;
   for (size_t i = 0; i < utf8.size(); ++i) {
     const auto lead = static_cast<unsigned char>(utf8[i]);
-    if (lead < 0x80) continue;
-    if (lead < 0xCE || lead > 0xD1 || (alphabet != 0 && (lead & 0xFEu) != alphabet)) return false;
-    alphabet = lead & 0xFEu;
+    if (lead <= kLatin1Signs) continue;  // ASCII, a second byte, or a sign.
+    ++characters;
+    if (lead < 0xCE || lead > 0xD1) continue;
+    ++(lead <= 0xCF ? greek : cyrillic);
     beyond_gb2312 = beyond_gb2312 || static_cast<unsigned char>(utf8[i + 1]) < 0xA1;
-    ++letters;
-    ++i;
   }
-  return letters >= kFewestLetters && beyond_gb2312;
+  const size_t letters = std::max(greek, cyrillic);
+  return letters >= kFewestLetters && 10 * letters >= 9 * characters && beyond_gb2312;
 }
 
 bool ReadsWellAsGbk(std::string_view utf8) {
@@ -60,12 +79,18 @@ bool ReadsWellAsGbk(std::string_view utf8) {
   size_t everyday = 0;
   for (size_t i = 0; i < utf8.size(); ++i) {
     if (static_cast<unsigned char>(utf8[i]) < 0x80) continue;
-    const bool touches =
-        (i > 0 && IsAsciiLetter(utf8[i - 1])) || (i + 2 < utf8.size() && IsAsciiLetter(utf8[i + 2]));
-    ++pairs;
-    if (!touches && IsEveryday(static_cast<unsigned char>(utf8[i]), static_cast<unsigned char>(utf8[i + 1])))
-      ++everyday;
-    ++i;
+    const size_t run = i;
+    size_t run_everyday = 0;
+    for (; i < utf8.size() && static_cast<unsigned char>(utf8[i]) >= 0x80; i += 2) {
+      const auto lead = static_cast<unsigned char>(utf8[i]);
+      if (lead == kLatin1Signs) continue;
+      ++pairs;
+      if (IsEveryday(lead, static_cast<unsigned char>(utf8[i + 1]))) ++run_everyday;
+    }
+    // A letter may also be a word of its own between others, as "è" is.
+    const bool is_word = i - run == 2 && static_cast<unsigned char>(utf8[run]) == kLatin1Letters;
+    const bool touches = IsAfterLetter(utf8, run, is_word) || IsBeforeLetter(utf8, i, is_word);
+    if (!touches || i - run > 4) everyday += run_everyday;
   }
   return 2 * everyday >= pairs;
 }

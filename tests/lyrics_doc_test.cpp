@@ -3,8 +3,7 @@
 // LRC text to lines and back, and the line of a playback time.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <algorithm>
 #include <limits>
 #include <random>
 
@@ -349,6 +348,17 @@ TEST(LyricDoc, WrittenTextReadsBack) {
       ASSERT_TRUE(Same(again, want)) << text;
     }
   }
+}
+
+TEST(LyricDoc, MergedLinesFitIntoALineThatIsRead) {
+  LyricDoc doc;
+  for (int32_t i = 0; i < 2000; ++i)
+    doc.InsertLine("again and again", i * 1000000);
+  const std::u16string text = doc.Write(true);
+  LyricDoc read;
+  EXPECT_TRUE(read.Parse(text));
+  EXPECT_EQ(read.Lines(), doc.Lines());
+  EXPECT_LT(std::count(text.begin(), text.end(), u'\n'), 20);
 }
 
 TEST(LyricDoc, Shifting) {
