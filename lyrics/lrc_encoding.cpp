@@ -20,8 +20,8 @@
 // GBK that happens to be UTF-8 is known in texts of two or three hanzi. All everyday ones, they stay GBK.
 //
 // Tried with lyrics made of the translations of Debian's programs in 20 languages, of four lines and more:
-// of 76,000 in UTF-8 one is read wrongly, of 10,000 in GBK none. Of those of one line in Chinese, 0.7 % in
-// UTF-8 and 0.1 % in GBK are; the alphabets suffer more there.
+// of 60,000 in UTF-8 one is read wrongly, of 17,000 in GBK none. Of those of one line in Chinese, 0.8 % in
+// UTF-8 and 0.1 % in GBK are; alphabets suffer more there.
 #include <algorithm>
 #include <string_view>
 
@@ -95,14 +95,30 @@ bool ReadsWellAsGbk(std::string_view utf8) {
   return 2 * everyday >= pairs;
 }
 
+/// Whether the text is UTF-8 to its first zero, which is where it is cut then. Piece by piece, since GBK is
+/// told by its first hanzi and need not be searched for a zero.
+bool IsUtf8ToZero(std::string_view& text) {
+  constexpr size_t kPiece = 512;
+  for (size_t at = 0; at < text.size();) {
+    size_t end = std::min(at + kPiece, text.size());
+    while (end < text.size() && (text[end] & '\xC0') == '\x80')
+      ++end;
+    const std::string_view piece = text.substr(at, end - at);
+    const size_t zero = piece.find('\0');
+    if (!IsValidUtf8(piece.substr(0, zero))) return false;
+    if (zero != std::string_view::npos) text = text.substr(0, at + zero);
+    at = end;
+  }
+  return true;
+}
+
 }  // namespace
 
 LyricEncoding DetectLyricEncoding(std::span<const uint8_t> bytes) {
   std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with("\xFF\xFE")) return LyricEncoding::kUtf16LittleEndian;
   if (text.starts_with("\xFE\xFF")) return LyricEncoding::kUtf16BigEndian;
-  text = text.substr(0, text.find('\0'));
-  if (!IsValidUtf8(text)) return LyricEncoding::kGbk;
+  if (!IsUtf8ToZero(text)) return LyricEncoding::kGbk;
   if (text.starts_with("\xEF\xBB\xBF")) return LyricEncoding::kUtf8Mark;
   return IsAscii(text) || ReadsWellAsGbk(text) ? LyricEncoding::kGbk : LyricEncoding::kUtf8;
 }

@@ -4,7 +4,7 @@
 // whose two-byte characters are one UTF-16 unit each, so that both give the same lines. The latter spares
 // most files the way to UTF-16 and back.
 #include <algorithm>
-#include <cstring>
+#include <bit>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -13,6 +13,10 @@
 #include "lyrics/lrc_time.h"
 #include "lyrics/lyric_doc.h"
 #include "platform/text.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace melorin {
 
@@ -28,6 +32,11 @@ template <class Char>
 bool IsBreak(Char c) {
   return c == '\r' || c == '\n';
 }
+/// Of a line; a zero ends the text.
+template <class Char>
+bool IsEnd(Char c) {
+  return IsBreak(c) || c == 0;
+}
 
 struct Utf16Form {
   using Char = char16_t;
@@ -39,9 +48,7 @@ struct Utf16Form {
     const bool halves = (cut[-1] & 0xFC00) == 0xD800 && (*cut & 0xFC00) == 0xDC00;
     return halves ? cut - 1 : cut;
   }
-  static const Char* FindBreak(const Char* at, const Char* end) {
-    return std::find_if(at, end, IsBreak<Char>);
-  }
+  static const Char* FindEnd(const Char* at, const Char* end) { return std::find_if(at, end, IsEnd<Char>); }
   static const Char* Find(const Char* at, const Char* end, Char wanted) { return std::find(at, end, wanted); }
   static std::string ToGbk(std::u16string_view text) { return GbkFromUtf16(text); }
 };
@@ -55,31 +62,39 @@ struct GbkForm {
       at += Size(at);
     return at;
   }
-  /// Eight bytes at a time: half of the reading is looking for the ends of lines.
-  static const Char* FindBreak(const Char* at, const Char* end) {
-    constexpr uint64_t kEach = 0x0101010101010101;
-    for (uint64_t word; end - at >= 8; at += 8) {
-      std::memcpy(&word, at, sizeof word);
-      const bool below_0e = ((word - 0x0E * kEach) & ~word & 0x80 * kEach) != 0;
-      if (!below_0e) continue;
-      const Char* const found = std::find_if(at, at + 8, IsBreak<Char>);
-      if (found != at + 8) return found;
-    }
-    return std::find_if(at, end, IsBreak<Char>);
+  static const Char* FindEnd(const Char* at, const Char* end) {
+    const auto in_block = [](auto block, auto equal) {
+      return equal(block, '\r') | equal(block, '\n') | equal(block, '\0');
+    };
+    return Search(at, end, in_block, IsEnd<Char>);
   }
   static const Char* Find(const Char* at, const Char* end, Char wanted) {
-    for (const Char* from = at; from != end;) {
-      const void* const found = std::memchr(from, wanted, static_cast<size_t>(end - from));
-      if (!found) return end;
-      from = static_cast<const Char*>(found);
-      if (!IsSecondByte(at, from)) return from;
-      ++from;
+    if (at != end && *at == wanted) return at;  // Where most lines have it.
+    for (const Char* from = at; from != end; ++from) {
+      from = Search(
+          from, end, [=](auto block, auto equal) { return equal(block, wanted); },
+          [=](Char c) { return c == wanted; });
+      if (from == end || !IsSecondByte(at, from)) return from;
     }
     return end;
   }
   static std::string ToGbk(std::string_view text) { return std::string(text); }
 
  private:
+  /// The first byte that is searched for, or `end`. Sixteen bytes at a time where SSE2 is, as in both
+  /// targets: much of the reading is this. `in_block` answers with the bits of the bytes that are.
+  template <class InBlock, class IsWanted>
+  static const Char* Search(const Char* at, const Char* end, InBlock in_block, IsWanted is_wanted) {
+#if defined(__SSE2__)
+    const auto equal = [](__m128i block, Char c) {
+      return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(c))));
+    };
+    for (; end - at >= 16; at += 16)
+      if (const unsigned found = in_block(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)), equal))
+        return at + std::countr_zero(found);
+#endif
+    return std::find_if(at, end, is_wanted);
+  }
   /// Of a character: an odd number of bytes before it can begin one. All text from `begin` on is whole
   /// characters.
   static bool IsSecondByte(const Char* begin, const Char* at) {
@@ -88,7 +103,9 @@ struct GbkForm {
       --run;
     return (at - run) % 2 != 0;
   }
-  static int Size(const Char* at) { return IsGbkLead(static_cast<unsigned char>(*at)) ? 2 : 1; }
+  static int Size(const Char* at) {
+    return IsGbkLead(static_cast<unsigned char>(*at)) ? 2 : 1;
+  }
 };
 
 template <class Form>
@@ -125,8 +142,8 @@ std::vector<LyricLine> LrcParser<Form>::Parse(View text) {
   const Char* at = text.data();
   const Char* const end = at + text.size();
   lines_.reserve(text.size() / kUsualLine);
-  while (at != end) {
-    const Char* const line_end = Form::FindBreak(at, end);
+  while (at != end && *at != 0) {
+    const Char* const line_end = Form::FindEnd(at, end);
     do {
       const Char* const piece_end = Form::Advance(at, line_end, kLongestLrcLine);
       ParseLine(at, piece_end);
@@ -161,7 +178,7 @@ bool LrcParser<Form>::TakeHeader(const Char* at, const Char* end) {
                                         {"[ar:", &LyricDoc::artist_gbk},
                                         {"[al:", &LyricDoc::album_gbk},
                                         {"[by:", &LyricDoc::by_gbk}};
-  if (end - at < 4 || at[3] != ':') return false;
+  if (end - at < 4 || at[3] != ':' || at[1] < 'a') return false;
   for (const Header& header : kHeaders) {
     if (!Equals(Between(at, at + 4), header.tag)) continue;
     const Char* const close = Form::Find(at + 4, end, ']');
@@ -219,13 +236,13 @@ void LrcParser<Form>::AddLine(std::string&& text_gbk, int32_t tagged_ms) {
 
 bool LyricDoc::Parse(std::u16string_view text) {
   Clear();
-  TakeLines(LrcParser<Utf16Form>(*this).Parse(text.substr(0, text.find(u'\0'))));
+  TakeLines(LrcParser<Utf16Form>(*this).Parse(text));
   return InsertTitleLine();
 }
 
 bool LyricDoc::ParsePlainGbk(std::string_view gbk) {
   Clear();
-  TakeLines(LrcParser<GbkForm>(*this).Parse(gbk.substr(0, gbk.find('\0'))));
+  TakeLines(LrcParser<GbkForm>(*this).Parse(gbk));
   return InsertTitleLine();
 }
 

@@ -45,10 +45,12 @@ class Scanner {
 
  private:
   bool IsDigit() const { return at_ != end_ && *at_ >= '0' && *at_ <= '9'; }
+  /// What is beyond 32 bits with a sign may come out as any other number that is.
   int64_t Digits() {
-    int64_t value = 0;
+    constexpr uint32_t kBeyond = 400'000'000;
+    uint32_t value = 0;
     for (; IsDigit(); ++at_)
-      value = std::min(value * 10 + (*at_ - '0'), kLargest);
+      value = value < kBeyond ? value * 10 + static_cast<uint32_t>(*at_ - '0') : 10 * kBeyond;
     return value;
   }
   /// And the white space before it.

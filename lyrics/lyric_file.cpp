@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "lyrics/lyric_file.h"
 
+#include <array>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -35,23 +37,35 @@ std::string BytesOf(std::u16string_view units, bool big_endian) {
   return bytes;
 }
 
-/// False when it cannot be read or is too large. Others may write the file meanwhile.
-bool ReadLyricBytes(const std::string& path_gbk, std::vector<uint8_t>& bytes) {
+/// Room for a file's bytes. Most lyrics fit into the part on the stack, which spares the heap a large block
+/// that it would take from the system and give back each time.
+struct FileRoom {
+  std::array<uint8_t, 128u << 10> usual;
+  std::vector<uint8_t> large;
+};
+
+/// The bytes, in `room`. Nothing when they cannot be read or are too many. Others may write the file
+/// meanwhile.
+std::optional<std::span<const uint8_t>> ReadLyricBytes(const std::string& path_gbk, FileRoom& room) {
   File file;
   if (!file.Open(path_gbk, File::Access::kRead, File::Share::kReadWrite, File::Create::kMustExist))
-    return false;
+    return std::nullopt;
   const int64_t size = file.Size();
-  if (size < 0 || size > static_cast<int64_t>(kLargestLyricBytes)) return false;
-  bytes.resize(static_cast<size_t>(size));
+  if (size < 0 || size > static_cast<int64_t>(kLargestLyricBytes)) return std::nullopt;
+  std::span<uint8_t> bytes(room.usual);
+  if (static_cast<size_t>(size) > bytes.size()) {
+    room.large.resize(static_cast<size_t>(size));
+    bytes = room.large;
+  }
+  bytes = bytes.first(static_cast<size_t>(size));
   size_t count = 0;
   while (count < bytes.size()) {
-    const int64_t got = file.Read(std::span(bytes).subspan(count));
-    if (got < 0) return false;
+    const int64_t got = file.Read(bytes.subspan(count));
+    if (got < 0) return std::nullopt;
     if (got == 0) break;
     count += static_cast<size_t>(got);
   }
-  bytes.resize(count);
-  return true;
+  return bytes.first(count);
 }
 
 }  // namespace
@@ -64,8 +78,7 @@ bool ParseLyricBytes(LyricDoc& doc, std::span<const uint8_t> bytes, const LyricL
     doc.Clear();
     return false;
   }
-  std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  text = text.substr(0, text.find('\0'));
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   switch (found) {
     case LyricEncoding::kUtf16LittleEndian:
     case LyricEncoding::kUtf16BigEndian:
@@ -77,13 +90,15 @@ bool ParseLyricBytes(LyricDoc& doc, std::span<const uint8_t> bytes, const LyricL
     case LyricEncoding::kGbk:
       break;
   }
+  // What stands behind a zero is not read either way.
   return IsValidGbk(text) ? doc.ParsePlainGbk(text) : doc.Parse(Utf16FromGbk(text));
 }
 
 bool LoadLyricFile(LyricDoc& doc, const std::string& path_gbk, const LyricLoadOptions& options,
                    LyricEncoding* encoding) {
-  std::vector<uint8_t> bytes;
-  if (ReadLyricBytes(path_gbk, bytes)) return ParseLyricBytes(doc, bytes, options, encoding);
+  FileRoom room;
+  if (const auto bytes = ReadLyricBytes(path_gbk, room))
+    return ParseLyricBytes(doc, *bytes, options, encoding);
   doc.Clear();
   if (encoding) *encoding = LyricEncoding::kGbk;
   return false;

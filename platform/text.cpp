@@ -244,6 +244,20 @@ bool Convert(std::basic_string_view<In> text, std::basic_string<Out>& out, const
   return !lost;
 }
 
+constexpr size_t kEachByte = ~size_t{0} / 0xFF;
+constexpr size_t kEachPair = ~size_t{0} / 0xFFFF;
+constexpr size_t kHighBits = 0x80 * kEachByte;
+
+/// A word of memory holds nothing but pairs with a lead from B0 to F7, without D7, and a trail from A1 to FE:
+/// the hanzi of GB2312, of which code page 936 lacks none but some of row D7.
+bool IsAllHanzi(size_t word) {
+  const size_t low = word & ~kHighBits;
+  const size_t least = low + 0x5F50 * kEachPair;  // Each addition reaches a high bit from there on.
+  const size_t beyond = low + 0x0108 * kEachPair;
+  const size_t not_d7 = (low ^ 0x57 * kEachPair) + 0x7F7F * kEachPair;
+  return (word & least & ~beyond & (not_d7 | 0x8000 * kEachPair) & kHighBits) == kHighBits;
+}
+
 void SetFlag(bool* flag, bool value) {
   if (flag) *flag = value;
 }
@@ -271,13 +285,23 @@ bool IsValidUtf8(std::string_view bytes) {
 }
 
 bool IsValidGbk(std::string_view bytes) {
-  if (IsAscii(bytes)) return true;
-  const GbTables& tables = GbTables::Get();
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    const auto lead = static_cast<unsigned char>(bytes[i]);
+  const char* at = bytes.data();
+  const char* const end = at + bytes.size();
+  const GbTables* tables = nullptr;
+  while (at != end) {
+    if (static_cast<size_t>(end - at) >= sizeof(size_t)) {
+      size_t word;
+      std::memcpy(&word, at, sizeof word);
+      if ((word & kHighBits) == 0 || IsAllHanzi(word)) {
+        at += sizeof word;
+        continue;
+      }
+    }
+    const auto lead = static_cast<unsigned char>(*at++);
     if (lead < 0x80) continue;
-    if (i + 1 == bytes.size()) return false;
-    if (!tables.IsPlain(lead, static_cast<unsigned char>(bytes[++i]))) return false;
+    if (at == end) return false;
+    if (!tables) tables = &GbTables::Get();
+    if (!tables->IsPlain(lead, static_cast<unsigned char>(*at++))) return false;
   }
   return true;
 }

@@ -80,6 +80,9 @@ struct Case {
 };
 
 TEST(LyricFile, OtherLanguagesAndOddFiles) {
+  std::string long_utf8;
+  for (int i = 0; i < 600; ++i)
+    long_utf8 += "心";
   const Case cases[] = {
       {"[0:1]Été à la plage, où es-tu, là-bas ?\n[0:2]Ça m’a déjà plu",
        "utf-8: Été à la plage, où es-tu, là-bas ?"},
@@ -102,6 +105,7 @@ TEST(LyricFile, OtherLanguagesAndOddFiles) {
       // Zeros end the text, and what is behind them says nothing of its encoding.
       {"[0:1]one\n\0[0:0]two"s, "gbk: one"},
       {"[0:1]你好\0\xC4\xE3"s, "utf-8: 你好"},
+      {"[0:1]" + long_utf8 + "\n" + long_utf8 + "\0\xC4\xE3"s, "utf-8: " + long_utf8},
       {Utf16Bytes("[0:1]one\n\0[0:0]two"s, false), "utf-16le: one"},
       {"[0:1]cut \xE4\xBD", "gbk: cut 浣"},
       {"", "gbk: "},
@@ -137,6 +141,12 @@ TEST(LyricFile, SavedFilesReadBackInTheirEncoding) {
       EXPECT_EQ(std::memcmp(file.Bytes().data(), "[ti:", 4) != 0, marked);
     }
   }
+  const std::string large = "[0:1]" + std::string(300000, ' ') + "\n[0:2]end";
+  ASSERT_TRUE(WriteFileSafely(path, Bytes(large)));
+  EXPECT_TRUE(LoadLyricFile(doc, path));
+  EXPECT_EQ(doc.Lines().back().text_gbk, "end");
+  ASSERT_TRUE(WriteFileSafely(path, Bytes(large + std::string(kLargestLyricBytes, ' '))));
+  EXPECT_FALSE(LoadLyricFile(doc, path));
   DeleteFileAt(path);
   doc.InsertLine("left", 0);
   EXPECT_FALSE(LoadLyricFile(doc, path));

@@ -119,6 +119,8 @@ TEST(Text, TheCodePageIsTheSameOnEveryPlatform) {
         add(unit);
       const bool is_plain = IsValidGbk(code);
       add(is_plain ? 1 : 0);
+      // Between others it is what it is alone.
+      EXPECT_EQ(IsValidGbk("\xD6\xD0" + code + "\xB0\xA1\xF7\xFE\xD6\xD0\xD6\xD0"), is_plain);
       plain += is_plain ? 1 : 0;
       lost += lossy ? 1 : 0;
     }
