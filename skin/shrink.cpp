@@ -7,8 +7,8 @@
 namespace melorin {
 namespace {
 
-/// The part of a row (or column) that one pixel of the copy covers, in units of which one pixel of the row
-/// has `many` and one of the copy `long`.
+/// The part of a row (or column) of `from` pixels that one of the `to` pixels of its copy covers. A pixel of
+/// the row weighs `to`, so that each of the copy is `from` altogether.
 struct Cover {
   int32_t first = 0;
   int32_t last = 0;

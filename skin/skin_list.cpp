@@ -20,8 +20,8 @@ namespace melorin {
 
 namespace {
 
-/// A folder may hold anything, and every entry of the list is a package that is opened.
-constexpr size_t kMostSkins = 1000;
+/// A folder may hold anything, and each of these is opened.
+constexpr size_t kMostPackages = 1000;
 
 struct LoadedSkin {
   std::unique_ptr<SkinPackage> package;
@@ -67,13 +67,16 @@ std::vector<SkinListEntry> ListSkins(const std::string& skin_folder_gbk) {
   if (auto built_in = ListedSkin({}, kDefaultSkinName, kDefaultSkinName))
     skins.push_back(std::move(*built_in));
   const auto built_in_end = static_cast<ptrdiff_t>(skins.size());
-  for (const DirectoryEntry& entry : ListDirectory(skin_folder_gbk)) {
-    if (skins.size() == kMostSkins) break;
-    if (!MayBePackage(entry)) continue;
+  std::vector<DirectoryEntry> packages = ListDirectory(skin_folder_gbk);
+  std::erase_if(packages, [](const DirectoryEntry& entry) { return !MayBePackage(entry); });
+  // Which of too many are left out is not the file system's choice.
+  std::sort(packages.begin(), packages.end(),
+            [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name_gbk < b.name_gbk; });
+  if (packages.size() > kMostPackages) packages.resize(kMostPackages);
+  for (const DirectoryEntry& entry : packages)
     if (auto skin =
             ListedSkin(entry.name_gbk, JoinPath(skin_folder_gbk, entry.name_gbk), PackageTitle(entry)))
       skins.push_back(std::move(*skin));
-  }
   // Skins of one name keep an order that does not depend on the file system.
   std::sort(skins.begin() + built_in_end, skins.end(), [](const SkinListEntry& a, const SkinListEntry& b) {
     return std::pair(LowerGbk(a.name_gbk), a.package_name_gbk) <

@@ -9,6 +9,7 @@
 #include "platform/file.h"
 #include "platform/text.h"
 #include "skin/image_file.h"
+#include "skin/shrink.h"
 #include "skin/skin_package.h"
 #include "tests/playlist_test_folder.h"
 #include "tests/skin_zip_builder.h"
@@ -94,6 +95,21 @@ TEST(SkinList, ThumbnailsComeFromTheirFileOrTheWindow) {
   EXPECT_TRUE(ThumbnailOf(folder.Path("gone.zip"), 60, 40).IsEmpty());
   const Bitmap built_in = ThumbnailOf(kDefaultSkinName, 160, 120);
   EXPECT_EQ(built_in.width, 160);
+}
+
+TEST(SkinList, ShrinksByTheMeanOfAnArea) {
+  Bitmap bitmap(3, 2);
+  bitmap.pixels = {0xFF000000, 0xFF0000FF, 0xFFFFFF00, 0x00000000, 0xFF0000FF, 0xFFFFFF00};
+  // One and a half columns each, both rows.
+  const Bitmap half = ShrunkToFit(bitmap, 2, 9);
+  EXPECT_EQ(half.width, 2);
+  EXPECT_EQ(half.height, 1);
+  EXPECT_EQ(half.pixels, (std::vector<uint32_t>{0xAA000055, 0xFFAAAA55}));
+  EXPECT_EQ(ShrunkToFit(bitmap, 1, 1).pixels, (std::vector<uint32_t>{0xD5555555}));
+  EXPECT_EQ(ShrunkToFit(bitmap, 3, 2).pixels, bitmap.pixels);
+  EXPECT_EQ(ShrunkToFit(Bitmap(5000, 2), 100, 100).height, 1);
+  EXPECT_TRUE(ShrunkToFit(bitmap, 0, 5).IsEmpty());
+  EXPECT_TRUE(ShrunkToFit(Bitmap(), 5, 5).IsEmpty());
 }
 
 }  // namespace
