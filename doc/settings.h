@@ -179,8 +179,8 @@ struct PlayListLook {
   SettingsColour color_text = {0x00333333};
   SettingsColour color_hilight = {0x00B85C00};
   SettingsColour color_bkgnd = {0x00FFFFFF};
-  SettingsColour color_number = {0x00999999};
-  SettingsColour color_duration = {0x00777777};
+  SettingsColour color_number = {0x00646464};
+  SettingsColour color_duration = {0x00646464};
   SettingsColour color_bkgnd2 = {0x00F7F4F2};  ///< Of every second row.
 };
 

@@ -19,7 +19,7 @@
 namespace melorin {
 
 /// The song that the windows show. UTF-8 here, since the source is; painted as GBK.
-inline constexpr char kPreviewSong[] = "周杰伦 - 晴天";
+inline constexpr char kPreviewSong[] = "竹影乐团 - 雨过河岸";
 inline constexpr int32_t kPreviewSongMs = 269000;
 inline constexpr int32_t kPreviewTimeMs = 157000;
 

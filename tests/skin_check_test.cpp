@@ -15,6 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "doc/settings.h"
+#include "skin/bitmap_draw.h"
+
 namespace melorin {
 namespace {
 
@@ -213,6 +216,22 @@ TEST(SkinCheck, TextsAreSeenAgainstWhatIsBehindThem) {
   background([](int, int) { return 0xFF00FFu; });
   skin.description.transparent_colour = 0xFF00FF;
   EXPECT_EQ(Check(skin), std::vector<std::string>{"poor skin/player_window/info@position"});
+}
+
+/// What windows paint in the settings' colours, selected rows and the lyric's other lines among it.
+TEST(SkinCheck, TheColoursOfTheDefaultSettingsCanBeRead) {
+  const Settings settings{RegistryProbe{}};
+  const auto colour = [](SettingsColour c) { return static_cast<SkinColour>(c.value); };
+  const PlayListLook& list = settings.play_list;
+  const SkinColour selected = MixColours(colour(list.color_bkgnd), colour(list.color_hilight), 40);
+  for (const SettingsColour text :
+       {list.color_text, list.color_hilight, list.color_number, list.color_duration})
+    for (const SkinColour background : {colour(list.color_bkgnd), colour(list.color_bkgnd2), selected})
+      EXPECT_GE(ContrastRatio(colour(text), background), kLeastTextContrast)
+          << std::hex << text.value << " on " << background;
+  const LyricLook& lyric = settings.lyric;
+  for (const SettingsColour text : {lyric.text_color, lyric.hilight_color})
+    EXPECT_GE(ContrastRatio(colour(text), colour(lyric.bkgnd_color)), kLeastTextContrast) << text.value;
 }
 
 /// The manual quotes the built-in skin; what it made up itself is not marked as XML there.
