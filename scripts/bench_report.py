@@ -74,7 +74,7 @@ def header(folder):
     yield "file; numbers stand as measured. Times are medians; compare within a table, not between machines."
     yield ""
     yield from machine(folder, ("libmpg123-0", "mpg123", "sox", "ffmpeg", "mpv", "libtag1v5", "libpugixml-dev",
-                                "libtinyxml2-dev"))
+                                "libtinyxml2-dev", "libzip4", "libpng16-16"))
 
 
 def show_counter(key, value):
