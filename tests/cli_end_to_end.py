@@ -442,6 +442,28 @@ class EndToEnd(unittest.TestCase):
         archive = shutil.make_archive(self.path("春"), "zip", self.path("皮肤"))
         self.assertEqual(self.skin(archive), facts | {"package": archive})
 
+    def test_skin_preview_draws_windows(self):
+        def size(*options):
+            out = self.path("预览.png")
+            done = run("skin-preview", "<DEFAULT_SKIN>", out, *options)
+            self.assertEqual((done.returncode, done.errors), (0, []))
+            with open(out, "rb") as file:
+                head = file.read(24)
+            os.remove(out)
+            self.assertEqual(head[:8], b"\x89PNG\r\n\x1a\n")
+            return int.from_bytes(head[16:20], "big"), int.from_bytes(head[20:24], "big")
+
+        self.assertEqual(size("--window", "player"), (420, 168))
+        self.assertEqual(size("--window", "mini", "--scale", "2"), (1120, 80))
+        wide, high = size()
+        self.assertGreater(wide * high, 5 * 420 * 168)
+        out = self.path("none.png")
+        self.assertEqual(run("skin-preview", "<DEFAULT_SKIN>", out, "--window", "other").returncode, 2)
+        os.mkdir(self.path("one"))
+        self.text("one/Skin.xml", b"<skin version='2'><player_window image='gone.png'/></skin>")
+        self.assert_fails(run("skin-preview", self.path("one"), out, "--window", "lyric"), 1, "one", "no such window")
+        self.assertFalse(os.path.exists(out))
+
     def test_skin_says_why_it_does_not_load(self):
         os.mkdir(self.path("old"))
         self.text("old/Skin.xml", b"<skin version='1' name='a'/>")
