@@ -211,11 +211,14 @@ class EndToEnd(unittest.TestCase):
         second = os.path.join(WORK, "第二首 昞.wav")
         frames = sound.noise(1.5, seed=2)
         sound.write_wav(second, frames)
-        recording, player, code = play_and_record(windows_path(self.wav), windows_path(second), timeout=40)
-        self.assertEqual(code, 0, player.events())
-        self.assertEqual([event["file"].rsplit("\\", 1)[1] for event in player.events("opened")],
-                         ["noise.wav", "第二首 昞.wav"])
-        self.assertGreater(sound.find(recording, frames[-RATE * FRAME // 2:]), 0)
+        for _ in range(TRIES):
+            recording, player, code = play_and_record(windows_path(self.wav), windows_path(second), timeout=40)
+            self.assertEqual(code, 0, player.events())
+            self.assertEqual([event["file"].rsplit("\\", 1)[1] for event in player.events("opened")],
+                             ["noise.wav", "第二首 昞.wav"])
+            if sound.find(recording, frames[-RATE * FRAME // 2:]) > 0:
+                return
+        self.fail("the second track's end is not heard bit for bit")
 
     def test_second_instance_hands_over(self):
         name = os.path.join(WORK, "交给第一个.wav")
