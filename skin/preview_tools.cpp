@@ -26,11 +26,21 @@ PreviewCanvas ToolCanvas(const SkinToolWindow& window, SkinImages& images, TextP
 
 // Lyrics.
 
-constexpr std::array<const char*, 9> kLines = {
-    "窗外的雨停在屋檐下", "你说的话我都还记得", "街角那盏灯慢慢亮起",
-    "我们沿着河边走回家", "风把云吹成一朵浪花", "明天又是新的一页",
-    "等一个很晴的清晨",   "再唱一遍这首老歌",   "声音轻轻落在心上"};
-constexpr size_t kCurrentLine = 3;
+constexpr std::array<const char*, 13> kLines = {
+    "清晨的街还没有醒来", "面包店先亮起了灯",   "我背着旧旧的吉他",   "把昨天的话轻轻唱完",
+    "窗外的雨停在屋檐下", "你说的话我都还记得", "我们沿着河边走回家", "风把云吹成一朵浪花",
+    "明天又是新的一页",   "等一个很晴的清晨",   "再唱一遍这首老歌",   "声音轻轻落在心上",
+    "街角那盏灯慢慢亮起"};
+constexpr size_t kCurrentLine = 6;
+/// Of 255, for each line of distance from the current one: how far a text goes towards the background.
+constexpr int32_t kFadeStep = 16;
+constexpr int32_t kMostFade = 112;
+
+SkinColour LineColour(const LyricSettings& look, int32_t distance) {
+  if (distance == 0) return ColourOf(look.hilight_color);
+  const int32_t fade = look.fade_index != 0 ? std::min((std::abs(distance) - 1) * kFadeStep, kMostFade) : 0;
+  return MixColours(ColourOf(look.text_color), ColourOf(look.bkgnd_color), static_cast<uint32_t>(fade));
+}
 
 void PaintLines(PreviewCanvas& canvas, const SkinRect& area) {
   const LyricSettings look;
@@ -38,10 +48,10 @@ void PaintLines(PreviewCanvas& canvas, const SkinRect& area) {
   const int32_t row = std::abs(look.font.height) * 5 / 4 + look.row_interval;
   const int32_t middle = area.top + (area.Height() - row) / 2;
   for (size_t i = 0; i < kLines.size(); ++i) {
-    const int32_t top = middle + (static_cast<int32_t>(i) - static_cast<int32_t>(kCurrentLine)) * row;
+    const int32_t distance = static_cast<int32_t>(i) - static_cast<int32_t>(kCurrentLine);
+    const int32_t top = middle + distance * row;
     if (top < area.top || top + row > area.bottom) continue;
-    const SettingsColour& colour = i == kCurrentLine ? look.hilight_color : look.text_color;
-    canvas.PaintText({area.left, top, area.right, top + row}, look.font, ColourOf(colour),
+    canvas.PaintText({area.left, top, area.right, top + row}, look.font, LineColour(look, distance),
                      kAlignCentre | kAlignVCentre, kLines[i]);
   }
 }
