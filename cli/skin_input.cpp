@@ -35,7 +35,7 @@ std::unique_ptr<SkinPackage> OpenSkin(const CommandContext& context, const std::
     return nullptr;
   }
   if (!package->Read(kSkinFileName, *description)) {
-    context.Fail(name_utf8, "no Skin.xml in the package");
+    context.Fail(name_utf8, "no Skin.xml in the package, or one that is damaged or too large");
     return nullptr;
   }
   return package;
