@@ -19,8 +19,9 @@ MAY_INCLUDE = {
     "lyrics": {"platform", "doc", "tags", "sound", "playlist"},
     "skin": {"platform", "doc"},
     "visual": {"platform"},
+    "ui": {"platform", "doc", "tags", "sound", "playlist", "lyrics", "skin", "visual"},
     "cli": {"platform", "doc", "tags", "sound", "playback", "playlist", "lyrics", "skin"},
-    "app": {"platform", "doc", "tags", "sound", "playback", "playlist", "lyrics", "skin", "visual"},
+    "app": {"platform", "doc", "tags", "sound", "playback", "playlist", "lyrics", "skin", "visual", "ui"},
 }
 # What brings two subsystems together may see both: player control plays the lists' entries.
 BRIDGES = {"playback/player_control": {"playlist"}}
