@@ -10,11 +10,9 @@
 #include "platform/file.h"
 #include "platform/text.h"
 #include "skin/image_file.h"
+#include "skin/loaded_skin.h"
 #include "skin/shrink.h"
-#include "skin/skin_images.h"
-#include "skin/skin_package.h"
 #include "skin/skin_preview.h"
-#include "skin/skin_reader.h"
 
 namespace melorin {
 
@@ -22,21 +20,6 @@ namespace {
 
 /// A folder may hold anything, and each of these is opened.
 constexpr size_t kMostPackages = 1000;
-
-struct LoadedSkin {
-  std::unique_ptr<SkinPackage> package;
-  SkinDescription description;
-};
-
-std::optional<LoadedSkin> LoadSkin(const std::string& path_gbk) {
-  LoadedSkin skin;
-  std::vector<uint8_t> bytes;
-  if (OpenSkinPackage(path_gbk, &skin.package) != SkinPackageResult::kOpened ||
-      !skin.package->Read(kSkinFileName, bytes) ||
-      ReadSkinDescription(bytes, skin.description) != SkinReadResult::kRead)
-    return std::nullopt;
-  return skin;
-}
 
 /// "Blue.skn" is called "Blue"; folders keep their dots.
 std::string_view PackageTitle(const DirectoryEntry& entry) {
@@ -52,10 +35,10 @@ bool MayBePackage(const DirectoryEntry& entry) {
 
 std::optional<SkinListEntry> ListedSkin(std::string package_name_gbk, std::string path_gbk,
                                         std::string_view title_gbk) {
-  std::optional<LoadedSkin> skin = LoadSkin(path_gbk);
+  const std::unique_ptr<LoadedSkin> skin = LoadedSkin::Load(path_gbk, 1);
   if (!skin) return std::nullopt;
-  SkinListEntry entry{std::move(package_name_gbk), std::move(path_gbk), std::move(skin->description.name_gbk),
-                      std::move(skin->description.author_gbk)};
+  SkinListEntry entry{std::move(package_name_gbk), std::move(path_gbk), skin->Description().name_gbk,
+                      skin->Description().author_gbk};
   if (entry.name_gbk.empty()) entry.name_gbk = title_gbk;
   return entry;
 }
@@ -86,15 +69,16 @@ std::vector<SkinListEntry> ListSkins(const std::string& skin_folder_gbk) {
 }
 
 Bitmap SkinThumbnail(const SkinListEntry& entry, int32_t width, int32_t height) {
-  const std::optional<LoadedSkin> skin = LoadSkin(entry.path_gbk);
+  const std::unique_ptr<LoadedSkin> skin = LoadedSkin::Load(entry.path_gbk, 1);
   if (!skin) return {};
   std::vector<uint8_t> bytes;
   Bitmap picture;
   for (const char* name : {"thumbnail.png", "thumbnail.bmp"})
-    if (skin->package->Read(name, bytes) && DecodeImage(bytes, skin->description.transparent_colour, picture))
+    if (skin->Package().Read(name, bytes) &&
+        DecodeImage(bytes, skin->Description().transparent_colour, picture))
       return ShrunkToFit(picture, width, height);
-  SkinImages images(*skin->package, skin->description.transparent_colour, 1);
-  return ShrunkToFit(PreviewWindow(skin->description, SkinWindow::kPlayer, images, nullptr), width, height);
+  return ShrunkToFit(PreviewWindow(skin->Description(), SkinWindow::kPlayer, skin->Images(), nullptr), width,
+                     height);
 }
 
 }  // namespace melorin
