@@ -15,6 +15,7 @@
 #include "doc/xml_element.h"
 #include "platform/file.h"
 #include "platform/text.h"
+#include "playlist/path_check.h"
 
 namespace melorin {
 namespace {
@@ -29,8 +30,9 @@ constexpr char kLyric[] = "lyric";
 constexpr int64_t kMostBytes = 16 << 20;
 
 std::string KeyOf(std::string_view song_path_gbk, uint32_t subtrack) {
+  bool exact = true;  // What only the system can compare (Roman numerals, accents) must be written alike.
   // No path holds a zero.
-  return LowerGbk(song_path_gbk) + '\0' + std::to_string(subtrack);
+  return FoldName(song_path_gbk, exact) + '\0' + std::to_string(subtrack);
 }
 
 bool IsOfSensibleSize(const std::string& path_gbk) {

@@ -71,8 +71,11 @@ class Search {
     if (entries_ >= kMostEntries || folders_ >= kMostFolders) return;
     const auto folder = index_.Open(path_gbk);
     if (!folder) return;
-    // A link to a folder above leads round in circles.
-    if (std::find(above_.begin(), above_.end(), folder->Identity()) != above_.end()) return;
+    // A link to a folder above leads round in circles. Folders that the system cannot tell apart (some
+    // network drives) end by their depth.
+    if (folder->Identity().IsKnown() &&
+        std::find(above_.begin(), above_.end(), folder->Identity()) != above_.end())
+      return;
     entries_ += folder->Entries();
     ++folders_;
     VisitFiles(*folder, depth == 0);

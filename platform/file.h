@@ -87,10 +87,12 @@ std::vector<DirectoryEntry> ListDirectoryUpTo(const std::string& folder_gbk, siz
 /// Microseconds since 1970 (UTC) of the last change of a folder's entries, as exact as the file system keeps
 /// it; 0 when there is no such folder. FAT does not change it. Cheaper than listing.
 int64_t FolderTimeStamp(const std::string& folder_gbk);
-/// Tells whether two paths lead to one folder. All zero when there is no such folder.
+/// Tells whether two paths lead to one folder. All zero when there is no such folder or the system does not
+/// tell.
 struct FolderIdentity {
   uint64_t volume = 0;
-  uint64_t index = 0;
+  uint64_t index = 0;  ///< 0 from file systems that number no files: nothing may be concluded then.
+  bool IsKnown() const { return index != 0; }
   bool operator==(const FolderIdentity&) const = default;
 };
 FolderIdentity IdentifyFolder(const std::string& folder_gbk);

@@ -74,6 +74,17 @@ TEST(LyricFile, ChineseAndJapaneseInBothEncodings) {
   }
 }
 
+// GBK of two or three hanzi that is well-formed UTF-8 as well.
+TEST(LyricFile, ShortGbkThatIsUtf8Too) {
+  for (const char* words : {"倩倩", "倩", "囡囡", "丐", "剞劂", "冢", "说倩倩", "A倩", "倩 is 倩", "谀媚",
+                            "联通", "移动", "小小", "《倩》"}) {
+    SCOPED_TRACE(words);
+    const std::string gbk = GbkFromUtf8("[0:1]"s + words);
+    EXPECT_EQ(Read(gbk), "gbk: "s + words);
+    EXPECT_EQ(Read("[0:1]"s + words), "utf-8: "s + words);
+  }
+}
+
 struct Case {
   std::string bytes;
   std::string want;
@@ -93,6 +104,9 @@ TEST(LyricFile, OtherLanguagesAndOddFiles) {
       {"[0:1]It’s only rain", "utf-8: It’s only rain"},
       {"[0:1]Утро в городе, снова дождь", "utf-8: Утро в городе, снова дождь"},
       {"[0:1]Καλημέρα, ήλιε μου", "utf-8: Καλημέρα, ήλιε μου"},
+      {"[0:1]سلام", "utf-8: سلام"},
+      {"[0:1]صباح الخير يا مدينتي", "utf-8: صباح الخير يا مدينتي"},
+      {"[0:1]שלום עולם", "utf-8: שלום עולם"},
       {"[0:1]아침 햇살이 창가에", "utf-8: 아침 햇살이 창가에"},
       {"[0:1]\xF0\x9F\x8E\xB5", "utf-8: 🎵"},
       // Latin-1 is no UTF-8; what it is read as is the code page's matter.

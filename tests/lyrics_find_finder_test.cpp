@@ -322,6 +322,9 @@ TEST(LyricAssociations, AreKeptInAFile) {
   ASSERT_TRUE(read.Load(path));
   EXPECT_EQ(read.Size(), 2u);
   EXPECT_EQ(Utf8FromGbk(read.Find(Gbk("d:\\音乐\\誠 & <\"歌\">'.MP3"), 0)), "D:\\歌词\\誠.lrc");
+  read.Set(Gbk("C:\\Песня Ω Ａ.mp3"), 0, "z.lrc");
+  EXPECT_EQ(read.Find(Gbk("c:\\ПЕСНЯ ω ａ.MP3"), 0), "z.lrc");
+  EXPECT_TRUE(read.Remove(Gbk("c:\\песня ω ａ.MP3"), 0));
   EXPECT_EQ(read.Find(song, 3), "x.txt");
   EXPECT_EQ(read.Find(song, 1), "");
   EXPECT_FALSE(read.Load(folder.Path("none.xml")));
