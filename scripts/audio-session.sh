@@ -33,11 +33,11 @@ session_make_dir() {
   trap 'exit 143' TERM HUP
 }
 
-# Xvfb on a display that is free, by its own choice.
+# Xvfb on a display that is free, by its own choice; SESSION_SCREEN is its size.
 session_display() {
   session_make_dir
   local number=$SESSION_DIR/display i
-  Xvfb -displayfd 6 -screen 0 1024x768x24 -nolisten tcp -noreset 6>"$number" >"$SESSION_DIR/xvfb.log" 2>&1 </dev/null &
+  Xvfb -displayfd 6 -screen 0 "${SESSION_SCREEN:-1024x768}x24" -nolisten tcp -noreset 6>"$number" >"$SESSION_DIR/xvfb.log" 2>&1 </dev/null &
   session_pids+=($!)
   for i in $(seq 100); do
     [ ! -s "$number" ] || break

@@ -15,7 +15,7 @@ native_packages=(
   libclang-rt-14-dev libebur128-dev libfontconfig-dev libfreetype-dev libgtest-dev libkissfft-dev libmpg123-dev
   libpng-dev libsoxr-dev zlib1g-dev
   g++-mingw-w64-i686-posix libz-mingw-w64-dev
-  imagemagick lame librsvg2-bin locales python3 xauth xdotool xvfb
+  imagemagick lame librsvg2-bin locales python3 python3-xlib xauth xdotool xvfb
   fonts-wqy-microhei pulseaudio pulseaudio-utils wine
 )
 foreign_packages=(wine32:i386 libpulse0:i386 gstreamer1.0-plugins-base:i386 gstreamer1.0-plugins-good:i386)
