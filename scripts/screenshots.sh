@@ -14,4 +14,4 @@ audio_session_start
 export MELORIN_BIN=$bin MELORIN_SINK=$SESSION_SINK MELORIN_SESSION_DIR=$SESSION_DIR
 export MELORIN_SKIN=$bin/../skin/default/default_skin.zip
 # The system's own interpreter has the packages of setup.sh.
-PYTHONPATH=$MELORIN_ROOT/tests/ui /usr/bin/python3 -B "$MELORIN_ROOT/scripts/screenshots.py" "$folder"
+PYTHONPATH=$MELORIN_ROOT/tests/ui:$MELORIN_ROOT/tests /usr/bin/python3 -B "$MELORIN_ROOT/scripts/screenshots.py" "$folder"
