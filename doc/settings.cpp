@@ -23,18 +23,24 @@ constexpr uint16_t kShift = 4;
 
 /// Virtual key codes as the platform has them; letters and digits are their own ASCII codes.
 enum Key : uint16_t {
-  kNone = 0,
+  kTab = 0x09,
   kReturn = 0x0D,
   kSpace = 0x20,
   kLeft = 0x25,
   kUp = 0x26,
   kRight = 0x27,
   kDown = 0x28,
+  kInsert = 0x2D,
+  kDelete = 0x2E,
+  kF2 = 0x71,
+  kF3 = 0x72,
   kF5 = 0x74,
   kMediaNext = 0xB0,
   kMediaPrevious = 0xB1,
   kMediaStop = 0xB2,
   kMediaPlayPause = 0xB3,
+  kOpenBracket = 0xDB,
+  kCloseBracket = 0xDD,
 };
 
 struct DefaultKey {
@@ -65,6 +71,28 @@ constexpr DefaultKey kDefaultKeys[] = {
     {CommandId::kFindInList, {kCtrl, 'F'}, {}},
     {CommandId::kShowHide, {}, {}},
     {CommandId::kExit, {}, {}},
+    {CommandId::kModeNext, {kCtrl, 'R'}, {}},
+    {CommandId::kAddFiles, {0, kInsert}, {}},
+    {CommandId::kNewList, {kCtrl, 'N'}, {}},
+    {CommandId::kSaveList, {kCtrl, 'S'}, {}},
+    {CommandId::kRenameList, {0, kF2}, {}},
+    {CommandId::kNextList, {kCtrl, kTab}, {}},
+    {CommandId::kPreviousList, {kCtrl | kShift, kTab}, {}},
+    {CommandId::kFindNext, {0, kF3}, {}},
+    {CommandId::kUndo, {kCtrl, 'Z'}, {}},
+    {CommandId::kRedo, {kCtrl, 'Y'}, {}},
+    {CommandId::kCut, {kCtrl, 'X'}, {}},
+    {CommandId::kCopy, {kCtrl, 'C'}, {}},
+    {CommandId::kPaste, {kCtrl, 'V'}, {}},
+    {CommandId::kSelectAll, {kCtrl, 'A'}, {}},
+    {CommandId::kSelectInverse, {kCtrl | kShift, 'A'}, {}},
+    {CommandId::kMoveSelectedUp, {kAlt, kUp}, {}},
+    {CommandId::kMoveSelectedDown, {kAlt, kDown}, {}},
+    {CommandId::kRemoveSelected, {0, kDelete}, {}},
+    {CommandId::kDeleteFiles, {kShift, kDelete}, {}},
+    {CommandId::kLyricEdit, {kCtrl, 'E'}, {}},
+    {CommandId::kLyricEarlier, {kCtrl, kOpenBracket}, {}},
+    {CommandId::kLyricLater, {kCtrl, kCloseBracket}, {}},
 };
 
 /// Gathers findings up to the limit.
