@@ -24,6 +24,8 @@ class GdiObject {
   }
   Handle get() const noexcept { return handle_; }
   explicit operator bool() const noexcept { return handle_ != nullptr; }
+  /// Gives the object to somebody else, as the system when a region becomes a window's.
+  [[nodiscard]] Handle Release() noexcept { return std::exchange(handle_, nullptr); }
 
  private:
   Handle handle_ = nullptr;
