@@ -111,9 +111,9 @@ bool SkinnedWindow::Create(HINSTANCE instance, HWND owner, const Traits& traits)
 
 void SkinnedWindow::Show(bool fade, Activation activation) {
   if (!window_) return;
-  if (shape_is_old_) ShapeWindow();
   const bool was_visible = IsWindowVisible(window_) && !IsIconic(window_);
   shown_ = true;
+  if (shape_is_old_) ShapeWindow();
   if (!fade) {
     StopFade();
     ApplyAlpha(alpha_);
