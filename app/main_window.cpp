@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "app/player_text.h"
+#include "app/popup_menu.h"
 #include "app/resource.h"
 
 namespace melorin {
@@ -18,6 +19,7 @@ namespace {
 
 constexpr UINT kHandedOverMessage = WM_APP + 1;
 constexpr UINT kTaskMessage = WM_APP + 2;
+constexpr UINT kTrayMessage = WM_APP + 3;
 
 constexpr UINT_PTR kRefreshTimer = 1;
 constexpr UINT_PTR kCloseTimer = 2;
@@ -28,6 +30,8 @@ constexpr UINT kRefreshMs = 250;
 constexpr UINT kCloseDelayMs = 500;
 constexpr UINT kMessageMs = 8000;
 constexpr int kVolumeStep = 5;
+/// A menu that the keyboard asked for, from the window's corner.
+constexpr int kMenuOffset = 32;
 
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
 constexpr DWORD kExStyle = WS_EX_ACCEPTFILES | WS_EX_APPWINDOW;
@@ -67,7 +71,11 @@ using UiTask = std::function<void()>;
 }  // namespace
 
 MainWindow::MainWindow(HINSTANCE instance, const SoundLibrary& library, std::string data_folder_gbk)
-    : instance_(instance), player_(library, *this, std::move(data_folder_gbk)) {}
+    : instance_(instance),
+      player_(library, *this, std::move(data_folder_gbk)),
+      playback_commands_(player_, *this) {
+  commands_.Add(playback_commands_);
+}
 
 MainWindow::~MainWindow() {
   if (window_) DestroyWindow(window_);
@@ -95,6 +103,12 @@ bool MainWindow::Create(int show) {
   ImmAssociateContext(window_, nullptr);
   const SIZE client = PlayerView::ClientSize(dpi);
   view_.Layout(client.cx, client.cy, dpi);
+  // A key that another program has is that program's; the options say so.
+  hot_keys_.Register(window_, player_.Data().Values().hot_key);
+  tray_.emplace(window_, kTrayMessage);
+  tray_->SetIconFile(player_.Data().Values().general.app_icon_file_gbk);
+  tray_->SetTip(AsChar16(kProductName));
+  tray_->Show();
   shown_ = MakePicture();
   ShowWindow(window_, show);
   UpdateWindow(window_);
@@ -146,11 +160,23 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_ERASEBKGND:
       return 1;
     case WM_KEYDOWN:
-      if (OnKey(wparam)) return 0;
+    case WM_SYSKEYDOWN:
+      if (Run(CommandOfKeyMessage(player_.Data().Values().hot_key.key_map, message, wparam))) return 0;
       break;
+    case WM_HOTKEY:
+      Run(hot_keys_.CommandOf(wparam));
+      return 0;
     case WM_APPCOMMAND:
-      if (OnAppCommand(GET_APPCOMMAND_LPARAM(lparam))) return TRUE;
+      if (Run(CommandOfAppCommand(GET_APPCOMMAND_LPARAM(lparam)))) return TRUE;
       break;
+    case WM_CONTEXTMENU:
+      // From the keyboard there is no point.
+      ShowMenu(MenuKind::kMain,
+               lparam == -1 ? std::optional<POINT>() : POINT{GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)});
+      return 0;
+    case kTrayMessage:
+      OnTray(wparam, lparam);
+      return 0;
     case WM_LBUTTONDOWN:
       OnClick({GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)});
       return 0;
@@ -173,6 +199,7 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       OnDestroy();
       return 0;
     default:
+      if (tray_ && tray_->OnTaskbarCreated(message)) return 0;
       break;
   }
   return DefWindowProcW(window_, message, wparam, lparam);
@@ -180,6 +207,8 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
 
 void MainWindow::OnDestroy() {
   closing_ = true;
+  hot_keys_.Unregister();
+  tray_.reset();
   for (const UINT_PTR timer : {kRefreshTimer, kCloseTimer, kMessageTimer, kSaveTimer})
     KillTimer(window_, timer);
   ShowWindow(window_, SW_HIDE);
@@ -223,68 +252,59 @@ void MainWindow::OnTimer(UINT_PTR timer) {
   Refresh();
 }
 
-bool MainWindow::OnKey(WPARAM key) {
-  PlayerControl& control = player_.Control();
-  switch (key) {
-    case VK_SPACE:
-    case 'C':
-      control.TogglePause();
-      break;
-    case 'M':
-      player_.CycleMode();
-      break;
-    case 'S':
-      control.Stop();
-      break;
-    case 'N':
-      control.Next();
-      break;
-    case 'P':
-      control.Previous();
-      break;
-    case VK_LEFT:
-      player_.StepPosition(-1);
-      break;
-    case VK_RIGHT:
-      player_.StepPosition(1);
-      break;
-    case VK_UP:
-      player_.ChangeVolume(kVolumeStep);
-      break;
-    case VK_DOWN:
-      player_.ChangeVolume(-kVolumeStep);
-      break;
-    default:
-      return false;
-  }
+bool MainWindow::Run(CommandId command) {
+  if (command == CommandId::kNone || closing_ || !playback_commands_.Handles(command)) return false;
+  commands_.Execute(command);
   Refresh();
   return true;
 }
 
-bool MainWindow::OnAppCommand(int command) {
-  PlayerControl& control = player_.Control();
-  switch (command) {
-    case APPCOMMAND_MEDIA_PLAY_PAUSE:
-      control.TogglePause();
-      return true;
-    case APPCOMMAND_MEDIA_PLAY:
-      control.Play();
-      return true;
-    case APPCOMMAND_MEDIA_PAUSE:
-      control.Pause();
-      return true;
-    case APPCOMMAND_MEDIA_STOP:
-      control.Stop();
-      return true;
-    case APPCOMMAND_MEDIA_NEXTTRACK:
-      control.Next();
-      return true;
-    case APPCOMMAND_MEDIA_PREVIOUSTRACK:
-      control.Previous();
-      return true;
-    default:
-      return false;
+void MainWindow::ShowMenu(MenuKind kind, std::optional<POINT> screen) {
+  POINT at{};
+  if (screen) {
+    at = *screen;
+  } else {
+    RECT place;
+    GetWindowRect(window_, &place);
+    at = {place.left + kMenuOffset, place.top + kMenuOffset};
   }
+  MenuSource source;
+  source.target = &commands_;
+  source.keys = player_.Data().Values().hot_key.key_map;
+  Run(ShowPopupMenu(window_, BuildMenu(kind, source), at));
+}
+
+void MainWindow::OnTray(WPARAM wparam, LPARAM lparam) {
+  const TrayEvent event = tray_->Decode(wparam, lparam);
+  POINT mouse{};
+  GetCursorPos(&mouse);
+  switch (event.action) {
+    case TrayAction::kClick:
+      ShowOrHide();
+      break;
+    case TrayAction::kMenu:
+      ShowMenu(MenuKind::kTray, event.at.value_or(mouse));
+      break;
+    case TrayAction::kMiddle:
+      Run(CommandId::kPlayPause);
+      break;
+    case TrayAction::kDoubleClick:  // The click before it has shown or hidden the window.
+    case TrayAction::kNone:
+      break;
+  }
+}
+
+void MainWindow::Minimize() {
+  ShowWindow(window_, SW_MINIMIZE);
+}
+
+void MainWindow::ShowOrHide() {
+  if (IsWindowVisible(window_) && !IsIconic(window_)) {
+    ShowWindow(window_, SW_HIDE);
+    return;
+  }
+  ShowWindow(window_, SW_RESTORE);
+  SetForegroundWindow(window_);
 }
 
 void MainWindow::OnClick(POINT point) {
@@ -430,7 +450,7 @@ PlayerPicture MainWindow::MakePicture() const {
     const ComPtr<Playlist>& list = control.PlayingList();
     picture.subtitle =
         list && !list->IsEmpty() ? player_.Subtitle() : std::u16string(u"将音频文件拖放到此处即可播放");
-    picture.details = u"空格 播放/暂停  S 停止  P/N 上一首/下一首  M 播放模式  ←→ 快退/快进  ↑↓ 音量";
+    picture.details = u"空格 播放/暂停  Ctrl+←→ 上一首/下一首  ←→ 快退/快进  ↑↓ 音量  右键 菜单";
     return picture;
   }
   picture.title = player_.Title();
@@ -447,6 +467,7 @@ void MainWindow::ShowCaption() {
   if (caption == caption_) return;
   caption_ = std::move(caption);
   SetWindowTextW(window_, AsWide(caption_.c_str()));
+  if (tray_) tray_->SetTip(caption_);
 }
 
 void MainWindow::Refresh() {

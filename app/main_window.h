@@ -10,18 +10,24 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/gdi.h"
+#include "app/hot_keys.h"
+#include "app/playback_commands.h"
 #include "app/player.h"
 #include "app/player_view.h"
+#include "app/tray_icon.h"
+#include "ui/command_handler.h"
+#include "ui/menu.h"
 
 namespace melorin {
 
 inline constexpr wchar_t kProductName[] = L"Melorin";
 
 /// Thread: the UI thread, except PostCommandLine, PostTask and PostStreamEvent.
-class MainWindow final : private PlayerFrame {
+class MainWindow final : private PlayerFrame, private CommandWindows {
  public:
   static constexpr wchar_t kClassName[] = L"MelorinMainWnd";
 
@@ -47,8 +53,9 @@ class MainWindow final : private PlayerFrame {
   LRESULT Handle(UINT message, WPARAM wparam, LPARAM lparam);
   void OnDestroy();
   void OnTimer(UINT_PTR timer);
-  bool OnKey(WPARAM key);
-  bool OnAppCommand(int command);
+  bool Run(CommandId command);
+  void OnTray(WPARAM wparam, LPARAM lparam);
+  void ShowMenu(MenuKind kind, std::optional<POINT> screen);
   void OnClick(POINT point);
   void OnDrop(HDROP drop);
   void OnDpiChanged(int dpi, const RECT& place);
@@ -69,6 +76,12 @@ class MainWindow final : private PlayerFrame {
   void SaveLater(uint32_t delay_ms) override;
   void CloseSoon() override;
 
+  HWND DialogOwner() override { return window_; }
+  void Minimize() override;
+  void ShowOrHide() override;
+  void ExitPlayer() override { CloseSoon(); }
+  void ShowMainMenu() override { ShowMenu(MenuKind::kMain, {}); }
+
   HINSTANCE instance_;
   HWND window_ = nullptr;
   PlayerView view_;
@@ -80,7 +93,11 @@ class MainWindow final : private PlayerFrame {
   bool refreshes_ = false;
   bool saves_later_ = false;
   int exit_code_ = 0;
-  Player player_;  ///< Last: its streams go before the rest of the window does.
+  HotKeys hot_keys_;
+  std::optional<TrayIcon> tray_;
+  CommandRouter commands_;
+  Player player_;  ///< Near the end: its streams go before the rest of the window does.
+  PlaybackCommands playback_commands_;
 };
 
 }  // namespace melorin

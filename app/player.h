@@ -64,6 +64,7 @@ class Player final : private PlayerListener, private JobHost {
   void SeekTo(uint32_t position_ms) override;
   void StepPosition(int direction);
   void ChangeVolume(int change);
+  void ToggleMute();
   void SetMode(PlayMode mode) override;
   void CycleMode();
 

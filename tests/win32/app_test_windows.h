@@ -135,6 +135,16 @@ class TestView : public WindowView {
   LoadedSkin* skin_ = nullptr;
 };
 
+/// On a display without a window manager Wine waits two seconds for one at every window that it hides. Takes
+/// effect in programs that have made no window yet.
+inline bool TellWineThatNobodyManagesWindows() {
+  if (!GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version")) return false;
+  const wchar_t value[] = L"N";
+  return RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Wine\\AppDefaults\\test_app.exe\\X11 Driver",
+                         L"Managed", REG_SZ, value, sizeof(value)) == ERROR_SUCCESS;
+}
+inline const bool kNobodyManagesWindows = TellWineThatNobodyManagesWindows();
+
 /// Lets the messages through that have come, for a while if asked to.
 inline void PumpFor(DWORD ms = 0) {
   const DWORD start = GetTickCount();

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "app/playback_commands.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "app/dialogs/open_dialogs.h"
+
+namespace melorin {
+namespace {
+
+constexpr int kVolumeStep = 5;
+
+constexpr CommandId kCommands[] = {
+    CommandId::kPlayPause,     CommandId::kStop,         CommandId::kPrevious,    CommandId::kNext,
+    CommandId::kSeekForward,   CommandId::kSeekBackward, CommandId::kVolumeUp,    CommandId::kVolumeDown,
+    CommandId::kMute,          CommandId::kOpenFile,     CommandId::kOpenFolder,  CommandId::kShowHide,
+    CommandId::kExit,          CommandId::kPlay,         CommandId::kPause,       CommandId::kMinimize,
+    CommandId::kMainMenu,      CommandId::kModeSingle,   CommandId::kModeInOrder, CommandId::kModeRepeatOne,
+    CommandId::kModeRepeatAll, CommandId::kModeRandom,   CommandId::kModeNext};
+
+/// The play mode that a command sets, or -1.
+int32_t ModeOf(CommandId command) {
+  return OffsetFrom(command, CommandId::kModeSingle, 5);
+}
+
+}  // namespace
+
+bool PlaybackCommands::Handles(CommandId command) const {
+  return std::find(std::begin(kCommands), std::end(kCommands), command) != std::end(kCommands);
+}
+
+bool PlaybackCommands::IsEnabled(CommandId command) const {
+  const PlayerControl& control = player_.Control();
+  const ComPtr<Playlist>& list = control.PlayingList();
+  const bool has_entries = control.HasTrack() || (list && !list->IsEmpty());
+  switch (command) {
+    case CommandId::kStop:
+    case CommandId::kSeekForward:
+    case CommandId::kSeekBackward:
+      return control.State() != PlayState::kStopped;
+    case CommandId::kPause:
+      return control.State() == PlayState::kPlaying;
+    case CommandId::kPlay:
+    case CommandId::kPlayPause:
+    case CommandId::kPrevious:
+    case CommandId::kNext:
+      return has_entries;
+    default:
+      return true;
+  }
+}
+
+bool PlaybackCommands::IsChecked(CommandId command) const {
+  if (command == CommandId::kMute) return player_.Data().Values().player.mute != 0;
+  const int32_t mode = ModeOf(command);
+  return mode >= 0 && mode == static_cast<int32_t>(player_.Control().Mode());
+}
+
+void PlaybackCommands::Execute(CommandId command) {
+  PlayerControl& control = player_.Control();
+  if (const int32_t mode = ModeOf(command); mode >= 0) {
+    player_.SetMode(PlayModeFrom(mode));
+    return;
+  }
+  switch (command) {
+    case CommandId::kPlayPause:
+      control.TogglePause();
+      break;
+    case CommandId::kPlay:
+      control.Play();
+      break;
+    case CommandId::kPause:
+      control.Pause();
+      break;
+    case CommandId::kStop:
+      control.Stop();
+      break;
+    case CommandId::kPrevious:
+      control.Previous();
+      break;
+    case CommandId::kNext:
+      control.Next();
+      break;
+    case CommandId::kSeekForward:
+      player_.StepPosition(1);
+      break;
+    case CommandId::kSeekBackward:
+      player_.StepPosition(-1);
+      break;
+    case CommandId::kVolumeUp:
+      player_.ChangeVolume(kVolumeStep);
+      break;
+    case CommandId::kVolumeDown:
+      player_.ChangeVolume(-kVolumeStep);
+      break;
+    case CommandId::kMute:
+      player_.ToggleMute();
+      break;
+    case CommandId::kModeNext:
+      player_.CycleMode();
+      break;
+    case CommandId::kOpenFile:
+      Open(AskForFiles(windows_.DialogOwner()));
+      break;
+    case CommandId::kOpenFolder:
+      if (std::u16string folder = AskForFolder(windows_.DialogOwner()); !folder.empty())
+        Open({std::move(folder)});
+      break;
+    case CommandId::kMinimize:
+      windows_.Minimize();
+      break;
+    case CommandId::kShowHide:
+      windows_.ShowOrHide();
+      break;
+    case CommandId::kMainMenu:
+      windows_.ShowMainMenu();
+      break;
+    case CommandId::kExit:
+      windows_.ExitPlayer();
+      break;
+    default:
+      break;
+  }
+}
+
+void PlaybackCommands::Open(std::vector<std::u16string> paths) {
+  if (paths.empty()) return;
+  CommandLine line;
+  line.dropped = true;
+  line.paths = std::move(paths);
+  player_.Execute(std::move(line));
+}
+
+}  // namespace melorin
