@@ -73,8 +73,10 @@ using UiTask = std::function<void()>;
 MainWindow::MainWindow(HINSTANCE instance, const SoundLibrary& library, std::string data_folder_gbk)
     : instance_(instance),
       player_(library, *this, std::move(data_folder_gbk)),
-      playback_commands_(player_, *this) {
+      playback_commands_(player_, *this),
+      options_(library, player_, *this, hot_keys_, [this] { return window_; }) {
   commands_.Add(playback_commands_);
+  commands_.Add(options_);
 }
 
 MainWindow::~MainWindow() {
@@ -103,8 +105,7 @@ bool MainWindow::Create(int show) {
   ImmAssociateContext(window_, nullptr);
   const SIZE client = PlayerView::ClientSize(dpi);
   view_.Layout(client.cx, client.cy, dpi);
-  // A key that another program has is that program's; the options say so.
-  hot_keys_.Register(window_, player_.Data().Values().hot_key);
+  options_.RegisterKeys();
   tray_.emplace(window_, kTrayMessage);
   tray_->SetIconFile(player_.Data().Values().general.app_icon_file_gbk);
   tray_->SetTip(AsChar16(kProductName));
@@ -118,6 +119,7 @@ bool MainWindow::Create(int show) {
 int MainWindow::Run() {
   MSG message;
   while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    if (options_.TakesMessage(message)) continue;
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
@@ -207,6 +209,7 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
 
 void MainWindow::OnDestroy() {
   closing_ = true;
+  options_.Close();
   hot_keys_.Unregister();
   tray_.reset();
   for (const UINT_PTR timer : {kRefreshTimer, kCloseTimer, kMessageTimer, kSaveTimer})
@@ -253,7 +256,7 @@ void MainWindow::OnTimer(UINT_PTR timer) {
 }
 
 bool MainWindow::Run(CommandId command) {
-  if (command == CommandId::kNone || closing_ || !playback_commands_.Handles(command)) return false;
+  if (command == CommandId::kNone || closing_ || !commands_.Handles(command)) return false;
   commands_.Execute(command);
   Refresh();
   return true;

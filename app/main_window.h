@@ -17,6 +17,7 @@
 #include "app/hot_keys.h"
 #include "app/playback_commands.h"
 #include "app/player.h"
+#include "app/player_options.h"
 #include "app/player_view.h"
 #include "app/tray_icon.h"
 #include "ui/command_handler.h"
@@ -98,6 +99,7 @@ class MainWindow final : private PlayerFrame, private CommandWindows {
   CommandRouter commands_;
   Player player_;  ///< Near the end: its streams go before the rest of the window does.
   PlaybackCommands playback_commands_;
+  PlayerOptions options_;
 };
 
 }  // namespace melorin

@@ -154,6 +154,12 @@ void Player::ChangeVolume(int change) {
   frame_.Refresh();
 }
 
+void Player::OnSettingsChanged() {
+  control_.ApplySettings();
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
 void Player::ToggleMute() {
   control_.SetMute(session_.Values().player.mute == 0);
   frame_.SaveLater(kSaveDelayMs);

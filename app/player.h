@@ -49,6 +49,9 @@ class Player final : private PlayerListener, private JobHost {
   PlayerControl& Control() { return control_; }
   const PlayerControl& Control() const { return control_; }
   const Session& Data() const { return session_; }
+  Settings& Values() { return session_.Values(); }
+  /// To be called after a change of Values: applies it to what plays, saves it later.
+  void OnSettingsChanged();
   EventLog& Log() { return log_; }
   int ExitCode() const { return exit_code_; }
 

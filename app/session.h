@@ -15,6 +15,9 @@
 
 namespace melorin {
 
+/// As settings files and the about page have it.
+inline constexpr char kProgramVersion[] = "4.2.0";
+
 /// Thread: the UI thread, except ReadLists.
 class Session {
  public:

@@ -25,6 +25,7 @@ class CommandRouter final : public CommandTarget {
   /// The handler must outlive the router.
   void Add(CommandHandler& handler) { handlers_.push_back(&handler); }
 
+  bool Handles(CommandId command) const { return Find(command) != nullptr; }
   void Execute(CommandId command) override {
     if (CommandHandler* handler = Find(command); handler && handler->IsEnabled(command))
       handler->Execute(command);

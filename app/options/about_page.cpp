@@ -34,7 +34,7 @@ class AboutPage final : public OptionsPage {
               u"\n\n播放、播放列表、歌词、均衡器和皮肤，为安静地听音乐而做。\n以 MIT 许可证发布。");
 
     page.Group(u"使用的程序库");
-    libraries_.Add(page, {}, 110, {{L"名称", 76}, {L"用途", 88}, {L"许可证", 110}}, false);
+    libraries_.Add(page, {}, 110, {{L"名称", 76}, {L"用途", 88}, {L"许可证"}}, false);
     for (const LibraryInUse& library : kLibraries)
       libraries_.Append({library.name, library.purpose, library.licence});
     page.Note(u"以 LGPL 发布的程序库，其源代码和重新链接的方法随程序的源代码提供。");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/options/check_list.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/com.h"
@@ -28,10 +29,12 @@ void CheckList::Add(PageWindow& page, std::u16string_view label, int height, std
   list_ = page.Custom(label, spec).WholeRow().Window();
   const DWORD extended = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | (checks ? LVS_EX_CHECKBOXES : 0u);
   SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, extended, static_cast<LPARAM>(extended));
+  int left = page.RowWidth() - GetSystemMetrics(SM_CXVSCROLL) - 2 * GetSystemMetrics(SM_CXEDGE);
   for (size_t i = 0; i < columns.size(); ++i) {
     LVCOLUMNW column{};
     column.mask = LVCF_TEXT | LVCF_WIDTH;
-    column.cx = page.Font().X(columns[i].width);
+    column.cx = i + 1 < columns.size() ? page.Font().X(columns[i].width) : std::max(left, 0);
+    left -= column.cx;
     column.pszText = const_cast<wchar_t*>(columns[i].title);
     SendMessageW(list_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
   }

@@ -17,9 +17,10 @@ namespace melorin {
 
 class CheckList {
  public:
+  /// The last column gets what the others leave.
   struct Column {
     const wchar_t* title;
-    int width;  ///< Dialog units.
+    int width = 0;  ///< Dialog units.
   };
   /// The user has switched a row.
   using Toggled = std::function<void(size_t row, bool checked)>;

@@ -32,6 +32,13 @@ int SystemDpi() {
   return dpi > 0 ? dpi : USER_DEFAULT_SCREEN_DPI;
 }
 
+bool HasChinese(HFONT font) {
+  const ScreenText screen(font);
+  FONTSIGNATURE signature{};
+  GetTextCharsetInfo(screen.dc(), &signature, 0);
+  return (signature.fsCsb[0] & FS_CHINESESIMP) != 0;
+}
+
 SIZE Measure(HDC dc, std::u16string_view text, int width) {
   RECT area = {0, 0, width, 0};
   UINT flags = DT_CALCRECT | DT_LEFT;
@@ -60,6 +67,10 @@ DialogFont::DialogFont(int dpi) : dpi_(dpi) {
   LOGFONTW& font = metrics.lfMessageFont;
   font.lfHeight = MulDiv(font.lfHeight, dpi, SystemDpi());
   font_ = GdiObject<HFONT>(CreateFontIndirectW(&font));
+  if (!HasChinese(font_.get())) {
+    lstrcpyW(font.lfFaceName, L"微软雅黑");
+    font_ = GdiObject<HFONT>(CreateFontIndirectW(&font));
+  }
 
   const ScreenText screen(font_.get());
   TEXTMETRICW text{};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// The system's message font at a window's dpi, and the dialog units that follow from it.
+// The system's message font at a window's dpi, and the dialog units that follow from it. Where that font has
+// no Chinese characters, which would then come from any font, 微软雅黑 takes its place.
 #pragma once
 
 #include <windows.h>

@@ -23,7 +23,7 @@ class FileTypePage final : public OptionsPage {
     types_ = PlayableFileTypes(page.Host().Library());
     page.Plain();
     page.Note(u"双击选中类型的文件时用 Melorin 播放。取消选中后，原来的关联会恢复。");
-    list_.Add(page, {}, 182, {{L"扩展名", 80}, {L"类型", 200}}, true,
+    list_.Add(page, {}, 182, {{L"扩展名", 80}, {L"类型"}}, true,
               [this](size_t row, bool checked) { Set(row, checked); });
     page.Buttons({{u"全选", [this] { SetAll(true); }}, {u"全不选", [this] { SetAll(false); }}});
     page.Note(

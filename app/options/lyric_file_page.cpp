@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
 // 歌词文件: where lyric files are looked for and how they are saved.
+#include <windows.h>
+
+#include <commctrl.h>
+
 #include <algorithm>
 
 #include "app/options/folder_list_edit.h"
@@ -36,12 +40,13 @@ class LyricFilePage final : public OptionsPage {
 
     page.Group(u"保存歌词", 2);
     page.Choice(u"保存到:", kLyricPart(&LyricSettings::lyric_save_mode),
-                {{u"歌词文件", 0}, {u"歌曲标签", 1}, {u"歌词文件和歌曲标签", 2}});
-    page.CheckBox(u"自动将歌词存入歌曲标签", kLyricPart(&LyricSettings::auto_save_lyric_tag));
+                {{u"歌词文件", 0}, {u"歌曲标签", 1}, {u"歌词文件和歌曲标签", 2}})
+        .WholeRow();
     page.Folder(u"歌词下载文件夹:", kLyricPart(&LyricSettings::down_load_folder_gbk)).WholeRow();
     page.CheckBox(u"保存到歌曲所在文件夹", kLyricPart(&LyricSettings::save_to_sound_folder));
     page.CheckBox(u"与歌曲文件同名", kLyricPart(&LyricSettings::same_file_title));
     page.CheckBox(u"覆盖已有的歌词文件", kLyricPart(&LyricSettings::over_write));
+    page.CheckBox(u"自动将歌词存入歌曲标签", kLyricPart(&LyricSettings::auto_save_lyric_tag));
     page.CheckBox(u"合并相同的歌词行", kLyricPart(&LyricSettings::save_compress));
 
     page.Group(u"编辑歌词", 2);

@@ -16,7 +16,8 @@ namespace {
 
 // Dialog units.
 constexpr int kBoxHeight = 11;
-constexpr int kFieldHeight = 14;
+constexpr int kFieldHeight = 12;
+constexpr int kButtonHeight = 13;
 constexpr int kLineHeight = 9;
 constexpr int kNumberWidth = 42;
 constexpr int kColourWidth = 44;
@@ -151,6 +152,11 @@ void PageWindow::Plain(int columns) {
   groups_.back().layout.columns = columns;
 }
 
+int PageWindow::RowWidth() const {
+  const bool framed = !groups_.empty() && groups_.back().layout.titled;
+  return width_ - (framed ? 2 * SpacingOf(Font()).group_side : 0);
+}
+
 std::u16string PageWindow::WithKey(std::u16string_view text) {
   if (std::exchange(next_without_key_, false)) return std::u16string(text);
   return keys_.Give(text);
@@ -189,7 +195,7 @@ HWND PageWindow::AddPiece(PageItem& item, const wchar_t* window_class, std::u16s
 HWND PageWindow::AddButton(PageItem& item, std::u16string_view text) {
   const std::u16string named = WithKey(text);
   const int width = std::max(Font().X(kLeastButton), Font().TextWidth(named) + Font().X(kButtonPadding));
-  return AddPiece(item, WC_BUTTONW, named, WS_TABSTOP | BS_PUSHBUTTON, width, Font().Y(kFieldHeight));
+  return AddPiece(item, WC_BUTTONW, named, WS_TABSTOP | BS_PUSHBUTTON, width, Font().Y(kButtonHeight));
 }
 
 PageItem& PageWindow::AddBox(std::u16string_view text, Binding<int32_t> binding, int32_t bit) {
@@ -304,9 +310,7 @@ PageItem& PageWindow::FontOf(std::u16string_view label, Binding<FontRecord> bind
 
 PageItem& PageWindow::Note(std::u16string_view text) {
   PageItem& item = AddItem({});
-  const LayoutSpacing spacing = SpacingOf(Font());
-  const int width = width_ - (groups_.back().layout.titled ? 2 * spacing.group_side : 0);
-  AddPiece(item, WC_STATICW, text, SS_LEFT | SS_NOPREFIX, 0, Font().TextHeight(text, width));
+  AddPiece(item, WC_STATICW, text, SS_LEFT | SS_NOPREFIX, 0, Font().TextHeight(text, RowWidth()));
   return item.WholeRow();
 }
 

@@ -93,6 +93,8 @@ class PageWindow {
   void Group(std::u16string_view title, int columns = 1);
   /// What follows stands without a frame.
   void Plain(int columns = 1);
+  /// Pixels from one side of a row to the other.
+  int RowWidth() const;
   /// The next control gets no access key: its text is to stand as it is.
   void WithoutKey() { next_without_key_ = true; }
 

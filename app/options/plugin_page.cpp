@@ -29,13 +29,16 @@ class PluginPage final : public OptionsPage {
     page_ = &page;
     task_ = std::make_unique<PageTask>(page.Host());
     page.Group(u"插件");
-    page.Folder(u"插件文件夹:", kPluginPart(&PluginSettings::folder_gbk));
-    modules_.Add(page, {}, 76, {{L"插件", 150}, {L"状态", 120}}, true,
+    PageItem& folder = page.Folder(u"插件文件夹:", kPluginPart(&PluginSettings::folder_gbk));
+    // Looked into when it is chosen, not for every letter of its name.
+    SendMessageW(folder.Window(), EM_SETREADONLY, TRUE, 0);
+    page.AddButtonTo(folder, u"默认", [this] { UseStandardFolder(); });
+    modules_.Add(page, {}, 76, {{L"插件", 150}, {L"状态"}}, true,
                  [this](size_t row, bool checked) { OnToggled(row, checked); });
-    page.Note(u"文件夹留空时使用程序所在文件夹下的 AddIn。更改在下次启动后生效。");
+    page.Note(u"默认使用程序所在文件夹下的 AddIn。更改在下次启动后生效。");
 
     page.Group(u"可播放的格式");
-    readers_.Add(page, {}, 88, {{L"名称", 110}, {L"文件类型", 160}}, false);
+    readers_.Add(page, {}, 88, {{L"名称", 110}, {L"文件类型"}}, false);
     for (const FileFilter& filter : page.Host().Library().FileFilters())
       readers_.Append({Utf16FromGbk(filter.label_gbk), Utf16FromGbk(filter.patterns_gbk)});
   }
@@ -75,6 +78,12 @@ class PluginPage final : public OptionsPage {
     for (const AddInFailure& failure : page_->Host().Library().AddInFailures())
       if (EqualNoCaseGbk(PathFileName(failure.file_gbk), name)) return u"无法载入";
     return IsAddInEnabled(page_->Values().plugin, name) ? u"已启用" : u"未启用";
+  }
+
+  void UseStandardFolder() {
+    page_->Values().plugin.folder_gbk.clear();
+    page_->Changed(SettingsPart::kPlugin);
+    page_->Refresh();
   }
 
   void OnToggled(size_t row, bool checked) {

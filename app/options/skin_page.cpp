@@ -76,7 +76,6 @@ class SkinPage final : public OptionsPage {
     SendMessageW(list_, LVM_SETICONSPACING, 0,
                  MAKELPARAM(static_cast<WORD>(width_ + page.Font().X(10)),
                             static_cast<WORD>(height_ + page.Font().Y(30))));
-    page.WithoutKey();
     about_ = page.Note(u" ").Window();
     buttons_ = page.Buttons({{u"使用", [this] { Use(Selected()); }},
                              {u"刷新", [this] { Read(); }},
