@@ -260,6 +260,7 @@ void SkinnedWindow::OnSkinChanged() {
   ShapeWindow();
   InvalidateRect(window_, nullptr, FALSE);
   SetTick();
+  NotifyWinEvent(EVENT_OBJECT_REORDER, window_, OBJID_CLIENT, CHILDID_SELF);
 }
 
 void SkinnedWindow::ShapeWindow() {
@@ -334,6 +335,14 @@ bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* re
     case WM_APPCOMMAND:
       *result = host_.OnMediaCommand(GET_APPCOMMAND_LPARAM(lparam));
       return *result != 0;
+    case WM_GETOBJECT:
+      if (static_cast<LONG>(lparam) != OBJID_CLIENT) return false;
+      if (!accessible_) accessible_ = std::make_unique<AccessibleWindow>(window_, view_);
+      *result = accessible_->OnGetObject(wparam);
+      return true;
+    case kAccessibleActionMessage:
+      OnAccessibleAction(wparam, lparam);
+      return true;
     case WM_DROPFILES:
       OnDrop(reinterpret_cast<HDROP>(wparam));
       return true;
@@ -341,7 +350,7 @@ bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* re
       break;
   }
   if (message >= WM_KEYFIRST && message <= WM_KEYLAST) return TakeKey(message, wparam);
-  return TakeMouse(message, wparam, lparam) || TakeChange(message, wparam, lparam);
+  return TakeMouse(message, wparam, lparam) || TakeChange(message, wparam);
 }
 
 bool SkinnedWindow::TakeMouse(UINT message, WPARAM wparam, LPARAM lparam) {
@@ -393,7 +402,7 @@ bool SkinnedWindow::TakeKey(UINT message, WPARAM wparam) {
   return true;
 }
 
-bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam, LPARAM lparam) {
+bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam) {
   switch (message) {
     case WM_WINDOWPOSCHANGED:
       OnPositionChanged();
@@ -422,7 +431,7 @@ bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam, LPARAM lparam) {
       return false;
     case WM_NCDESTROY:
       // With its owner, it may be.
-      (void)lparam;
+      accessible_.reset();
       SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
       view_.SetHost(nullptr);
       tip_.Destroy();
@@ -468,9 +477,25 @@ void SkinnedWindow::ViewTickChanged() {
   SetTick();
 }
 
-void SkinnedWindow::ControlChanged(size_t) {}
+void SkinnedWindow::ControlChanged(size_t control) {
+  if (window_ && shown_ && !minimized_) NotifyControlChanged(window_, view_, control);
+}
 
-void SkinnedWindow::ControlFocused(size_t) {}
+void SkinnedWindow::ControlFocused(size_t control) {
+  if (window_ && shown_ && !minimized_) NotifyControlFocused(window_, control);
+}
+
+void SkinnedWindow::OnAccessibleAction(size_t control, LPARAM part) {
+  // The skin may have changed since.
+  if (control >= view_.ControlCount()) return;
+  Control& target = view_.ControlAtIndex(control);
+  if (!target.IsEnabled() || !target.IsVisible()) return;
+  if (part < 0) {
+    target.DoDefault();
+  } else if (static_cast<size_t>(part) < target.PartCount()) {
+    target.DoPart(static_cast<size_t>(part));
+  }
+}
 
 // ---- the mouse
 

@@ -10,9 +10,11 @@
 #include <shellapi.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "app/accessible_window.h"
 #include "app/fade_ramp.h"
 #include "app/tip_window.h"
 #include "ui/window_view.h"
@@ -112,7 +114,7 @@ class SkinnedWindow final : private WindowViewHost {
   bool Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* result);
   bool TakeMouse(UINT message, WPARAM wparam, LPARAM lparam);
   bool TakeKey(UINT message, WPARAM wparam);
-  bool TakeChange(UINT message, WPARAM wparam, LPARAM lparam);
+  bool TakeChange(UINT message, WPARAM wparam);
 
   void RepaintArea(const SkinRect& pixels) override;
   void ViewTickChanged() override;
@@ -143,12 +145,14 @@ class SkinnedWindow final : private WindowViewHost {
   void UpdateTip(POINT client);
   void OnDrop(HDROP drop);
   void OnPositionChanged();
+  void OnAccessibleAction(size_t control, LPARAM part);
 
   WindowView& view_;
   SkinnedWindowHost& host_;
   HWND window_ = nullptr;
   SkinRect place_;
   TipWindow tip_;
+  std::unique_ptr<AccessibleWindow> accessible_;  ///< Made when somebody asks.
 
   bool shown_ = false;
   bool minimized_ = false;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "app/component_runtime.h"
 #include "app/gdi.h"
 #include "app_test_windows.h"
 #include "ui/keys.h"
@@ -293,13 +294,97 @@ TEST_F(AppSkinnedWindow, FadesEndShownOrHidden) {
   EXPECT_TRUE(is_layered());
 }
 
+std::u16string TakeText(BSTR text) {
+  std::u16string taken(AsChar16(text ? text : L""));
+  SysFreeString(text);
+  return taken;
+}
+
+VARIANT Number(LONG number) {
+  VARIANT variant;
+  VariantInit(&variant);
+  variant.vt = VT_I4;
+  variant.lVal = number;
+  return variant;
+}
+
+TEST_F(AppSkinnedWindow, ScreenReadersFindNamesRolesAndParts) {
+  const ComponentRuntime runtime;
+  view_.other_role = ControlRole::kList;
+  Wear(2);
+  view_.other->parts = {u"晨露", u"雨过河岸"};
+  view_.other->selected = 1;
+  view_.button->value = u"80%";
+  Show();
+  ComPtr<IAccessible> root;
+  ASSERT_EQ(AccessibleObjectFromWindow(window_.Handle(), static_cast<DWORD>(OBJID_CLIENT), IID_IAccessible,
+                                       root.ReceiveVoid()),
+            S_OK);
+  LONG count = 0;
+  EXPECT_EQ(root->get_accChildCount(&count), S_OK);
+  EXPECT_EQ(count, 2);
+  const auto text = [](IAccessible& object, LONG child, auto get) {
+    BSTR answer = nullptr;
+    (object.*get)(Number(child), &answer);
+    return TakeText(answer);
+  };
+  const auto number = [](IAccessible& object, LONG child, auto get) {
+    VARIANT answer;
+    VariantInit(&answer);
+    EXPECT_EQ((object.*get)(Number(child), &answer), S_OK);
+    return answer.lVal;
+  };
+  EXPECT_EQ(text(*root, CHILDID_SELF, &IAccessible::get_accName), u"测试");
+  EXPECT_EQ(text(*root, 1, &IAccessible::get_accName), u"播放");
+  EXPECT_EQ(text(*root, 1, &IAccessible::get_accValue), u"80%");
+  EXPECT_EQ(number(*root, 1, &IAccessible::get_accRole), ROLE_SYSTEM_PUSHBUTTON);
+  EXPECT_EQ(number(*root, 2, &IAccessible::get_accRole), ROLE_SYSTEM_LIST);
+  view_.button->SetEnabled(false);
+  EXPECT_EQ(number(*root, 1, &IAccessible::get_accState), STATE_SYSTEM_UNAVAILABLE | STATE_SYSTEM_FOCUSABLE);
+  view_.button->SetEnabled(true);
+  LONG left = 0, top = 0, width = 0, height = 0;
+  EXPECT_EQ(root->accLocation(&left, &top, &width, &height, Number(1)), S_OK);
+  EXPECT_EQ((SkinRect{left, top, width, height}), (SkinRect{140, 120, 80, 40}));
+
+  // The list is an object with its entries below it.
+  VARIANT hit;
+  EXPECT_EQ(root->accHitTest(145, 125, &hit), S_OK);
+  EXPECT_EQ(hit.lVal, 1);
+  EXPECT_EQ(root->accHitTest(100 + 2 * 100, 80 + 2 * 35, &hit), S_OK);
+  ASSERT_EQ(hit.vt, VT_DISPATCH);
+  ComPtr<IAccessible> list;
+  EXPECT_EQ(hit.pdispVal->QueryInterface(IID_IAccessible, list.ReceiveVoid()), S_OK);
+  VariantClear(&hit);
+  EXPECT_EQ(list->accHitTest(100 + 2 * 100, 80 + 2 * 35, &hit), S_OK);
+  EXPECT_EQ(hit.lVal, 2);
+  EXPECT_EQ(text(*list, 2, &IAccessible::get_accName), u"雨过河岸");
+  EXPECT_EQ(number(*list, 2, &IAccessible::get_accRole), ROLE_SYSTEM_LISTITEM);
+  EXPECT_EQ(number(*list, 2, &IAccessible::get_accState), STATE_SYSTEM_SELECTABLE | STATE_SYSTEM_SELECTED);
+  EXPECT_EQ(list->accNavigate(NAVDIR_FIRSTCHILD, Number(CHILDID_SELF), &hit), S_OK);
+  EXPECT_EQ(hit.lVal, 1);
+  EXPECT_EQ(list->accNavigate(NAVDIR_NEXT, Number(2), &hit), S_FALSE);
+  EXPECT_EQ(list->accDoDefaultAction(Number(1)), S_OK);
+  EXPECT_EQ(root->accDoDefaultAction(Number(1)), S_OK);
+  PumpFor();
+  EXPECT_EQ(view_.other->TakeEvents(), Events{"part 0"});
+  EXPECT_EQ(view_.button->TakeEvents(), Events{"default"});
+  BSTR name = nullptr;
+  EXPECT_EQ(root->get_accName(Number(3), &name), E_INVALIDARG);
+  EXPECT_EQ(list->get_accName(Number(-1), &name), E_INVALIDARG);
+
+  // They may be held when the window is gone.
+  DestroyWindow(window_.Handle());
+  EXPECT_EQ(root->get_accName(Number(1), &name), CO_E_OBJNOTCONNECTED);
+  EXPECT_EQ(list->get_accChildCount(&count), CO_E_OBJNOTCONNECTED);
+}
+
 TEST_F(AppSkinnedWindow, NoHandleIsLeftBehind) {
   const auto round = [&](int i) {
     window_.Show(i % 4 == 0, SkinnedWindow::Activation::kLeave);
     Send(WM_MOUSEMOVE, 0, i % 2 ? 30 : 100, 25);
-    window_.SetPlace({100, 80, 520 + i % 3 * 8, 500});
+    if (i % 8 == 0) window_.SetPlace({100, 80, 520 + i % 3 * 8, 500});
     UpdateWindow(window_.Handle());
-    if (i % 5 == 0) Wear(1 + i / 5 % 2);
+    if (i % 10 == 0) Wear(1 + i / 10 % 2);
     window_.SetAlpha(i % 2 ? 255 : 200);
     window_.Hide(false);
     PumpFor();
