@@ -32,7 +32,9 @@ int SystemDpi() {
   return dpi > 0 ? dpi : USER_DEFAULT_SCREEN_DPI;
 }
 
-bool HasChinese(HFONT font) {
+/// A font made for Chinese. "MS Shell Dlg" is none, but a name for whatever the system has.
+bool IsForChinese(const LOGFONTW& record, HFONT font) {
+  if (lstrcmpiW(record.lfFaceName, L"MS Shell Dlg") == 0) return false;
   const ScreenText screen(font);
   FONTSIGNATURE signature{};
   GetTextCharsetInfo(screen.dc(), &signature, 0);
@@ -67,7 +69,7 @@ DialogFont::DialogFont(int dpi) : dpi_(dpi) {
   LOGFONTW& font = metrics.lfMessageFont;
   font.lfHeight = MulDiv(font.lfHeight, dpi, SystemDpi());
   font_ = GdiObject<HFONT>(CreateFontIndirectW(&font));
-  if (!HasChinese(font_.get())) {
+  if (!IsForChinese(font, font_.get())) {
     lstrcpyW(font.lfFaceName, L"微软雅黑");
     font_ = GdiObject<HFONT>(CreateFontIndirectW(&font));
   }

@@ -2,6 +2,7 @@
 #include "app/options/folder_list_edit.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "doc/settings.h"
 #include "platform/text.h"
@@ -30,8 +31,13 @@ bool HasReservedFolders(const std::vector<std::string>& folders_gbk) {
 }
 
 void AddReservedFolders(std::vector<std::string>& folders_gbk) {
-  for (const char* entry : {kDownloadFolderEntryGbk, kSongFolderEntryGbk})
-    if (PlaceOf(folders_gbk, entry) == folders_gbk.size()) folders_gbk.insert(folders_gbk.begin(), entry);
+  size_t song = PlaceOf(folders_gbk, kSongFolderEntryGbk);
+  if (song == folders_gbk.size()) {
+    song = 0;
+    folders_gbk.insert(folders_gbk.begin(), kSongFolderEntryGbk);
+  }
+  if (PlaceOf(folders_gbk, kDownloadFolderEntryGbk) == folders_gbk.size())
+    folders_gbk.insert(folders_gbk.begin() + static_cast<ptrdiff_t>(song) + 1, kDownloadFolderEntryGbk);
 }
 
 }  // namespace melorin

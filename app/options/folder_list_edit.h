@@ -13,7 +13,7 @@ size_t AddFolder(std::vector<std::string>& folders_gbk, const std::string& folde
 
 /// Both entries that stand for a folder depending on the song are there.
 bool HasReservedFolders(const std::vector<std::string>& folders_gbk);
-/// Puts those that are not there in front, where they are by default.
+/// Adds those that are not there: the song's folder in front, the download folder behind it.
 void AddReservedFolders(std::vector<std::string>& folders_gbk);
 
 }  // namespace melorin
