@@ -211,11 +211,12 @@ void MainWindow::OnDestroy() {
   closing_ = true;
   options_.Close();
   hot_keys_.Unregister();
-  tray_.reset();
   for (const UINT_PTR timer : {kRefreshTimer, kCloseTimer, kMessageTimer, kSaveTimer})
     KillTimer(window_, timer);
   ShowWindow(window_, SW_HIDE);
   if (!player_.Close()) MessageBoxW(nullptr, AsWide(message_.c_str()), kProductName, MB_OK | MB_ICONWARNING);
+  // Last: taking the icon away may take seconds where no desktop shows it, and the music would go on.
+  tray_.reset();
   exit_code_ = player_.ExitCode();
   // Objects on their way to a window that is going.
   MSG message;
