@@ -30,8 +30,7 @@ class AboutPage final : public OptionsPage {
  public:
   void Build(PageWindow& page) override {
     page.Group(u"Melorin");
-    page.Note(u"Melorin 音频播放器 " + page.Host().Version() +
-              u"\n\n播放、播放列表、歌词、均衡器和皮肤，为安静地听音乐而做。\n以 MIT 许可证发布。");
+    page.Note(u"Melorin 音频播放器 " + page.Host().Version() + u"\n以 MIT 许可证发布。");
 
     page.Group(u"使用的程序库");
     libraries_.Add(page, {}, 110, {{L"名称", 76}, {L"用途", 88}, {L"许可证"}}, false);

@@ -60,6 +60,13 @@ void CheckList::Append(const std::vector<std::u16string>& cells) {
   filling_ = false;
 }
 
+void CheckList::SetCell(size_t row, int column, std::u16string text) {
+  LVITEMW item{};
+  item.iSubItem = column;
+  item.pszText = reinterpret_cast<wchar_t*>(text.data());
+  SendMessageW(list_, LVM_SETITEMTEXTW, row, reinterpret_cast<LPARAM>(&item));
+}
+
 void CheckList::Check(size_t row, bool checked) {
   const bool before = std::exchange(filling_, true);
   LVITEMW item{};

@@ -30,6 +30,7 @@ class CheckList {
            Toggled toggled = nullptr);
   void Clear();
   void Append(const std::vector<std::u16string>& cells);
+  void SetCell(size_t row, int column, std::u16string text);
   void Check(size_t row, bool checked);
   bool IsChecked(size_t row) const;
   HWND Window() const { return list_; }

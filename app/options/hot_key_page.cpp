@@ -178,6 +178,7 @@ class HotKeyPage final : public OptionsPage {
     if (command == CommandId::kNone) return;
     SetHotKey(Map(), command, global, key);
     page_->Changed(SettingsPart::kHotKey);
+    if (suspended_) page_->Host().SuspendHotKeys(true);
     OnRefresh();
   }
 

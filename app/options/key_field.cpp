@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/gdi.h"
+#include "app/hot_keys.h"
 #include "platform/com.h"
 #include "ui/command_table.h"
 
@@ -17,22 +18,7 @@ namespace melorin {
 namespace {
 
 constexpr uint16_t kAlt = 1;
-constexpr uint16_t kControl = 2;
 constexpr uint16_t kShift = 4;
-constexpr uint16_t kWindows = 8;
-
-bool IsDown(int key) {
-  return GetKeyState(key) < 0;
-}
-
-uint16_t Modifiers() {
-  unsigned sum = 0;
-  if (IsDown(VK_MENU)) sum |= kAlt;
-  if (IsDown(VK_CONTROL)) sum |= kControl;
-  if (IsDown(VK_SHIFT)) sum |= kShift;
-  if (IsDown(VK_LWIN) || IsDown(VK_RWIN)) sum |= kWindows;
-  return static_cast<uint16_t>(sum);
-}
 
 /// A modifier, a lock, or a key that an input method has taken.
 bool IsNoKey(WPARAM key) {
@@ -58,7 +44,8 @@ bool IsNoKey(WPARAM key) {
 }
 
 /// What moves in the dialog, ends it or closes windows of the system.
-bool IsDialogs(WPARAM key, uint16_t modifiers) {
+bool IsDialogs(WPARAM key) {
+  const uint16_t modifiers = KeyStrokeOf(key).modifiers;
   const bool plain = (modifiers & ~kShift) == 0;
   if (plain && (key == VK_TAB || key == VK_ESCAPE || key == VK_RETURN)) return true;
   return key == VK_F4 && modifiers == kAlt;
@@ -84,14 +71,14 @@ class KeyField {
     switch (message) {
       case WM_GETDLGCODE: {
         const auto* asked = reinterpret_cast<const MSG*>(lparam);
-        const bool dialogs = asked && asked->message == WM_KEYDOWN && IsDialogs(asked->wParam, Modifiers());
+        const bool dialogs = asked && asked->message == WM_KEYDOWN && IsDialogs(asked->wParam);
         return dialogs ? 0 : DLGC_WANTALLKEYS | DLGC_WANTCHARS | DLGC_WANTARROWS;
       }
       case WM_KEYDOWN:
       case WM_SYSKEYDOWN:
-        if (IsDialogs(wparam, Modifiers())) break;
+        if (IsDialogs(wparam)) break;
         if (!IsNoKey(wparam)) {
-          ShowKey({Modifiers(), static_cast<uint16_t>(wparam)});
+          ShowKey(KeyStrokeOf(wparam));
           Notify(kKeyChosen);
         }
         return 0;
@@ -212,7 +199,7 @@ bool IsKeyField(HWND window) {
 }
 
 bool KeyFieldWants(const MSG& message) {
-  return !IsDialogs(message.wParam, Modifiers());
+  return !IsDialogs(message.wParam);
 }
 
 }  // namespace melorin

@@ -18,6 +18,7 @@
 namespace melorin {
 
 class Choosers;
+class CountedChoosers;
 class OptionsFrame;
 
 /// In the order of the list. The numbers stand in settings files ("LastActivePage").
@@ -44,14 +45,15 @@ inline constexpr int32_t kOptionsPages = 16;
 /// Thread: the UI thread.
 class OptionsDialog {
  public:
-  /// The host must outlive the dialog. `choosers`: null for the system's dialogs.
+  /// The host must outlive the dialog, and the dialog the messages that it handles. `choosers`: null for the
+  /// system's dialogs.
   explicit OptionsDialog(OptionsHost& host, Choosers* choosers = nullptr);
   ~OptionsDialog();
   OptionsDialog(const OptionsDialog&) = delete;
   OptionsDialog& operator=(const OptionsDialog&) = delete;
 
   /// Opens it, or brings an open one to the front, at that page; none: at the page shown last. False when the
-  /// platform refuses.
+  /// platform refuses, or a question of one that has been closed is still open.
   bool Show(HWND owner, std::optional<OptionsPageId> page = {});
   bool IsOpen() const;
   void Close();
@@ -64,8 +66,11 @@ class OptionsDialog {
   void Refresh();
 
  private:
+  void DropClosed();
+
   OptionsHost& host_;
-  Choosers* choosers_;
+  std::unique_ptr<CountedChoosers> choosers_;
+  std::shared_ptr<int> ticket_;  ///< Of tasks that wait for their turn; they end with this.
   std::unique_ptr<OptionsFrame> frame_;
 };
 

@@ -78,10 +78,12 @@ RECT Centred(HWND owner, int width, int height) {
 
 }  // namespace
 
-OptionsFrame::OptionsFrame(HWND owner, OptionsHost& host, Choosers& choosers)
+OptionsFrame::OptionsFrame(HWND owner, OptionsHost& host, CountedChoosers& choosers,
+                           std::function<void()> closed)
     : owner_(owner),
       host_(host),
       choosers_(choosers),
+      closed_(std::move(closed)),
       defaults_(RegistryProbe()),
       font_(std::make_unique<DialogFont>(DpiOfWindow(owner))) {
   FillFolders(defaults_, host_.DataFolderGbk());
@@ -92,6 +94,7 @@ OptionsFrame::OptionsFrame(HWND owner, OptionsHost& host, Choosers& choosers)
 }
 
 OptionsFrame::~OptionsFrame() {
+  closed_ = nullptr;
   if (window_) DestroyWindow(window_);
 }
 
@@ -172,7 +175,8 @@ void OptionsFrame::StepPage(int32_t step) {
 }
 
 void OptionsFrame::Refresh() {
-  if (PageWindow* page = Current()) page->Refresh();
+  PageWindow* page = Current();
+  if (window_ && page) page->Refresh();
 }
 
 bool OptionsFrame::TakesMessage(MSG& message) {
@@ -229,14 +233,9 @@ INT_PTR OptionsFrame::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_DPICHANGED:
       OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
       return TRUE;
-    case WM_DESTROY:
-      // Pages end what they have under way.
-      for (auto& page : pages_)
-        page.reset();
-      current_ = -1;
-      return FALSE;
     case WM_NCDESTROY:
       window_ = nullptr;
+      if (closed_) closed_();
       return FALSE;
     default:
       return FALSE;
@@ -244,7 +243,7 @@ INT_PTR OptionsFrame::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
 }
 
 void OptionsFrame::OnDpiChanged(int dpi, const RECT& place) {
-  if (dpi == font_->Dpi()) return;
+  if (dpi == font_->Dpi() || choosers_.IsAsking()) return;
   const int32_t page = std::exchange(current_, -1);
   for (auto& made : pages_)
     made.reset();

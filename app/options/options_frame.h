@@ -7,9 +7,11 @@
 #include <windows.h>
 
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 
+#include "app/options/counted_choosers.h"
 #include "app/options/dialog_font.h"
 #include "app/options/options_dialog.h"
 #include "app/options/page_window.h"
@@ -19,7 +21,8 @@ namespace melorin {
 class OptionsFrame {
  public:
   /// The host and the choosers must outlive it.
-  OptionsFrame(HWND owner, OptionsHost& host, Choosers& choosers);
+  /// `closed`: called when the window has gone.
+  OptionsFrame(HWND owner, OptionsHost& host, CountedChoosers& choosers, std::function<void()> closed);
   ~OptionsFrame();
   OptionsFrame(const OptionsFrame&) = delete;
   OptionsFrame& operator=(const OptionsFrame&) = delete;
@@ -43,7 +46,8 @@ class OptionsFrame {
 
   HWND owner_;
   OptionsHost& host_;
-  Choosers& choosers_;
+  CountedChoosers& choosers_;
+  std::function<void()> closed_;
   Settings defaults_;
   std::unique_ptr<DialogFont> font_;
   HWND window_ = nullptr;

@@ -50,7 +50,8 @@ class OptionsHost {
 
   /// Commands whose global key another program holds.
   virtual std::vector<CommandId> RefusedHotKeys() = 0;
-  /// While true no key is registered as a global one: the user is about to press one to choose it.
+  /// While true no key is registered as a global one: the user is about to press one to choose it. A change
+  /// of the keys may register them to see which are refused; true comes again then.
   virtual void SuspendHotKeys(bool suspended) = 0;
 
   /// Runs the task on the UI thread, later and in order. Thread: any.

@@ -66,10 +66,14 @@ class PluginPage final : public OptionsPage {
 
  private:
   void ShowModules(std::vector<std::string> names) {
-    names_ = std::move(names);
-    modules_.Clear();
+    if (names != names_) {
+      names_ = std::move(names);
+      modules_.Clear();
+      for (const std::string& name : names_)
+        modules_.Append({Utf16FromGbk(name), {}});
+    }
     for (size_t i = 0; i < names_.size(); ++i) {
-      modules_.Append({Utf16FromGbk(names_[i]), StateOf(names_[i])});
+      modules_.SetCell(i, 1, StateOf(names_[i]));
       modules_.Check(i, IsAddInEnabled(page_->Values().plugin, names_[i]));
     }
   }

@@ -56,7 +56,6 @@ class SkinPage final : public OptionsPage {
  public:
   ~SkinPage() override {
     task_.reset();
-    if (list_) SendMessageW(list_, LVM_SETIMAGELIST, LVSIL_NORMAL, 0);
     if (images_) ImageList_Destroy(images_);
   }
 
@@ -67,7 +66,8 @@ class SkinPage final : public OptionsPage {
     height_ = page.Font().Y(48);
     page.Plain();
     PageWindow::CustomSpec list{WC_LISTVIEWW};
-    list.style = WS_TABSTOP | LVS_ICON | LVS_SINGLESEL | LVS_SHOWSELALWAYS | LVS_AUTOARRANGE;
+    list.style =
+        WS_TABSTOP | LVS_ICON | LVS_SINGLESEL | LVS_SHOWSELALWAYS | LVS_AUTOARRANGE | LVS_SHAREIMAGELISTS;
     list.ex_style = WS_EX_CLIENTEDGE;
     list.height = 214;
     list.on_notify = [this](NMHDR& header) { return OnListNotify(header); };

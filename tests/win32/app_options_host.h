@@ -84,6 +84,7 @@ class FakeOptionsHost final : public OptionsHost {
 class FakeUser final : public Choosers {
  public:
   std::optional<SettingsColour> Colour(HWND, SettingsColour now) override {
+    if (while_asked) while_asked();
     return SettingsColour{now.value ^ 0x00010203};
   }
   std::optional<FontRecord> Font(HWND, const FontRecord& now) override {
@@ -98,6 +99,7 @@ class FakeUser final : public Choosers {
   }
   void Tell(HWND, const std::u16string& text) override { told = text; }
 
+  std::function<void()> while_asked;
   FileQuestion asked;
   std::string file = "C:\\chosen.ico";
   std::u16string told;
