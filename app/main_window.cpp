@@ -29,7 +29,6 @@ constexpr UINT kRefreshMs = 250;
 // What the device has taken is still on its way through the mixer when the track has ended.
 constexpr UINT kCloseDelayMs = 500;
 constexpr UINT kMessageMs = 8000;
-constexpr int kVolumeStep = 5;
 /// A menu that the keyboard asked for, from the window's corner.
 constexpr int kMenuOffset = 32;
 
@@ -73,8 +72,8 @@ using UiTask = std::function<void()>;
 MainWindow::MainWindow(HINSTANCE instance, const SoundLibrary& library, std::string data_folder_gbk)
     : instance_(instance),
       player_(library, *this, std::move(data_folder_gbk)),
-      playback_commands_(player_, *this),
-      options_(library, player_, *this, hot_keys_, [this] { return window_; }) {
+      playback_commands_(library, player_, *this),
+      options_(library, player_, *this, hot_keys_, *this) {
   commands_.Add(playback_commands_);
   commands_.Add(options_);
 }
@@ -107,7 +106,7 @@ bool MainWindow::Create(int show) {
   view_.Layout(client.cx, client.cy, dpi);
   options_.RegisterKeys();
   tray_.emplace(window_, kTrayMessage);
-  tray_->SetIconFile(player_.Data().Values().general.app_icon_file_gbk);
+  ApplyIcon();
   tray_->SetTip(AsChar16(kProductName));
   tray_->Show();
   shown_ = MakePicture();
@@ -163,13 +162,13 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       return 1;
     case WM_KEYDOWN:
     case WM_SYSKEYDOWN:
-      if (Run(CommandOfKeyMessage(player_.Data().Values().hot_key.key_map, message, wparam))) return 0;
+      if (RunCommand(CommandOfKeyMessage(player_.Data().Values().hot_key.key_map, message, wparam))) return 0;
       break;
     case WM_HOTKEY:
-      Run(hot_keys_.CommandOf(wparam));
+      RunCommand(hot_keys_.CommandOf(wparam));
       return 0;
     case WM_APPCOMMAND:
-      if (Run(CommandOfAppCommand(GET_APPCOMMAND_LPARAM(lparam)))) return TRUE;
+      if (RunCommand(CommandOfAppCommand(GET_APPCOMMAND_LPARAM(lparam)))) return TRUE;
       break;
     case WM_CONTEXTMENU:
       // From the keyboard there is no point.
@@ -183,7 +182,7 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       OnClick({GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)});
       return 0;
     case WM_MOUSEWHEEL:
-      player_.ChangeVolume(GET_WHEEL_DELTA_WPARAM(wparam) > 0 ? kVolumeStep : -kVolumeStep);
+      RunCommand(GET_WHEEL_DELTA_WPARAM(wparam) > 0 ? CommandId::kVolumeUp : CommandId::kVolumeDown);
       return 0;
     case WM_DROPFILES:
       OnDrop(reinterpret_cast<HDROP>(wparam));
@@ -256,7 +255,7 @@ void MainWindow::OnTimer(UINT_PTR timer) {
   Refresh();
 }
 
-bool MainWindow::Run(CommandId command) {
+bool MainWindow::RunCommand(CommandId command) {
   if (command == CommandId::kNone || closing_ || !commands_.Handles(command)) return false;
   commands_.Execute(command);
   Refresh();
@@ -275,7 +274,7 @@ void MainWindow::ShowMenu(MenuKind kind, std::optional<POINT> screen) {
   MenuSource source;
   source.target = &commands_;
   source.keys = player_.Data().Values().hot_key.key_map;
-  Run(ShowPopupMenu(window_, BuildMenu(kind, source), at));
+  RunCommand(ShowPopupMenu(window_, BuildMenu(kind, source), at));
 }
 
 void MainWindow::OnTray(WPARAM wparam, LPARAM lparam) {
@@ -290,12 +289,16 @@ void MainWindow::OnTray(WPARAM wparam, LPARAM lparam) {
       ShowMenu(MenuKind::kTray, event.at.value_or(mouse));
       break;
     case TrayAction::kMiddle:
-      Run(CommandId::kPlayPause);
+      RunCommand(CommandId::kPlayPause);
       break;
     case TrayAction::kDoubleClick:  // The click before it has shown or hidden the window.
     case TrayAction::kNone:
       break;
   }
+}
+
+void MainWindow::ApplyIcon() {
+  if (tray_) tray_->SetIconFile(player_.Data().Values().general.app_icon_file_gbk);
 }
 
 void MainWindow::Minimize() {
@@ -307,31 +310,34 @@ void MainWindow::ShowOrHide() {
     ShowWindow(window_, SW_HIDE);
     return;
   }
-  ShowWindow(window_, SW_RESTORE);
+  BringToFront();
+}
+
+void MainWindow::BringToFront() {
+  if (!IsWindowVisible(window_) || IsIconic(window_)) ShowWindow(window_, SW_RESTORE);
   SetForegroundWindow(window_);
 }
 
 void MainWindow::OnClick(POINT point) {
-  PlayerControl& control = player_.Control();
   if (const auto button = view_.ButtonAt(point)) {
     switch (*button) {
       case PlayerButton::kPrevious:
-        control.Previous();
+        RunCommand(CommandId::kPrevious);
         break;
       case PlayerButton::kPlay:
-        control.TogglePause();
+        RunCommand(CommandId::kPlayPause);
         break;
       case PlayerButton::kStop:
-        control.Stop();
+        RunCommand(CommandId::kStop);
         break;
       case PlayerButton::kNext:
-        control.Next();
+        RunCommand(CommandId::kNext);
         break;
     }
   } else if (view_.OnProgress(point)) {
-    player_.SeekTo(PositionAt(point.x, view_.ProgressLeft(), view_.ProgressWidth(), control.DurationMs()));
+    player_.SeekTo(
+        PositionAt(point.x, view_.ProgressLeft(), view_.ProgressWidth(), player_.Control().DurationMs()));
   }
-  Refresh();
 }
 
 void MainWindow::OnDrop(HDROP drop) {
@@ -378,10 +384,7 @@ bool MainWindow::PostCommandLine(std::u16string text) {
 void MainWindow::OnHandedOver(const std::u16string& text) {
   if (closing_) return;
   CommandLine line = ParseArguments(SplitCommandLine(text, false));
-  if (text.empty() || !line.paths.empty()) {
-    if (IsIconic(window_)) ShowWindow(window_, SW_RESTORE);
-    SetForegroundWindow(window_);
-  }
+  if (text.empty() || !line.paths.empty()) BringToFront();
   player_.Execute(std::move(line));
 }
 
@@ -454,7 +457,7 @@ PlayerPicture MainWindow::MakePicture() const {
     const ComPtr<Playlist>& list = control.PlayingList();
     picture.subtitle =
         list && !list->IsEmpty() ? player_.Subtitle() : std::u16string(u"将音频文件拖放到此处即可播放");
-    picture.details = u"空格 播放/暂停  Ctrl+←→ 上一首/下一首  ←→ 快退/快进  ↑↓ 音量  右键 菜单";
+    picture.details = u"空格 播放/暂停  Ctrl+←→ 换曲  ↑↓ 音量  右键 菜单";
     return picture;
   }
   picture.title = player_.Title();

@@ -28,7 +28,7 @@ namespace melorin {
 inline constexpr wchar_t kProductName[] = L"Melorin";
 
 /// Thread: the UI thread, except PostCommandLine, PostTask and PostStreamEvent.
-class MainWindow final : private PlayerFrame, private CommandWindows {
+class MainWindow final : private PlayerFrame, private CommandWindows, private OptionsWindow {
  public:
   static constexpr wchar_t kClassName[] = L"MelorinMainWnd";
 
@@ -54,7 +54,9 @@ class MainWindow final : private PlayerFrame, private CommandWindows {
   LRESULT Handle(UINT message, WPARAM wparam, LPARAM lparam);
   void OnDestroy();
   void OnTimer(UINT_PTR timer);
-  bool Run(CommandId command);
+  /// True when there is such a command, whether or not it can be carried out now.
+  bool RunCommand(CommandId command);
+  void BringToFront();
   void OnTray(WPARAM wparam, LPARAM lparam);
   void ShowMenu(MenuKind kind, std::optional<POINT> screen);
   void OnClick(POINT point);
@@ -78,6 +80,8 @@ class MainWindow final : private PlayerFrame, private CommandWindows {
   void CloseSoon() override;
 
   HWND DialogOwner() override { return window_; }
+  HWND KeyWindow() override { return window_; }
+  void ApplyIcon() override;
   void Minimize() override;
   void ShowOrHide() override;
   void ExitPlayer() override { CloseSoon(); }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "app/dialogs/open_dialogs.h"
+#include "app/options/file_types.h"
 
 namespace melorin {
 namespace {
@@ -23,6 +24,14 @@ constexpr CommandId kCommands[] = {
 /// The play mode that a command sets, or -1.
 int32_t ModeOf(CommandId command) {
   return OffsetFrom(command, CommandId::kModeSingle, 5);
+}
+
+/// "*.mp3;*.wav;…;*.m3u8".
+std::u16string PlayablePatterns(const SoundLibrary& library) {
+  std::u16string patterns;
+  for (const FileType& type : PlayableFileTypes(library))
+    patterns += (patterns.empty() ? u"*." : u";*.") + type.extension;
+  return patterns;
 }
 
 }  // namespace
@@ -102,7 +111,7 @@ void PlaybackCommands::Execute(CommandId command) {
       player_.CycleMode();
       break;
     case CommandId::kOpenFile:
-      Open(AskForFiles(windows_.DialogOwner()));
+      Open(AskForFiles(windows_.DialogOwner(), PlayablePatterns(library_)));
       break;
     case CommandId::kOpenFolder:
       if (std::u16string folder = AskForFolder(windows_.DialogOwner()); !folder.empty())

@@ -5,6 +5,9 @@
 
 #include <windows.h>
 
+#include <string>
+#include <vector>
+
 #include "app/player.h"
 #include "ui/command_handler.h"
 
@@ -26,7 +29,9 @@ class CommandWindows {
 /// Thread: the UI thread.
 class PlaybackCommands final : public CommandHandler {
  public:
-  PlaybackCommands(Player& player, CommandWindows& windows) : player_(player), windows_(windows) {}
+  /// All must outlive this.
+  PlaybackCommands(const SoundLibrary& library, Player& player, CommandWindows& windows)
+      : library_(library), player_(player), windows_(windows) {}
 
   bool Handles(CommandId command) const override;
   void Execute(CommandId command) override;
@@ -36,6 +41,7 @@ class PlaybackCommands final : public CommandHandler {
  private:
   void Open(std::vector<std::u16string> paths);
 
+  const SoundLibrary& library_;
   Player& player_;
   CommandWindows& windows_;
 };

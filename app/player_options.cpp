@@ -8,7 +8,7 @@
 namespace melorin {
 
 void PlayerOptions::RegisterKeys() {
-  if (const HWND window = window_()) refused_ = keys_.Register(window, Values().hot_key);
+  if (const HWND window = window_.KeyWindow()) refused_ = keys_.Register(window, Values().hot_key);
 }
 
 bool PlayerOptions::Handles(CommandId command) const {
@@ -17,11 +17,12 @@ bool PlayerOptions::Handles(CommandId command) const {
 
 void PlayerOptions::Execute(CommandId command) {
   const bool about = command == CommandId::kAbout;
-  dialog_.Show(window_(), about ? std::optional(OptionsPageId::kAbout) : std::nullopt);
+  dialog_.Show(window_.KeyWindow(), about ? std::optional(OptionsPageId::kAbout) : std::nullopt);
 }
 
 void PlayerOptions::SettingsChanged(SettingsPart part) {
   if (part == SettingsPart::kHotKey) RegisterKeys();
+  if (part == SettingsPart::kGeneral) window_.ApplyIcon();
   player_.OnSettingsChanged();
 }
 

@@ -18,18 +18,24 @@
 
 namespace melorin {
 
+/// What the options need of the main window. Thread: the UI thread.
+class OptionsWindow {
+ public:
+  /// Owns the dialog and gets the global keys; null while there is no window.
+  virtual HWND KeyWindow() = 0;
+  virtual void ApplyIcon() = 0;  ///< The setting "AppIconFile" may be another.
+
+ protected:
+  ~OptionsWindow() = default;
+};
+
 /// Carries out kOptions and kAbout. Thread: the UI thread, except PostTask.
 class PlayerOptions final : public CommandHandler, private OptionsHost {
  public:
-  /// All must outlive this. `window`: gives the owner of dialogs and hot keys, null while there is none.
+  /// All must outlive this.
   PlayerOptions(const SoundLibrary& library, Player& player, PlayerFrame& frame, HotKeys& keys,
-                std::function<HWND()> window)
-      : library_(library),
-        player_(player),
-        frame_(frame),
-        keys_(keys),
-        window_(std::move(window)),
-        dialog_(*this) {}
+                OptionsWindow& window)
+      : library_(library), player_(player), frame_(frame), keys_(keys), window_(window), dialog_(*this) {}
 
   /// Takes the global keys that the settings name.
   void RegisterKeys();
@@ -57,7 +63,7 @@ class PlayerOptions final : public CommandHandler, private OptionsHost {
   Player& player_;
   PlayerFrame& frame_;
   HotKeys& keys_;
-  std::function<HWND()> window_;
+  OptionsWindow& window_;
   std::vector<KeyBinding> refused_;
   OptionsDialog dialog_;
 };

@@ -94,7 +94,8 @@ Session::SaveResult Session::SaveSettings() {
     settings_.player.play_lists = static_cast<int32_t>(lists_.Size());
     settings_.player.active_list = static_cast<int32_t>(active_);
   }
-  return settings_.Save(SettingsPath(data_folder_gbk_), kProgramVersion) ? SaveResult::kSaved : SaveResult::kFailed;
+  return settings_.Save(SettingsPath(data_folder_gbk_), kProgramVersion) ? SaveResult::kSaved
+                                                                         : SaveResult::kFailed;
 }
 
 Session::SaveResult Session::SaveLists(bool with_info) {

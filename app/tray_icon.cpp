@@ -115,6 +115,9 @@ void TrayIcon::SetTip(std::u16string_view text) {
 }
 
 void TrayIcon::SetIconFile(const std::string& path_gbk) {
+  // Asked for after every change of settings; the file may lie on a slow disk.
+  if (path_gbk == icon_file_gbk_) return;
+  icon_file_gbk_ = path_gbk;
   // The shown icon must live until it is replaced.
   HICON icon = path_gbk.empty() ? nullptr : IconOfFile(Utf16FromGbk(path_gbk));
   OwnedIcon old;

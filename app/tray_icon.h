@@ -89,6 +89,7 @@ class TrayIcon {
   std::u16string tip_;
   std::u16string balloon_title_;
   std::u16string balloon_text_;
+  std::string icon_file_gbk_;
   OwnedIcon icon_;
 };
 

@@ -2,6 +2,7 @@
 //
 // The settings object: its larger defaults, loading, saving and what is said of files that are not its own.
 #include "doc/settings.h"
+#include "doc/keys.h"
 
 #include <new>
 #include <set>
@@ -21,42 +22,20 @@ constexpr uint16_t kAlt = 1;
 constexpr uint16_t kCtrl = 2;
 constexpr uint16_t kShift = 4;
 
-/// Virtual key codes as the platform has them; letters and digits are their own ASCII codes.
-enum Key : uint16_t {
-  kTab = 0x09,
-  kReturn = 0x0D,
-  kSpace = 0x20,
-  kLeft = 0x25,
-  kUp = 0x26,
-  kRight = 0x27,
-  kDown = 0x28,
-  kInsert = 0x2D,
-  kDelete = 0x2E,
-  kF2 = 0x71,
-  kF3 = 0x72,
-  kF5 = 0x74,
-  kMediaNext = 0xB0,
-  kMediaPrevious = 0xB1,
-  kMediaStop = 0xB2,
-  kMediaPlayPause = 0xB3,
-  kOpenBracket = 0xDB,
-  kCloseBracket = 0xDD,
-};
-
 struct DefaultKey {
   CommandId command;
   KeyStroke application;
   KeyStroke global;
 };
 constexpr DefaultKey kDefaultKeys[] = {
-    {CommandId::kPlayPause, {0, kSpace}, {0, kMediaPlayPause}},
-    {CommandId::kStop, {kCtrl, kSpace}, {0, kMediaStop}},
-    {CommandId::kPrevious, {kCtrl, kLeft}, {0, kMediaPrevious}},
-    {CommandId::kNext, {kCtrl, kRight}, {0, kMediaNext}},
-    {CommandId::kSeekForward, {0, kRight}, {}},
-    {CommandId::kSeekBackward, {0, kLeft}, {}},
-    {CommandId::kVolumeUp, {0, kUp}, {}},
-    {CommandId::kVolumeDown, {0, kDown}, {}},
+    {CommandId::kPlayPause, {0, kKeySpace}, {0, kKeyMediaPlayPause}},
+    {CommandId::kStop, {kCtrl, kKeySpace}, {0, kKeyMediaStop}},
+    {CommandId::kPrevious, {kCtrl, kKeyLeft}, {0, kKeyMediaPrevious}},
+    {CommandId::kNext, {kCtrl, kKeyRight}, {0, kKeyMediaNext}},
+    {CommandId::kSeekForward, {0, kKeyRight}, {}},
+    {CommandId::kSeekBackward, {0, kKeyLeft}, {}},
+    {CommandId::kVolumeUp, {0, kKeyUp}, {}},
+    {CommandId::kVolumeDown, {0, kKeyDown}, {}},
     {CommandId::kMute, {kCtrl, 'M'}, {}},
     {CommandId::kOpenFile, {kCtrl, 'O'}, {}},
     {CommandId::kOpenFolder, {kCtrl | kShift, 'O'}, {}},
@@ -65,20 +44,20 @@ constexpr DefaultKey kDefaultKeys[] = {
     {CommandId::kShowEqualizer, {kCtrl, '3'}, {}},
     {CommandId::kMiniMode, {kCtrl, '0'}, {}},
     {CommandId::kTopMost, {kCtrl, 'T'}, {}},
-    {CommandId::kOptions, {0, kF5}, {}},
-    {CommandId::kFileProperties, {kAlt, kReturn}, {}},
+    {CommandId::kOptions, {0, kKeyF5}, {}},
+    {CommandId::kFileProperties, {kAlt, kKeyReturn}, {}},
     {CommandId::kLocateInList, {kCtrl, 'J'}, {}},
     {CommandId::kFindInList, {kCtrl, 'F'}, {}},
     {CommandId::kShowHide, {}, {}},
     {CommandId::kExit, {}, {}},
     {CommandId::kModeNext, {kCtrl, 'R'}, {}},
-    {CommandId::kAddFiles, {0, kInsert}, {}},
+    {CommandId::kAddFiles, {0, kKeyInsert}, {}},
     {CommandId::kNewList, {kCtrl, 'N'}, {}},
     {CommandId::kSaveList, {kCtrl, 'S'}, {}},
-    {CommandId::kRenameList, {0, kF2}, {}},
-    {CommandId::kNextList, {kCtrl, kTab}, {}},
-    {CommandId::kPreviousList, {kCtrl | kShift, kTab}, {}},
-    {CommandId::kFindNext, {0, kF3}, {}},
+    {CommandId::kRenameList, {0, kKeyF2}, {}},
+    {CommandId::kNextList, {kCtrl, kKeyTab}, {}},
+    {CommandId::kPreviousList, {kCtrl | kShift, kKeyTab}, {}},
+    {CommandId::kFindNext, {0, kKeyF3}, {}},
     {CommandId::kUndo, {kCtrl, 'Z'}, {}},
     {CommandId::kRedo, {kCtrl, 'Y'}, {}},
     {CommandId::kCut, {kCtrl, 'X'}, {}},
@@ -86,13 +65,13 @@ constexpr DefaultKey kDefaultKeys[] = {
     {CommandId::kPaste, {kCtrl, 'V'}, {}},
     {CommandId::kSelectAll, {kCtrl, 'A'}, {}},
     {CommandId::kSelectInverse, {kCtrl | kShift, 'A'}, {}},
-    {CommandId::kMoveSelectedUp, {kAlt, kUp}, {}},
-    {CommandId::kMoveSelectedDown, {kAlt, kDown}, {}},
-    {CommandId::kRemoveSelected, {0, kDelete}, {}},
-    {CommandId::kDeleteFiles, {kShift, kDelete}, {}},
+    {CommandId::kMoveSelectedUp, {kAlt, kKeyUp}, {}},
+    {CommandId::kMoveSelectedDown, {kAlt, kKeyDown}, {}},
+    {CommandId::kRemoveSelected, {0, kKeyDelete}, {}},
+    {CommandId::kDeleteFiles, {kShift, kKeyDelete}, {}},
     {CommandId::kLyricEdit, {kCtrl, 'E'}, {}},
-    {CommandId::kLyricEarlier, {kCtrl, kOpenBracket}, {}},
-    {CommandId::kLyricLater, {kCtrl, kCloseBracket}, {}},
+    {CommandId::kLyricEarlier, {kCtrl, kKeyOpenBracket}, {}},
+    {CommandId::kLyricLater, {kCtrl, kKeyCloseBracket}, {}},
 };
 
 /// Gathers findings up to the limit.

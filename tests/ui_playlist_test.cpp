@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "doc/keys.h"
 #include "playlist/list_edit.h"
-#include "ui/keys.h"
 #include "ui_playlist_fakes.h"
 
 namespace melorin {

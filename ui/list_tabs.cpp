@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "doc/keys.h"
 #include "platform/text.h"
 #include "skin/skin_layout.h"
-#include "ui/keys.h"
 
 namespace melorin {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "doc/keys.h"
 #include "platform/text.h"
-#include "ui/keys.h"
 
 namespace melorin {
 namespace {

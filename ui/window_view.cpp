@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
+#include "doc/keys.h"
 #include "skin/bitmap_draw.h"
 #include "skin/skin_layout.h"
-#include "ui/keys.h"
 
 namespace melorin {
 namespace {
@@ -43,8 +43,6 @@ void WindowView::Wear(SkinWardrobe& wardrobe, TextPainter* text) {
   skin_ = Build(wardrobe, &frame_);
   scale_ = wardrobe.Scale();
   const Bitmap* image = skin_ ? skin_->Images().Get(frame_.image_gbk) : nullptr;
-  skin_position_ = frame_.position;
-  resize_rect_ = frame_.resize_rect;
   image_width_ = image ? image->width / scale_ : std::clamp(frame_.position.Width(), 40, kLargestWindow);
   image_height_ = image ? image->height / scale_ : std::clamp(frame_.position.Height(), 24, kLargestWindow);
   if (!IsResizable() || width_ == 0) {

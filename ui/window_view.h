@@ -62,7 +62,7 @@ class WindowView : private ControlHost {
   /// size stays where the new skin allows it. `text` may be null.
   void Wear(SkinWardrobe& wardrobe, TextPainter* text);
   /// Where the skin wants the window, seen from the player window, and how large; empty: wherever.
-  const SkinRect& SkinPosition() const { return skin_position_; }
+  const SkinRect& SkinPosition() const { return frame_.position; }
   int32_t Scale() const { return scale_; }
 
   // ---- the size
@@ -71,7 +71,7 @@ class WindowView : private ControlHost {
   int32_t Height() const { return height_; }
   int32_t LeastWidth() const { return image_width_; }
   int32_t LeastHeight() const { return image_height_; }
-  bool IsResizable() const { return !resize_rect_.IsEmpty(); }
+  bool IsResizable() const { return !frame_.resize_rect.IsEmpty(); }
   /// Brought to the least size; ignored by windows that cannot be resized.
   void Resize(int32_t width, int32_t height);
 
@@ -171,8 +171,6 @@ class WindowView : private ControlHost {
   LoadedSkin* skin_ = nullptr;
   TextPainter* text_ = nullptr;
   Frame frame_;
-  SkinRect skin_position_;
-  SkinRect resize_rect_;
   int32_t image_width_ = 0;
   int32_t image_height_ = 0;
   int32_t width_ = 0;

@@ -4,7 +4,9 @@
 #include <commdlg.h>
 #include <shlobj.h>
 
-#include "platform/text.h"
+#include <cwchar>
+
+#include "platform/com.h"
 
 namespace melorin {
 namespace {
@@ -12,21 +14,19 @@ namespace {
 /// UTF-16 units for the names of the chosen files, some thousands of them.
 constexpr DWORD kNamesCapacity = 256 * 1024;
 
-std::u16string Utf16(const wchar_t* text) {
-  return std::u16string(reinterpret_cast<const char16_t*>(text));
-}
-
 }  // namespace
 
-std::vector<std::u16string> AskForFiles(HWND owner) {
+std::vector<std::u16string> AskForFiles(HWND owner, const std::u16string& patterns) {
   std::vector<wchar_t> names(kNamesCapacity);
   OPENFILENAMEW request{};
   request.lStructSize = sizeof(request);
   request.hwndOwner = owner;
-  // The player opens any file by its extension; one that it cannot play is told by name.
-  request.lpstrFilter =
-      L"音频文件和播放列表\0*.mp3;*.mp2;*.mp1;*.wav;*.aif;*.aiff;*.au;*.snd;*.wma;*.cue;*.m3u;*.m3u8;*.mzpl;"
-      L"*.mzbl\0所有文件\0*.*\0";
+  // Names and patterns in turn, each ended by a zero; another zero ends them all.
+  constexpr char16_t kEnd = 0;
+  std::u16string filter = u"音频文件和播放列表";
+  filter.append(1, kEnd).append(patterns).append(1, kEnd);
+  filter.append(u"所有文件").append(1, kEnd).append(u"*.*").append(1, kEnd);
+  request.lpstrFilter = AsWide(filter.c_str());
   request.lpstrFile = names.data();
   request.nMaxFile = kNamesCapacity;
   request.lpstrTitle = L"打开文件";
@@ -34,12 +34,12 @@ std::vector<std::u16string> AskForFiles(HWND owner) {
       OFN_EXPLORER | OFN_ALLOWMULTISELECT | OFN_FILEMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
   if (!GetOpenFileNameW(&request)) return {};
   // One file is its path; several are their folder and then their names, each ended by a zero.
-  const std::u16string first = Utf16(names.data());
+  const std::u16string first = AsChar16(names.data());
   const wchar_t* name = names.data() + first.size() + 1;
   if (*name == 0) return {first};
   std::vector<std::u16string> paths;
-  for (; *name != 0; name += Utf16(name).size() + 1)
-    paths.push_back(first + (first.ends_with(u'\\') ? u"" : u"\\") + Utf16(name));
+  for (; *name != 0; name += std::wcslen(name) + 1)
+    paths.push_back(first + (first.ends_with(u'\\') ? u"" : u"\\") + AsChar16(name));
   return paths;
 }
 
@@ -53,7 +53,7 @@ std::u16string AskForFolder(HWND owner) {
   wchar_t path[MAX_PATH] = {};
   const bool found = SHGetPathFromIDListW(folder, path) != FALSE;
   CoTaskMemFree(folder);
-  return found ? Utf16(path) : std::u16string();
+  return found ? std::u16string(AsChar16(path)) : std::u16string();
 }
 
 }  // namespace melorin

@@ -35,7 +35,7 @@ class PluginPage final : public OptionsPage {
     page.AddButtonTo(folder, u"默认", [this] { UseStandardFolder(); });
     modules_.Add(page, {}, 76, {{L"插件", 150}, {L"状态"}}, true,
                  [this](size_t row, bool checked) { OnToggled(row, checked); });
-    page.Note(u"默认使用程序所在文件夹下的 AddIn。更改在下次启动后生效。");
+    page.Note(u"此版本启动时总是载入程序所在文件夹下 AddIn 中的全部插件。以上选择会保留在设置文件中。");
 
     page.Group(u"可播放的格式");
     readers_.Add(page, {}, 88, {{L"名称", 110}, {L"文件类型"}}, false);

@@ -14,7 +14,7 @@
 #include "app/component_runtime.h"
 #include "app/gdi.h"
 #include "app_test_windows.h"
-#include "ui/keys.h"
+#include "doc/keys.h"
 
 namespace melorin {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Virtual key codes that controls know, as the platform numbers them. Letters and digits are their ASCII
-// characters.
+// Virtual key codes that the player knows by name, as the platform numbers them. Letters and digits are their
+// ASCII characters. ui/key_text.cpp has what users call all keys.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,14 @@ enum Key : uint16_t {
   kKeyApps = 0x5D,
   kKeyF2 = 0x71,
   kKeyF3 = 0x72,
+  kKeyF5 = 0x74,
   kKeyF10 = 0x79,
+  kKeyMediaNext = 0xB0,
+  kKeyMediaPrevious = 0xB1,
+  kKeyMediaStop = 0xB2,
+  kKeyMediaPlayPause = 0xB3,
+  kKeyOpenBracket = 0xDB,
+  kKeyCloseBracket = 0xDD,
 };
 
 }  // namespace melorin
