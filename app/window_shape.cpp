@@ -17,12 +17,10 @@ std::vector<RECT> ShapeRectangles(WindowView& view) {
   for (int y = 0; y < height; ++y) {
     const size_t row = rectangles.size();
     for (int x = 0; x < width;) {
-      while (x < width && !view.IsInShape(x, y))
-        ++x;
       const int left = x;
-      while (x < width && view.IsInShape(x, y))
-        ++x;
-      if (x > left) rectangles.push_back({left, y, x, y + 1});
+      const bool inside = view.IsInShape(x, y);
+      x = view.ShapeRunEnd(x, y);
+      if (inside) rectangles.push_back({left, y, x, y + 1});
     }
     const size_t count = rectangles.size() - row;
     const bool like_above =

@@ -136,6 +136,15 @@ bool WindowView::IsInShape(int32_t x_pixels, int32_t y_pixels) {
   return background_.Row(y_pixels)[x_pixels] >> 24 >= kSeenAlpha;
 }
 
+int32_t WindowView::ShapeRunEnd(int32_t x_pixels, int32_t y_pixels) {
+  const bool inside = IsInShape(x_pixels, y_pixels);
+  const uint32_t* row = background_.Row(y_pixels);
+  int32_t x = x_pixels + 1;
+  while (x < background_.width && (row[x] >> 24 >= kSeenAlpha) == inside)
+    ++x;
+  return x;
+}
+
 void WindowView::RepaintAll() {
   all_dirty_ = true;
   if (host_) host_->RepaintArea({0, 0, width_ * scale_, height_ * scale_});

@@ -81,6 +81,9 @@ class WindowView : private ControlHost {
   const Bitmap& Compose();
   /// The window's shape: true where the background is to be seen. Changes with skin and size.
   bool IsInShape(int32_t x_pixels, int32_t y_pixels);
+  /// Where the run of pixels ends that are in the shape as that pixel is, or out of it; to go through rows
+  /// fast.
+  int32_t ShapeRunEnd(int32_t x_pixels, int32_t y_pixels);
   /// Everything is to be painted anew.
   void RepaintAll();
   /// Gives the bitmaps' memory back while the window is hidden.
