@@ -39,15 +39,16 @@ struct Flag {
   std::u16string_view name;
   bool CommandLine::*member;
 };
-constexpr std::array<Flag, 9> kFlags = {{{u"add", &CommandLine::add},
-                                         {u"play", &CommandLine::play},
-                                         {u"pause", &CommandLine::pause},
-                                         {u"stop", &CommandLine::stop},
-                                         {u"next", &CommandLine::next},
-                                         {u"prev", &CommandLine::previous},
-                                         {u"exit", &CommandLine::exit},
-                                         {u"demo", &CommandLine::demo},
-                                         {u"autoclose", &CommandLine::auto_close}}};
+constexpr std::array<Flag, 10> kFlags = {{{u"add", &CommandLine::add},
+                                          {u"play", &CommandLine::play},
+                                          {u"pause", &CommandLine::pause},
+                                          {u"stop", &CommandLine::stop},
+                                          {u"next", &CommandLine::next},
+                                          {u"prev", &CommandLine::previous},
+                                          {u"exit", &CommandLine::exit},
+                                          {u"demo", &CommandLine::demo},
+                                          {u"autoclose", &CommandLine::auto_close},
+                                          {u"status", &CommandLine::status}}};
 
 enum class SwitchResult { kTaken, kBadValue, kUnknown };
 

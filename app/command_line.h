@@ -31,6 +31,9 @@ namespace melorin {
 ///   /log=FILE         write one JSON object a line for every event (see EventLog); first instance only
 ///   /data=FOLDER      keep settings and lists there; first instance only
 ///   /exit             end the running player
+///   /status           print what the running player does as one line of JSON (see status_report.h) to
+///   standard
+///                     output; starts no player
 ///
 /// Switches may begin with '-' and are read without case. Given to a second instance, all of them act on the
 /// running player. A text that begins with '/' and is no known switch is a path when it holds a further '/',
@@ -48,6 +51,7 @@ struct CommandLine {
   bool exit = false;
   bool demo = false;
   bool auto_close = false;
+  bool status = false;
   /// Not a command line but files dropped on a window: the settings about command lines do not apply.
   bool dropped = false;
   std::optional<int> mode;

@@ -6,45 +6,17 @@
 
 namespace melorin {
 
-std::string JsonText(std::u16string_view text) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  std::string json = "\"";
-  for (char c : Utf8FromUtf16(text)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      json += '\\';
-      json += c;
-    } else if (byte < 0x20) {
-      json += "\\u00";
-      json += kDigits[byte >> 4];
-      json += kDigits[byte & 15];
-    } else {
-      json += c;
-    }
-  }
-  return json + '"';
-}
-
-LogEntry::LogEntry(std::string_view event) : json_("{\"event\":\"") {
-  json_ += event;
-  json_ += '"';
-}
-
-void LogEntry::Key(std::string_view key) {
-  json_ += ",\"";
-  json_ += key;
-  json_ += "\":";
+LogEntry::LogEntry(std::string_view event) {
+  json_.BeginObject().Key("event").String(event);
 }
 
 LogEntry& LogEntry::Add(std::string_view key, std::u16string_view text) {
-  Key(key);
-  json_ += JsonText(text);
+  json_.Key(key).String(Utf8FromUtf16(text));
   return *this;
 }
 
 LogEntry& LogEntry::Add(std::string_view key, uint32_t number) {
-  Key(key);
-  json_ += std::to_string(number);
+  json_.Key(key).Number(number);
   return *this;
 }
 

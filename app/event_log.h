@@ -28,6 +28,7 @@
 #include <string_view>
 
 #include "app/win_handle.h"
+#include "platform/json_writer.h"
 
 namespace melorin {
 
@@ -38,15 +39,11 @@ class LogEntry {
   LogEntry& Add(std::string_view key, std::u16string_view text);
   LogEntry& Add(std::string_view key, uint32_t number);
   /// The whole object, without a line end.
-  std::string Json() const { return json_ + "}"; }
+  std::string Json() const { return json_.Text() + "}"; }
 
  private:
-  void Key(std::string_view key);
-  std::string json_;
+  JsonWriter json_;
 };
-
-/// `text` as a JSON string with its quotes. A lone surrogate becomes U+FFFD.
-std::string JsonText(std::u16string_view text);
 
 /// Milliseconds since this process was started.
 uint32_t ProcessAgeMs();

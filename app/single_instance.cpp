@@ -42,6 +42,11 @@ std::u16string ReadHandedOver(const InstanceBlock& block) {
   return text;
 }
 
+std::string ReadAnswer(const InstanceBlock& block) {
+  const uint32_t length = std::min(ReadOnce(block.answer_length), InstanceBlock::kAnswerCapacity);
+  return std::string(block.answer, length);
+}
+
 SingleInstance::SingleInstance(std::u16string name) : name_(std::move(name)) {}
 
 SingleInstance::~SingleInstance() {
@@ -103,25 +108,48 @@ SingleInstance::Role SingleInstance::HandOver(const std::u16string& command_line
     ResetEvent(taken_.get());
     std::memcpy(block_->text, command_line.data(), command_line.size() * sizeof(char16_t));
     block_->length = static_cast<uint32_t>(command_line.size());
+    const uint32_t request = ReadOnce(block_->request) + 1;
+    block_->request = request;
     SetEvent(command_.get());
-    const std::array<HANDLE, 2> answer = {taken_.get(), owner_.get()};
-    result = WaitForMultipleObjects(2, answer.data(), FALSE, LeftUntil(deadline));
-    if (result == WAIT_OBJECT_0) role = Role::kHandedOver;
-    // The running instance ended or died before it read the command line: it is this one's own now.
-    if (result == WAIT_OBJECT_0 + 1 || result == WAIT_ABANDONED_0 + 1) role = Role::kFirst;
-    // Nobody shall read it after this one gave up or keeps it.
-    if (role != Role::kHandedOver) ResetEvent(command_.get());
+    role = WaitUntilTaken(request, deadline);
+    if (role == Role::kHandedOver) {
+      answer_ = ReadAnswer(*block_.get());
+    } else {
+      // Nobody shall read it after this one gave up or keeps it.
+      ResetEvent(command_.get());
+    }
   }
   ReleaseMutex(sender_.get());
   return role;
 }
 
-bool SingleInstance::Listen(std::function<bool(std::u16string)> take) {
+SingleInstance::Role SingleInstance::WaitUntilTaken(uint32_t request, uint32_t deadline_ms) const {
+  const std::array<HANDLE, 2> events = {taken_.get(), owner_.get()};
+  for (;;) {
+    const DWORD result = WaitForMultipleObjects(2, events.data(), FALSE, LeftUntil(deadline_ms));
+    // The running instance ended or died before it took the command line: it is this one's own now.
+    if (result == WAIT_OBJECT_0 + 1 || result == WAIT_ABANDONED_0 + 1) return Role::kFirst;
+    if (result != WAIT_OBJECT_0) return Role::kNotTaken;
+    if (ReadOnce(block_->answered_request) == request) return Role::kHandedOver;
+  }
+}
+
+void SingleInstance::GiveAnswer(uint32_t request, const std::string& answer) {
+  const size_t length = answer.size() <= InstanceBlock::kAnswerCapacity ? answer.size() : 0;
+  std::memcpy(block_->answer, answer.data(), length);
+  block_->answer_length = static_cast<uint32_t>(length);
+  block_->answered_request = request;
+  SetEvent(taken_.get());
+}
+
+bool SingleInstance::Listen(Take take) {
   if (!owns_) return false;
   return listener_.Start([this, take = std::move(take)] {
     const std::array<HANDLE, 2> events = {quit_.get(), command_.get()};
     while (WaitForMultipleObjects(2, events.data(), FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
-      if (take(ReadHandedOver(*block_.get()))) SetEvent(taken_.get());
+      const uint32_t request = ReadOnce(block_->request);
+      if (const std::optional<std::string> answer = take(ReadHandedOver(*block_.get())))
+        GiveAnswer(request, *answer);
     }
   });
 }

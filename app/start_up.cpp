@@ -4,12 +4,15 @@
 #include <commctrl.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "app/command_line.h"
 #include "app/component_runtime.h"
 #include "app/main_window.h"
 #include "app/single_instance.h"
+#include "app/standard_output.h"
+#include "app/status_report.h"
 #include "doc/settings_location.h"
 #include "platform/com.h"
 #include "platform/file.h"
@@ -47,7 +50,10 @@ int RunWindow(HINSTANCE instance, int show, SingleInstance& single, const SoundL
   player.LoadSettings();
   if (!window.Create(show)) return 3;
   player.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
-  single.Listen([&window](std::u16string text) { return window.PostCommandLine(std::move(text)); });
+  single.Listen([&window](std::u16string text) -> std::optional<std::string> {
+    if (!window.PostCommandLine(std::move(text))) return std::nullopt;
+    return std::string();
+  });
   player.Start(std::move(line));
   const int exit_code = window.Run();
   single.StopListening();
@@ -72,15 +78,18 @@ int RunPlayer(HINSTANCE instance, int show) {
   SetUpLocale();
 
   const std::vector<std::u16string> arguments = SplitCommandLine(AsChar16(GetCommandLineW()), true);
+  const bool asks = ParseArguments(arguments).status;
   SingleInstance single;
   switch (single.Enter(JoinArguments(FullArguments(arguments)))) {
     case SingleInstance::Role::kHandedOver:
+      return asks && !single.Answer().empty() && PrintLine(single.Answer()) ? 0 : 1;
     case SingleInstance::Role::kNotTaken:
       return 1;
     case SingleInstance::Role::kFirst:
     case SingleInstance::Role::kUnavailable:
       break;
   }
+  if (asks) return PrintLine(FormatNotRunning()) ? 0 : 1;
 
   const ComponentRuntime runtime;
   const INITCOMMONCONTROLSEX controls = {sizeof(INITCOMMONCONTROLSEX), ICC_WIN95_CLASSES | ICC_BAR_CLASSES};

@@ -11,7 +11,7 @@ namespace melorin {
 void SetUpLocale();
 
 /// Runs the player: 0 after an ordinary end, 1 when the command line went to a running instance, else the
-/// failure.
+/// failure. For "/status": 0 when an answer was printed, and nothing is started.
 int RunPlayer(HINSTANCE instance, int show);
 
 }  // namespace melorin

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "cli/json_writer.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 #include "sound/sheet_tracks.h"
 

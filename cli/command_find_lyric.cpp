@@ -2,12 +2,12 @@
 //
 // melorin-cli find-lyric: which lyric file the player would show for a song.
 #include "cli/commands.h"
-#include "cli/json_writer.h"
 #include "cli/result_text.h"
 #include "doc/settings.h"
 #include "lyrics/lyric_finder.h"
 #include "lyrics/song_key.h"
 #include "platform/file.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 #include "playlist/item_info.h"
 

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "cli/commands.h"
-#include "cli/json_writer.h"
 #include "cli/result_text.h"
 #include "platform/com_ptr.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 #include "sound/exports.h"
 #include "tags/tag_scan.h"

@@ -5,7 +5,7 @@
 
 #include "cli/command_list_input.h"
 #include "cli/commands.h"
-#include "cli/json_writer.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 
 namespace melorin {

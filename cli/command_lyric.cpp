@@ -5,11 +5,11 @@
 #include <optional>
 
 #include "cli/commands.h"
-#include "cli/json_writer.h"
 #include "cli/result_text.h"
 #include "lyrics/lyric_file.h"
 #include "lyrics/lyric_tags.h"
 #include "platform/file.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 #include "playlist/item_info.h"
 

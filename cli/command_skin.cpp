@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "cli/commands.h"
-#include "cli/json_writer.h"
 #include "cli/skin_input.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 #include "skin/skin_check.h"
 #include "skin/skin_elements.h"

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
 // What the player understands of its command line, and that a command line survives the way to another
-// instance.
+// instance; and what is told of the player to scripts.
 #include <gtest/gtest.h>
 
 #include "app/command_line.h"
 #include "app/event_log.h"
 #include "app/player_text.h"
+#include "app/status_report.h"
 
 namespace melorin {
 namespace {
@@ -83,8 +84,33 @@ TEST(AppText, TimesAndPositionsStayWithinTheTrack) {
   EXPECT_EQ(PositionAt(4000, 0, 4000, 0xFFFFFFFF), 0xFFFFFFFEu);
 }
 
-TEST(AppLog, TextIsValidJson) {
-  EXPECT_EQ(JsonText(u"a\"b\\c\n晨"), "\"a\\\"b\\\\c\\u000a\xE6\x99\xA8\"");
+TEST(AppLog, EntriesAreJson) {
+  EXPECT_EQ(LogEntry("opened").Add("file", u"a\"b\\晨").Add("ms", 5).Json(),
+            "{\"event\":\"opened\",\"file\":\"a\\\"b\\\\晨\",\"ms\":5}");
+}
+
+TEST(AppStatus, OneLineOfJson) {
+  EXPECT_EQ(FormatNotRunning(), "{\"state\":\"not_running\"}");
+  PlayerStatusReport report;
+  report.state = ShownState::kPlaying;
+  report.list = u"默认";
+  report.index = 7;
+  report.file = u"C:\\音乐\\a\n.mp3";
+  report.title = u"晨露";
+  report.position_ms = 1;
+  report.duration_ms = 0xFFFFFFFF;
+  report.volume = 80;
+  report.mute = true;
+  report.lyric = u"\"一行\"";
+  report.windows = {"player", "playlist"};
+  report.lists = {u"默认", u"古典"};
+  report.entries = 12;
+  report.mode = 3;
+  EXPECT_EQ(FormatStatus(report),
+            R"({"state":"playing","list":"默认","index":7,"file":"C:\\音乐\\a\n.mp3","title":"晨露",)"
+            R"("position_ms":1,"duration_ms":4294967295,"volume":80,"mute":true,"lyric":"\"一行\"",)"
+            R"("windows":["player","playlist"],"lists":["默认","古典"],"entries":12,"mode":3,"skin":""})");
+  EXPECT_NE(FormatStatus({}).find(R"("state":"stopped","list":"","index":null,)"), std::string::npos);
 }
 
 }  // namespace

@@ -31,8 +31,9 @@ TEST(AppSingleInstance, EverySenderIsHeardOnce) {
   std::multiset<std::u16string> heard;
   ASSERT_TRUE(first.Listen([&](std::u16string text) {
     const std::lock_guard hold(lock);
+    std::string answer(text.begin(), text.end());
     heard.insert(std::move(text));
-    return true;
+    return answer;
   }));
   std::multiset<std::u16string> sent;
   std::atomic<int> handed_over{0};
@@ -42,7 +43,10 @@ TEST(AppSingleInstance, EverySenderIsHeardOnce) {
     sent.insert(text);
     senders.emplace_back([&, text] {
       SingleInstance second(name);
-      if (second.Enter(text) == Role::kHandedOver) ++handed_over;
+      if (second.Enter(text) != Role::kHandedOver) return;
+      ++handed_over;
+      // Each gets the answer to its own.
+      EXPECT_EQ(second.Answer(), std::string(text.begin(), text.end()));
     });
   }
   for (std::thread& sender : senders)
@@ -71,7 +75,7 @@ TEST(AppSingleInstance, AFirstInstanceThatEndsWhileAskedIsReplaced) {
     std::atomic<bool> asked{false};
     ASSERT_TRUE(first.Listen([&](std::u16string) {
       asked = true;
-      return false;
+      return std::nullopt;
     }));
     sender = std::thread([&] {
       SingleInstance second(name);
@@ -105,6 +109,40 @@ TEST(AppSingleInstance, LengthsInTheMappingAreNotTrusted) {
   EXPECT_EQ(ReadHandedOver(*block).size(), InstanceBlock::kCapacity);
   block->text[3] = u'\0';
   EXPECT_EQ(ReadHandedOver(*block), u"xxx");
+  block->answer_length = 0xFFFFFFFF;
+  EXPECT_EQ(ReadAnswer(*block).size(), InstanceBlock::kAnswerCapacity);
+}
+
+TEST(AppSingleInstance, ALateAnswerIsNotTakenForThatOfTheNext) {
+  const std::u16string name = UniqueName();
+  SingleInstance first(name);
+  ASSERT_EQ(first.Enter(u""), Role::kFirst);
+  std::atomic<bool> slow{true};
+  ASSERT_TRUE(first.Listen([&](std::u16string text) {
+    while (slow)
+      Sleep(1);
+    return std::string(text.begin(), text.end());
+  }));
+  std::thread([&] {
+    SingleInstance second(name);
+    EXPECT_EQ(second.Enter(u"given up", 100), Role::kNotTaken);
+    EXPECT_EQ(second.Answer(), "");
+    std::thread release([&] {
+      Sleep(100);
+      slow = false;
+    });
+    SingleInstance third(name);
+    EXPECT_EQ(third.Enter(u"next"), Role::kHandedOver);
+    EXPECT_EQ(third.Answer(), "next");
+    SingleInstance fourth(name);
+    EXPECT_EQ(fourth.Enter(u""), Role::kHandedOver);
+    EXPECT_EQ(fourth.Answer(), "");
+    SingleInstance fifth(name);
+    EXPECT_EQ(fifth.Enter(std::u16string(InstanceBlock::kCapacity, u'x')), Role::kHandedOver);
+    EXPECT_EQ(fifth.Answer().size(), InstanceBlock::kCapacity);
+    release.join();
+  }).join();
+  first.StopListening();
 }
 
 }  // namespace

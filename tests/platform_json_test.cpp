@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/json_writer.h"
+#include "platform/json_writer.h"
 #include "platform/text.h"
 
 namespace melorin {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
 // JSON text (RFC 8259) and the repair of malformed UTF-8 on the way into it.
-#include "cli/json_writer.h"
+#include "platform/json_writer.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -75,6 +75,12 @@ JsonWriter& JsonWriter::Number(int64_t value) {
 JsonWriter& JsonWriter::Bool(bool value) {
   BeforeValue();
   text_.append(value ? "true" : "false");
+  return *this;
+}
+
+JsonWriter& JsonWriter::Null() {
+  BeforeValue();
+  text_.append("null");
   return *this;
 }
 

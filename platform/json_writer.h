@@ -24,6 +24,7 @@ class JsonWriter {
   JsonWriter& String(std::string_view utf8);
   JsonWriter& Number(int64_t value);
   JsonWriter& Bool(bool value);
+  JsonWriter& Null();
 
   const std::string& Text() const { return text_; }
 
