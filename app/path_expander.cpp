@@ -92,7 +92,7 @@ class FolderWalk {
 }  // namespace
 
 ExpandedPaths ExpandPaths(const std::vector<std::u16string>& paths, const SoundLibrary& library,
-                          const ListFileOptions& options, const std::atomic<bool>& stop) {
+                          const ListFileOptions& options, const std::atomic<bool>& stop, bool sub_folders) {
   ExpandedPaths expanded;
   expanded.entries = Playlist::Create();
   for (const std::u16string& path : paths) {
@@ -109,7 +109,7 @@ ExpandedPaths ExpandPaths(const std::vector<std::u16string>& paths, const SoundL
       continue;
     }
     std::vector<std::string> files;
-    FolderWalk(library, stop, files).Walk(path_gbk, 0);
+    FolderWalk(library, stop, files).Walk(path_gbk, sub_folders ? 0 : kMaxDepth);
     if (files.empty() && !stop) expanded.problems.push_back(u"文件夹里没有可以播放的文件：" + path);
     for (const std::string& file : files) {
       if (stop) break;

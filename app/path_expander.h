@@ -29,9 +29,10 @@ struct ExpandedPaths {
 /// folders are replaced by the files inside that the library can play, folders after files, deepest 32
 /// levels, at most 100,000 files. Names are ordered as a user expects: digits by value ("2.mp3" before
 /// "10.mp3"), no case. A sheet in a folder that names one audio file stands for that file, others are left
-/// out there, so that nothing is listed twice. `stop`: gives up early with what there is.
-/// Thread: one that has the component runtime.
+/// out there, so that nothing is listed twice. Without `sub_folders` a folder is the files in it only.
+/// `stop`: gives up early with what there is. Thread: one that has the component runtime.
 ExpandedPaths ExpandPaths(const std::vector<std::u16string>& paths, const SoundLibrary& library,
-                          const ListFileOptions& options, const std::atomic<bool>& stop);
+                          const ListFileOptions& options, const std::atomic<bool>& stop,
+                          bool sub_folders = true);
 
 }  // namespace melorin

@@ -68,12 +68,14 @@ std::u16string DescribeTrackFailure(const std::u16string& path, TrackFailure fai
 }  // namespace
 
 Player::Player(const SoundLibrary& library, PlayerFrame& frame, std::string data_folder_gbk)
-    : frame_(frame),
+    : library_(library),
+      frame_(frame),
       session_(std::move(data_folder_gbk),
                [&library](const std::string& path_gbk) { return ReadSheetTracks(library, path_gbk); }),
       control_({frame, *this, session_.Values(), OpenerFor(library, SystemClock()), SystemClock(),
                 SeededRandom(GetTickCount())}),
       jobs_(library, session_, control_, *this),
+      loader_([this](std::function<void()> task) { frame_.PostTask(std::move(task)); }),
       info_([&library](const std::string& path_gbk, uint32_t subtrack,
                        ItemInfo* out) { return ReadItemInfo(library, path_gbk, subtrack, out); },
             FileTimeStamp, [this] { frame_.PostTask([this] { TakeInfo(); }); }) {}
@@ -201,12 +203,14 @@ void Player::OnTrackOpened() {
   if (control_.PlayingList()) entry.Add("list", Utf16FromGbk(control_.PlayingList()->NameGbk()));
   log_.Write(std::move(entry));
   session_.MarkInfoChanged();
+  if (observer_) observer_->OnPlayingChanged();
   frame_.SaveLater(kSaveDelayMs);
   frame_.Refresh();
 }
 
 void Player::OnStateChanged(PlayState state) {
   log_.Write(LogEntry(StateName(state)).Add("ms", control_.PositionMs()));
+  if (observer_) observer_->OnPlayingChanged();
   frame_.Refresh();
 }
 
@@ -218,6 +222,7 @@ void Player::OnTrackFailed(const ItemRef& item, TrackFailure failure, HRESULT re
   log_.Write(
       LogEntry("error").Add("file", path).Add("text", text).Add("code", std::u16string(code, code + 10)));
   if (auto_close_) exit_code_ = 2;
+  if (observer_ && failure == TrackFailure::kFile) observer_->OnEntryFailed(item);
   frame_.ShowMessage(std::u16string(FileNameOf(path)) + u"：" + text);
 }
 
@@ -227,6 +232,7 @@ void Player::OnTrackEnded() {
 
 void Player::OnFinished() {
   log_.Write(LogEntry("finished"));
+  if (observer_) observer_->OnPlayFinished();
   if (auto_close_) frame_.CloseSoon();
   frame_.Refresh();
 }
@@ -254,10 +260,8 @@ void Player::ReportProblem(const std::u16string& text) {
   frame_.ShowMessage(text);
 }
 
-void Player::OnListChanged(const ListEdit& edit) {
-  control_.OnListEdited(*session_.ActiveList(), edit);
-  session_.MarkListsChanged();
-  if (edit.inserted > 0) ReadInfoOf(*session_.ActiveList());
+void Player::ListShown() {
+  if (observer_) observer_->OnListsChanged();
   frame_.SaveLater(kSaveDelayMs);
   frame_.Refresh();
 }
@@ -269,6 +273,7 @@ void Player::OnListsLoaded(size_t read) {
                  .Add("list", Utf16FromGbk(session_.ActiveList()->NameGbk()))
                  .Add("entries", static_cast<uint32_t>(session_.ActiveList()->Size())));
   ReadInfoOf(*session_.ActiveList());
+  if (observer_) observer_->OnListsChanged();
   frame_.Refresh();
 }
 
@@ -283,6 +288,47 @@ std::u16string Player::DemoTune() {
   return WriteDemoTune(GetModuleHandleW(nullptr));
 }
 
+// ---- lists
+
+void Player::ListEdited(Playlist& list, ListEdit edit, const std::u16string& action) {
+  if (!edit.Changed()) return;
+  control_.OnListEdited(list, edit);
+  session_.MarkListsChanged();
+  if (edit.inserted > 0) ReadInfoOf(list);
+  if (observer_) observer_->OnListEdited(list, std::move(edit), action);
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::ListsEdited() {
+  session_.MarkListsChanged();
+  if (observer_) observer_->OnListsChanged();
+  frame_.SaveLater(kSaveDelayMs);
+  frame_.Refresh();
+}
+
+void Player::LoadList(ComPtr<Playlist> list, ListLoader::DoneFunction done) {
+  loader_.Load(std::move(list), session_.ListOptions(), std::move(done));
+}
+
+void Player::ReadListFile(std::string path_gbk, ListLoader::FileFunction done) {
+  loader_.ReadFile(std::move(path_gbk), session_.ListOptions(), std::move(done));
+}
+
+void Player::SaveSoon() {
+  frame_.SaveLater(kSaveDelayMs);
+}
+
+void Player::ReadShownInfo(std::span<const ItemRef> items) {
+  if (ReadInfoModeFrom(session_.Values().play_list.read_info_mode) == ReadInfoMode::kWhenPlayed) return;
+  info_.EnqueueShown(items);
+}
+
+void Player::ReadInfoAgain(std::span<const ItemRef> items) {
+  for (const ItemRef& item : items)
+    info_.Enqueue(item, InfoReader::Again::kYes);
+}
+
 void Player::ReadInfoOf(const Playlist& list) {
   if (ReadInfoModeFrom(session_.Values().play_list.read_info_mode) != ReadInfoMode::kAsAdded) return;
   for (const ItemRef& item : list.Items())
@@ -290,7 +336,10 @@ void Player::ReadInfoOf(const Playlist& list) {
 }
 
 void Player::TakeInfo() {
-  if (!info_.Drain().empty()) session_.MarkInfoChanged();
+  if (!info_.Drain().empty()) {
+    session_.MarkInfoChanged();
+    if (observer_) observer_->OnInfoRead();
+  }
   frame_.Refresh();
 }
 
@@ -310,14 +359,20 @@ bool Player::SaveNow(bool at_end) {
   saved_at_ms_ = GetTickCount();
   Settings& settings = session_.Values();
   control_.StoreResumePoint();
+  std::optional<size_t> begin_with;
   if (session_.HasLists()) {
-    const auto index = control_.PlayingIndex();
-    settings.player.playing_item = index ? static_cast<int32_t>(*index) : -1;
+    // The next start goes on with what plays, so the list that it is in counts, be another one shown.
+    if (control_.PlayingIndex()) begin_with = session_.IndexOf(control_.PlayingList().get());
+    settings.player.playing_item = begin_with ? static_cast<int32_t>(*control_.PlayingIndex()) : -1;
   }
-  const Result lists = session_.SaveLists(at_end);
+  // Not while a list is read from the same folder.
+  if (at_end) loader_.WaitForRead();
+  const bool waits = loader_.IsBusy() && !at_end;
+  if (waits) frame_.SaveLater(kSaveDelayMs);
+  const Result lists = waits ? Result::kNothingToDo : session_.SaveLists(at_end);
   const int32_t mode = settings.player.play_mode;
   settings.player.play_mode = users_mode_.value_or(mode);
-  const Result saved = session_.SaveSettings();
+  const Result saved = session_.SaveSettings(begin_with);
   settings.player.play_mode = mode;
   log_.Write(LogEntry("saved")
                  .Add("settings", saved == Result::kSaved ? 1u : 0u)
@@ -329,6 +384,7 @@ bool Player::SaveNow(bool at_end) {
 
 bool Player::Close() {
   jobs_.Stop();
+  loader_.Stop();
   info_.Stop();
   // Before the track is left: its position belongs to what is saved.
   bool saved = SaveNow(true);

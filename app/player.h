@@ -5,9 +5,15 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "app/event_log.h"
+#include "app/list_loader.h"
+#include "app/list_observer.h"
 #include "app/player_jobs.h"
 #include "app/session.h"
 #include "playback/player_control.h"
@@ -71,6 +77,38 @@ class Player final : private PlayerListener, private JobHost {
   void SetMode(PlayMode mode) override;
   void CycleMode();
 
+  // ---- lists
+
+  Session& Data() { return session_; }
+  /// May be null.
+  void SetListObserver(ListObserver* observer) { observer_ = observer; }
+  /// The list was edited: whoever has to know is told, the observer last. An empty action is no step of its
+  /// own for undo.
+  void ListEdited(Playlist& list, ListEdit edit, const std::u16string& action);
+  /// Names, order or number of the lists have changed.
+  void ListsEdited();
+  /// Reads a list that is not loaded on the worker.
+  void LoadList(ComPtr<Playlist> list, ListLoader::DoneFunction done);
+  /// See PlayerJobs.
+  void AddTo(ComPtr<Playlist> list, std::vector<std::u16string> paths, std::optional<size_t> before,
+             bool sub_folders = true) {
+    jobs_.AddTo(std::move(list), std::move(paths), before, sub_folders);
+  }
+  /// Reads a list file on the worker; see ListLoader.
+  void ReadListFile(std::string path_gbk, ListLoader::FileFunction done);
+  /// Another list is shown.
+  void ListShown();
+  /// Tells the user; a problem also goes into the log.
+  void Tell(const std::u16string& text) { frame_.ShowMessage(text); }
+  void Report(const std::u16string& text) { ReportProblem(text); }
+  /// The settings have changed.
+  void SaveSoon();
+  /// These are in view now.
+  void ReadShownInfo(std::span<const ItemRef> items);
+  void ReadInfoAgain(std::span<const ItemRef> items);
+  const SoundLibrary& Library() const { return library_; }
+  void PostToUi(std::function<void()> task) { frame_.PostTask(std::move(task)); }
+
   // ---- what the window brings
 
   /// About four times a second while playing.
@@ -94,7 +132,10 @@ class Player final : private PlayerListener, private JobHost {
 
   void PostTask(std::function<void()> task) override { frame_.PostTask(std::move(task)); }
   void ReportProblem(const std::u16string& text) override;
-  void OnListChanged(const ListEdit& edit) override;
+  void OnListChanged(Playlist& list, ListEdit edit, const std::u16string& action) override {
+    ListEdited(list, std::move(edit), action);
+  }
+  void OnListShown() override { ListShown(); }
   void OnListsLoaded(size_t read) override;
   void SetAutoClose() override;
   void CloseSoon() override { frame_.CloseSoon(); }
@@ -104,11 +145,14 @@ class Player final : private PlayerListener, private JobHost {
   void TakeInfo();
   std::u16string Tag(const char* name) const;
 
+  const SoundLibrary& library_;
   PlayerFrame& frame_;
+  ListObserver* observer_ = nullptr;
   EventLog log_;
   Session session_;
   PlayerControl control_;
   PlayerJobs jobs_;
+  ListLoader loader_;
   InfoReader info_;
   std::u16string start_problem_;  ///< Told when there is a window to tell it in.
   uint32_t logged_second_ = 0;

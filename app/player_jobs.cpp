@@ -15,6 +15,7 @@ namespace melorin {
 namespace {
 
 constexpr uint32_t kSameActionMs = 1000;
+constexpr char16_t kAddAction[] = u"添加";
 
 }  // namespace
 
@@ -38,8 +39,25 @@ void PlayerJobs::LoadLists() {
 }
 
 void PlayerJobs::Execute(CommandLine line) {
+  Job job;
+  job.line = std::move(line);
+  Push(std::move(job));
+}
+
+void PlayerJobs::AddTo(ComPtr<Playlist> list, std::vector<std::u16string> paths, std::optional<size_t> before,
+                       bool sub_folders) {
+  if (paths.empty()) return;
+  Job job;
+  job.line.paths = std::move(paths);
+  job.list = std::move(list);
+  job.before = before;
+  job.sub_folders = sub_folders;
+  Push(std::move(job));
+}
+
+void PlayerJobs::Push(Job job) {
   if (stopped_) return;
-  jobs_.push_back(std::move(line));
+  jobs_.push_back(std::move(job));
   if (lists_loaded_ && jobs_.size() == 1) StartNext();
 }
 
@@ -50,19 +68,19 @@ void PlayerJobs::Stop() {
 
 void PlayerJobs::StartNext() {
   if (jobs_.empty()) return;
-  const CommandLine& job = jobs_.front();
+  const CommandLine& job = jobs_.front().line;
   if (job.paths.empty()) {
     ExpandedPaths nothing;
     nothing.entries = Playlist::Create();
     Finish(std::move(nothing));
     return;
   }
-  const bool started = worker_.Start(
-      [this, paths = job.paths, options = session_.ListOptions()](const std::atomic<bool>& stop) {
-        auto expanded = std::make_shared<ExpandedPaths>(ExpandPaths(paths, library_, options, stop));
-        if (stop) return;
-        host_.PostTask([this, expanded = std::move(expanded)] { Finish(std::move(*expanded)); });
-      });
+  const bool started = worker_.Start([this, paths = job.paths, sub_folders = jobs_.front().sub_folders,
+                                      options = session_.ListOptions()](const std::atomic<bool>& stop) {
+    auto expanded = std::make_shared<ExpandedPaths>(ExpandPaths(paths, library_, options, stop, sub_folders));
+    if (stop) return;
+    host_.PostTask([this, expanded = std::move(expanded)] { Finish(std::move(*expanded)); });
+  });
   if (started) return;
   host_.ReportProblem(u"内存不足");
   jobs_.pop_front();
@@ -70,7 +88,14 @@ void PlayerJobs::StartNext() {
 
 void PlayerJobs::Finish(ExpandedPaths expanded) {
   if (jobs_.empty() || stopped_) return;
-  const CommandLine line = std::move(jobs_.front());
+  const Job job = std::move(jobs_.front());
+  const CommandLine& line = job.line;
+  if (job.list) {
+    Insert(job, expanded);
+    jobs_.pop_front();
+    StartNext();
+    return;
+  }
   if (line.auto_close) host_.SetAutoClose();
   for (const std::u16string& problem : line.problems)
     host_.ReportProblem(problem);
@@ -96,6 +121,16 @@ void PlayerJobs::Finish(ExpandedPaths expanded) {
   StartNext();
 }
 
+void PlayerJobs::Insert(const Job& job, const ExpandedPaths& expanded) {
+  for (const std::u16string& problem : expanded.problems)
+    host_.ReportProblem(problem);
+  // A list that was deleted meanwhile takes nothing any more.
+  if (expanded.entries->IsEmpty() || !job.list->IsLoaded() || !session_.IndexOf(job.list.get())) return;
+  host_.OnListChanged(
+      *job.list, InsertEntries(*job.list, job.before.value_or(job.list->Size()), expanded.entries->Items()),
+      kAddAction);
+}
+
 void PlayerJobs::AddDemo(ExpandedPaths& expanded) {
   const std::u16string path = host_.DemoTune();
   if (path.empty()) {
@@ -107,10 +142,12 @@ void PlayerJobs::AddDemo(ExpandedPaths& expanded) {
 
 ComPtr<Playlist> PlayerJobs::TargetList(const CommandLine& line) {
   const GeneralSettings& general = session_.Values().general;
-  if (!line.list_name.empty()) return session_.Activate(GbkFromUtf16(line.list_name));
-  if (general.default_list_on_cmd != 0 && !line.dropped)
-    return session_.Activate(general.str_default_list_gbk);
-  return session_.ActiveList();
+  if (line.list_name.empty() && (general.default_list_on_cmd == 0 || line.dropped))
+    return session_.ActiveList();
+  const ComPtr<Playlist>& list =
+      session_.Activate(line.list_name.empty() ? general.str_default_list_gbk : GbkFromUtf16(line.list_name));
+  host_.OnListShown();
+  return list;
 }
 
 void PlayerJobs::Load(const CommandLine& line, const ExpandedPaths& expanded) {
@@ -121,16 +158,17 @@ void PlayerJobs::Load(const CommandLine& line, const ExpandedPaths& expanded) {
     host_.ReportProblem(u"无法读取播放列表：" + Utf16FromGbk(list->NameGbk()));
     return;
   }
-  if (control_.PlayingList().get() != list.get()) control_.SetPlayingList(list, std::nullopt);
+  const bool stays = line.add && (line.list_name.empty() || control_.HasTrack());
+  if (!stays && control_.PlayingList().get() != list.get()) control_.SetPlayingList(list, std::nullopt);
   if (items.empty()) return;
   if (line.add) {
-    host_.OnListChanged(InsertEntries(*list, list->Size(), items));
+    host_.OnListChanged(*list, InsertEntries(*list, list->Size(), items), kAddAction);
     return;
   }
   if (ClearsList(line) && !list->IsEmpty()) {
     std::vector<size_t> all(list->Size());
     std::iota(all.begin(), all.end(), size_t{0});
-    host_.OnListChanged(RemoveEntries(*list, all));
+    host_.OnListChanged(*list, RemoveEntries(*list, all), u"清空列表");
   }
   AppendAndPlay(list, items);
 }
@@ -156,7 +194,8 @@ void PlayerJobs::AppendAndPlay(const ComPtr<Playlist>& list, const std::vector<I
     if (known == places.end()) added.push_back(items[i]);
     if (i == 0 && known != places.end()) first = known->second;
   }
-  if (!added.empty()) host_.OnListChanged(InsertEntries(*list, list->Size(), std::move(added)));
+  if (!added.empty())
+    host_.OnListChanged(*list, InsertEntries(*list, list->Size(), std::move(added)), kAddAction);
   control_.OpenEntry(first);
 }
 

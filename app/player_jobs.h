@@ -25,7 +25,9 @@ class JobHost {
   /// Runs the task on the UI thread, later and in order; it may be dropped when the window goes. Thread: any.
   virtual void PostTask(std::function<void()> task) = 0;
   virtual void ReportProblem(const std::u16string& text) = 0;
-  virtual void OnListChanged(const ListEdit& edit) = 0;  ///< Of the active list.
+  /// `action`: what the edit is called when it is to be taken back.
+  virtual void OnListChanged(Playlist& list, ListEdit edit, const std::u16string& action) = 0;
+  virtual void OnListShown() = 0;  ///< Another list is the active one.
   virtual void OnListsLoaded(size_t read) = 0;
   virtual void SetAutoClose() = 0;
   virtual void SetMode(PlayMode mode) = 0;
@@ -42,7 +44,8 @@ class JobHost {
 /// only) to the one that "strDefaultList" names; that list becomes the active and the playing one. Entries
 /// that are in the list already are not added again but played where they are; with "/add" all are appended
 /// and what plays goes on. "ClearListOnCmd" empties the list first; dropped files and "/add" never do, nor a
-/// command line that follows another within a second: several files opened at once come as one each.
+/// command line that follows another within a second: several files opened at once come as one each. With
+/// "/add" the playing list stays what it is while it has a track.
 ///
 /// Thread: the UI thread.
 class PlayerJobs {
@@ -53,12 +56,25 @@ class PlayerJobs {
   /// Reads the stored lists; what is asked for meanwhile waits for them.
   void LoadLists();
   void Execute(CommandLine line);
+  /// Adds what the paths stand for to that list, before the entry that is there then; nothing: at the end.
+  /// Nothing else changes. The list must be loaded. Without `sub_folders` a folder is the files in it only.
+  void AddTo(ComPtr<Playlist> list, std::vector<std::u16string> paths, std::optional<size_t> before,
+             bool sub_folders = true);
   /// Nothing is executed any more.
   void Stop();
 
  private:
+  struct Job {
+    CommandLine line;
+    ComPtr<Playlist> list;  ///< Of AddTo, which has nothing but paths.
+    std::optional<size_t> before;
+    bool sub_folders = true;
+  };
+
+  void Push(Job job);
   void StartNext();
   void Finish(ExpandedPaths expanded);
+  void Insert(const Job& job, const ExpandedPaths& expanded);
   void AddDemo(ExpandedPaths& expanded);
   void Load(const CommandLine& line, const ExpandedPaths& expanded);
   ComPtr<Playlist> TargetList(const CommandLine& line);
@@ -71,7 +87,7 @@ class PlayerJobs {
   PlayerControl& control_;
   JobHost& host_;
   Worker worker_;
-  std::deque<CommandLine> jobs_;  ///< The first is under way, once the lists are there.
+  std::deque<Job> jobs_;  ///< The first is under way, once the lists are there.
   bool lists_loaded_ = false;
   bool stopped_ = false;
   std::optional<uint32_t> loaded_at_ms_;  ///< When a command line last brought entries.

@@ -88,11 +88,45 @@ const ComPtr<Playlist>& Session::Activate(const std::string& name_gbk) {
   return lists_.At(found);
 }
 
-Session::SaveResult Session::SaveSettings() {
+std::optional<size_t> Session::IndexOf(const Playlist* list) const {
+  for (size_t i = 0; i < lists_.Size(); ++i)
+    if (lists_.At(i).get() == list) return i;
+  return std::nullopt;
+}
+
+size_t Session::AddList(ComPtr<Playlist> list) {
+  lists_.Append(std::move(list));
+  lists_changed_ = true;
+  return lists_.Size() - 1;
+}
+
+void Session::RenameList(size_t index, std::string name_gbk) {
+  lists_.At(index)->SetName(std::move(name_gbk));
+  lists_changed_ = true;
+}
+
+void Session::RemoveList(size_t index) {
+  lists_.Remove(index);
+  if (lists_.Size() == 0) lists_.Append(Playlist::Create(DefaultListNameGbk()));
+  if (active_ > index || active_ == lists_.Size()) --active_;
+  lists_changed_ = true;
+}
+
+void Session::MoveList(size_t index, size_t to) {
+  const ComPtr<Playlist> active = lists_.At(active_);
+  for (; index < to; ++index)
+    lists_.Swap(index, index + 1);
+  for (; index > to; --index)
+    lists_.Swap(index, index - 1);
+  active_ = IndexOf(active.get()).value_or(0);
+  lists_changed_ = true;
+}
+
+Session::SaveResult Session::SaveSettings(std::optional<size_t> active) {
   if (keep_settings_file_) return SaveResult::kNothingToDo;
   if (HasLists()) {
     settings_.player.play_lists = static_cast<int32_t>(lists_.Size());
-    settings_.player.active_list = static_cast<int32_t>(active_);
+    settings_.player.active_list = static_cast<int32_t>(active.value_or(active_));
   }
   return settings_.Save(SettingsPath(data_folder_gbk_), kProgramVersion) ? SaveResult::kSaved
                                                                          : SaveResult::kFailed;

@@ -4,6 +4,7 @@
 // from the data folder and back. No windows.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,7 +62,20 @@ class Session {
   /// The list of that name (compared without case), made when there is none, becomes the active one, unless
   /// it cannot be read: then it is returned unloaded. An empty name is the default list's.
   const ComPtr<Playlist>& Activate(const std::string& name_gbk);
-  /// The active list's entries have changed.
+  /// The active list is the one that is shown; it must be loaded. What plays may be in another.
+  void Show(size_t index) { active_ = index; }
+  /// Nothing for a list that was deleted.
+  std::optional<size_t> IndexOf(const Playlist* list) const;
+  /// Behind the others. Names need not be different.
+  size_t AddList(ComPtr<Playlist> list);
+  /// A list that is not loaded cannot be renamed: load it first. See SaveAllLists.
+  void RenameList(size_t index, std::string name_gbk);
+  /// When it was the active one, a neighbour becomes that: load it first. When it was the last one there is
+  /// an empty one in its place.
+  void RemoveList(size_t index);
+  /// The list is at `to` afterwards; those between move by one.
+  void MoveList(size_t index, size_t to);
+  /// A list's entries have changed.
   void MarkListsChanged() { lists_changed_ = true; }
   /// What is known of some entries' files has changed: worth saving, but not at once.
   void MarkInfoChanged() { info_changed_ = true; }
@@ -69,8 +83,9 @@ class Session {
   // ---- saving
 
   enum class SaveResult { kNothingToDo, kSaved, kFailed };
-  /// kFailed leaves the old files as they were.
-  SaveResult SaveSettings();
+  /// kFailed leaves the old files as they were. `active`: the list to begin with next time; nothing: the
+  /// active one.
+  SaveResult SaveSettings(std::optional<size_t> active = {});
   /// `with_info`: also when no more than information has changed.
   SaveResult SaveLists(bool with_info);
 

@@ -321,6 +321,10 @@ void PlayerControl::OnNextTrackTimer() {
   // One that was under way when the timer was stopped.
   if (!next_due_) return;
   CancelTimer();
+  if (!list_ && Mode() != PlayMode::kRepeatOne) {
+    listener_.OnFinished();
+    return;
+  }
   const AfterEnd next = ChooseAfterEnd(Mode(), Count(), PlaceBeforeNext(), order_);
   switch (next.action) {
     case AfterEnd::Action::kPlay:

@@ -123,7 +123,7 @@ class PlayerControl final : private EventTarget {
   // ---- commands
 
   /// Makes the list the playing one. What plays goes on; the next entry comes from this list. `index` is the
-  /// entry that counts as the playing one.
+  /// entry that counts as the playing one. Null: nothing follows, but for an entry that is repeated.
   void SetPlayingList(ComPtr<Playlist> list, std::optional<size_t> index);
   /// Opens the entry of the playing list. play_now: plays it too; on failure, when the settings say so, goes
   /// on with what follows. False when it could not be opened or played, or there is no such entry.
