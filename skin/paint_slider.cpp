@@ -14,6 +14,13 @@ void DrawCentred(Bitmap& target, const SkinRect& place, const SkinRect& clip, co
 
 }  // namespace
 
+SkinRect SkinPainter::SliderThumbOf(const SkinRect& position, const SkinSlider& slider, double value) {
+  const Bitmap* thumb = images_.Get(slider.thumb_image);
+  const SkinRect cell = thumb != nullptr ? ThumbCell(*thumb, ControlState::kNormal) : SkinRect{};
+  return SliderThumb(ScaledPosition(position, images_.Scale()), cell.Width(), cell.Height(), slider.vertical,
+                     value);
+}
+
 void SkinPainter::PaintSlider(const SkinRect& position, const SkinSlider& slider, const SliderLook& look) {
   const SkinRect place = ScaledPosition(position, images_.Scale());
   const Bitmap* bar = images_.Get(slider.bar_image);

@@ -102,6 +102,12 @@ void SkinPainter::PaintLed(const SkinLed& led, std::string_view digits) {
   }
 }
 
+int32_t SkinPainter::LedCharactersIn(const SkinLed& led) {
+  const Bitmap* image = images_.Get(led.image);
+  const int32_t width = image != nullptr ? image->width / kLedCells : 0;
+  return width > 0 ? ScaledPosition(led.position, images_.Scale()).Width() / width : 0;
+}
+
 void SkinPainter::PaintText(const SkinRect& position, const SkinText& style, std::string_view text_gbk,
                             int32_t shift, bool ellipsis) {
   const int32_t scale = images_.Scale();

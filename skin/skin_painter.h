@@ -53,6 +53,10 @@ class SkinPainter {
                     ControlState hot_state);
   void PaintScrollBar(const SkinRect& position, const SkinScrollBar& bar, const ScrollBarLook& look);
 
+  /// Where PaintSlider paints the thumb, in pixels of the target; without a size when it has no image.
+  SkinRect SliderThumbOf(const SkinRect& position, const SkinSlider& slider, double value);
+  /// How many digits find place.
+  int32_t LedCharactersIn(const SkinLed& led);
   /// The width that the bar's images give it, in 1x pixels; 0 when it has none.
   int32_t ScrollBarWidth(const SkinScrollBar& bar);
   /// What PaintScrollBar paints, in pixels of the target.

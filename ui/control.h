@@ -104,6 +104,9 @@ class Control {
   // ---- the keyboard
 
   virtual bool TakesFocus() const { return false; }
+  /// A click gives it the keyboard; not what is only pressed, as buttons are: Space goes on being the
+  /// window's.
+  virtual bool TakesFocusByMouse() const { return TakesFocus(); }
   virtual bool OnKey(const KeyPress&) { return false; }
   virtual bool OnCharacter(char16_t) { return false; }  ///< Typed text; surrogates one by one.
 

@@ -207,7 +207,7 @@ void WindowView::OnPress(const Pointer& pointer) {
     pressed_ = nullptr;
     return;
   }
-  if (pressed_->TakesFocus()) Focus(pressed_, false);
+  if (pressed_->TakesFocus() && pressed_->TakesFocusByMouse()) Focus(pressed_, false);
   pressed_->OnPress(pointer);
 }
 
