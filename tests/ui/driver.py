@@ -1,11 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The player, driven from outside: the mouse and keys of a display, /status, pixels. Started by run.sh."""
+import contextlib
 import json
 import os
-import shutil
 import subprocess
 import sys
-import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -142,6 +141,20 @@ class Player(player_process.Player):
     def wait_gone(self, window, timeout=15):
         wait_until(lambda: window.handle.id not in {other.handle.id for other in self.screen.windows()}, timeout,
                    f"{window} is still there")
+
+    @contextlib.contextmanager
+    def another_program(self):
+        """While the block runs, another program's window has the keyboard."""
+        known = self.screen.windows()
+        program = subprocess.Popen(["wine", "notepad.exe"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        try:
+            window = self.new_window(known, 30)
+            self.screen.click(window.x + window.width // 2, window.y + window.height // 2)
+            yield
+        finally:
+            program.kill()
+            program.wait()
 
     # ---- controls
 

@@ -3,7 +3,7 @@
 import os
 import xml.etree.ElementTree
 
-from driver import HOME, WORK, Player, UiTest, file_name, key_map, player_process, wait_until, windows_path
+from driver import HOME, Player, UiTest, file_name, key_map, wait_until, windows_path
 from test_lists import stored_lists
 
 PLAY_PAUSE = 1001
@@ -17,23 +17,11 @@ class Program(UiTest):
         with Player(*files, HotKey=key_map(f"{PLAY_PAUSE}:a(0,0),g({CTRL_ALT},{ord('K')})",
                                            f"{NEXT}:a(0,0),g({CTRL_ALT},{ord('J')})")) as player:
             player.wait_status(state="playing")
-            # The focus is nowhere in the player: its windows are hidden by another program's.
-            known = player.screen.windows()
-            other = player_process.subprocess.Popen(player_process.wine("notepad.exe") if False else
-                                                    ["wine", "notepad.exe"],
-                                                    stdin=player_process.subprocess.DEVNULL,
-                                                    stdout=player_process.subprocess.DEVNULL,
-                                                    stderr=player_process.subprocess.DEVNULL)
-            try:
-                window = player.new_window(known, 30)
-                player.screen.click(window.x + window.width // 2, window.y + window.height // 2)
+            with player.another_program():
                 player.screen.key("ctrl+alt+k")
                 player.wait_status(state="paused")
                 player.screen.key("ctrl+alt+j")
                 player.wait_status(state="playing", index=1)
-            finally:
-                other.kill()
-                other.wait()
 
     def test_second_instance_hands_over(self):
         one, two, three = map(windows_path, self.tones(3))
