@@ -3,6 +3,7 @@
 // What the player does, as one JSON object a line in a UTF-8 file, for scripts and tests. Each line is
 // written at once, so a reader may follow the file.
 //
+//   {"event":"crash_dump","file":…}               the newest one there is, of whatever session before
 //   {"event":"started","window_ms":120}           the window is shown; ms since the process began
 //   {"event":"lists","read":…,"count":…,"list":…,"entries":…}   the stored lists are there; the active one's
 //                                                 name and size

@@ -9,6 +9,7 @@
 
 #include "app/command_line.h"
 #include "app/component_runtime.h"
+#include "app/crash_dump.h"
 #include "app/main_window.h"
 #include "app/single_instance.h"
 #include "app/standard_output.h"
@@ -43,10 +44,14 @@ std::string DataFolderFor(const CommandLine& line) {
 int RunWindow(HINSTANCE instance, int show, SingleInstance& single, const SoundLibrary& library,
               const std::vector<std::u16string>& arguments) {
   CommandLine line = ParseArguments(arguments);
-  MainWindow window(instance, library, DataFolderFor(line));
+  const std::string data_folder = DataFolderFor(line);
+  const CrashDump crash_dump(data_folder);
+  MainWindow window(instance, library, data_folder);
   Player& player = window.GetPlayer();
   if (!line.log_path.empty() && !player.Log().Open(line.log_path))
     line.problems.push_back(u"无法写入日志文件：" + line.log_path);
+  if (!crash_dump.NewestGbk().empty())
+    player.Log().Write(LogEntry("crash_dump").Add("file", Utf16FromGbk(crash_dump.NewestGbk())));
   player.LoadSettings();
   if (!window.Create(show)) return 3;
   player.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
