@@ -8,20 +8,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/gdi.h"
 #include "app/resource.h"
-#include "app/window_shape.h"
 #include "platform/com.h"
-#include "skin/skin_layout.h"
 #include "ui/window_snap.h"
 
 namespace melorin {
 namespace {
 
 constexpr UINT_PTR kTickTimer = 1;
-constexpr UINT_PTR kFadeTimer = 2;
-constexpr UINT kFadeStepMs = 15;
-constexpr int kOpaque = 255;
 
 #ifndef WM_DPICHANGED
 constexpr UINT WM_DPICHANGED = 0x02E0;
@@ -31,33 +25,8 @@ POINT PointOf(LPARAM lparam) {
   return {GET_X_LPARAM(lparam), GET_Y_LPARAM(lparam)};
 }
 
-int32_t FloorDivide(int32_t value, int32_t by) {
-  return value >= 0 ? value / by : -((by - 1 - value) / by);
-}
-
 bool IsDown(int key) {
   return GetKeyState(key) < 0;
-}
-
-LPCWSTR CursorOf(WindowPart part) {
-  switch (part) {
-    case WindowPart::kLeft:
-    case WindowPart::kRight:
-      return IDC_SIZEWE;
-    case WindowPart::kTop:
-    case WindowPart::kBottom:
-      return IDC_SIZENS;
-    case WindowPart::kTopLeft:
-    case WindowPart::kBottomRight:
-      return IDC_SIZENWSE;
-    case WindowPart::kTopRight:
-    case WindowPart::kBottomLeft:
-      return IDC_SIZENESW;
-    case WindowPart::kControl:
-    case WindowPart::kCaption:
-      break;
-  }
-  return nullptr;
 }
 
 bool RegisterWindowClass(HINSTANCE instance, const wchar_t* name, WNDPROC procedure) {
@@ -102,9 +71,14 @@ bool SkinnedWindow::Create(HINSTANCE instance, HWND owner, const Traits& traits)
     return false;
   // Keys are commands here, so no input method may take them.
   ImmAssociateContext(window_, nullptr);
-  tip_.SetOwner(window_);
   view_.SetHost(this);
   return true;
+}
+
+void SkinnedWindow::Attach(HWND window) {
+  window_ = window;
+  surface_.Attach(window);
+  mouse_.Attach(window);
 }
 
 // ---- showing
@@ -113,14 +87,8 @@ void SkinnedWindow::Show(bool fade, Activation activation) {
   if (!window_) return;
   const bool was_visible = IsWindowVisible(window_) && !IsIconic(window_);
   shown_ = true;
-  if (shape_is_old_) ShapeWindow();
-  if (!fade) {
-    StopFade();
-    ApplyAlpha(alpha_);
-  } else if (!was_visible || fade_.Runs()) {
-    if (!was_visible) ApplyAlpha(0);
-    StartFade(alpha_);
-  }
+  surface_.RefreshShape();
+  surface_.Appear(fade, was_visible);
   const bool activate = activation == Activation::kActivate;
   if (IsIconic(window_)) {
     ShowWindow(window_, activate ? SW_RESTORE : SW_SHOWNOACTIVATE);
@@ -134,18 +102,18 @@ void SkinnedWindow::Show(bool fade, Activation activation) {
 void SkinnedWindow::Hide(bool fade) {
   if (!window_) return;
   shown_ = false;
-  LetGo();
-  tip_.Hide();
+  mouse_.LetGo();
+  mouse_.HideTip();
   SetTick();
   if (fade && IsWindowVisible(window_) && !IsIconic(window_)) {
-    StartFade(0);
+    surface_.StartDisappearing();
   } else {
     FinishHiding();
   }
 }
 
 void SkinnedWindow::FinishHiding() {
-  StopFade();
+  surface_.StopFade();
   if (IsWindowVisible(window_)) ShowWindow(window_, SW_HIDE);
   view_.FreeBitmaps();
 }
@@ -153,9 +121,8 @@ void SkinnedWindow::FinishHiding() {
 void SkinnedWindow::Minimize() {
   if (!window_) return;
   shown_ = true;
-  StopFade();
-  ApplyAlpha(alpha_);
-  if (shape_is_old_) ShapeWindow();
+  surface_.RefreshShape();
+  surface_.Appear(false, true);
   ShowWindow(window_, SW_MINIMIZE);
 }
 
@@ -164,38 +131,7 @@ void SkinnedWindow::SetCaption(const std::u16string& caption) {
 }
 
 void SkinnedWindow::SetAlpha(int alpha) {
-  alpha_ = std::clamp(alpha, 0, kOpaque);
-  if (!shown_) return;
-  if (fade_.Runs()) {
-    StartFade(alpha_);
-  } else {
-    ApplyAlpha(alpha_);
-  }
-}
-
-void SkinnedWindow::ApplyAlpha(int alpha) {
-  if (!window_ || alpha == applied_alpha_) return;
-  applied_alpha_ = alpha;
-  const LONG_PTR style = GetWindowLongPtrW(window_, GWL_EXSTYLE);
-  if (alpha == kOpaque) {
-    // A layered window costs a copy of itself and a blend at every change.
-    SetWindowLongPtrW(window_, GWL_EXSTYLE, style & ~WS_EX_LAYERED);
-    InvalidateRect(window_, nullptr, FALSE);
-    return;
-  }
-  if (!(style & WS_EX_LAYERED)) SetWindowLongPtrW(window_, GWL_EXSTYLE, style | WS_EX_LAYERED);
-  SetLayeredWindowAttributes(window_, 0, static_cast<BYTE>(alpha), LWA_ALPHA);
-}
-
-void SkinnedWindow::StartFade(int to) {
-  fade_.Start(applied_alpha_, to, GetTickCount());
-  SetTimer(window_, kFadeTimer, kFadeStepMs, nullptr);
-}
-
-void SkinnedWindow::StopFade() {
-  if (!fade_.Runs()) return;
-  fade_.Stop();
-  KillTimer(window_, kFadeTimer);
+  surface_.SetAlpha(alpha, window_ && shown_);
 }
 
 void SkinnedWindow::OnTimer(WPARAM timer) {
@@ -204,12 +140,7 @@ void SkinnedWindow::OnTimer(WPARAM timer) {
     SetTick();
     return;
   }
-  if (timer != kFadeTimer || !fade_.Runs()) return;
-  const int alpha = fade_.AlphaAt(GetTickCount());
-  ApplyAlpha(alpha);
-  if (fade_.Runs()) return;
-  KillTimer(window_, kFadeTimer);
-  if (!shown_) FinishHiding();
+  if (timer == WindowSurface::kTimer && surface_.OnTimer() && !shown_) FinishHiding();
 }
 
 void SkinnedWindow::SetTopMost(bool top_most) {
@@ -247,33 +178,20 @@ void SkinnedWindow::SetPlace(const SkinRect& place, WindowPart part) {
   const bool resized = width != place_.Width() || height != place_.Height();
   SetWindowPos(window_, nullptr, left, top, width, height,
                SWP_NOZORDER | SWP_NOACTIVATE | (resized ? SWP_NOCOPYBITS : SWP_NOSIZE));
-  if (resized) ShapeWindow();
+  if (resized) surface_.ShapeChanged(shown_ || IsWindowVisible(window_));
 }
 
 void SkinnedWindow::OnSkinChanged() {
   if (!window_) return;
-  LetGo();
-  tip_.Set({}, {});
+  mouse_.LetGo();
+  mouse_.ForgetTip();
   const int32_t scale = view_.Scale();
   SetWindowPos(window_, nullptr, 0, 0, view_.Width() * scale, view_.Height() * scale,
                SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOCOPYBITS);
-  ShapeWindow();
+  surface_.ShapeChanged(shown_ || IsWindowVisible(window_));
   InvalidateRect(window_, nullptr, FALSE);
   SetTick();
   NotifyWinEvent(EVENT_OBJECT_REORDER, window_, OBJID_CLIENT, CHILDID_SELF);
-}
-
-void SkinnedWindow::ShapeWindow() {
-  // Finding the shape takes a bitmap, which a hidden window does without.
-  shape_is_old_ = !shown_ && !IsWindowVisible(window_);
-  if (shape_is_old_) {
-    view_.FreeBitmaps();
-    return;
-  }
-  GdiObject<HRGN> shape = ShapeOf(view_);
-  if (!shape && !shaped_) return;
-  shaped_ = static_cast<bool>(shape);
-  if (SetWindowRgn(window_, shape.get(), TRUE)) (void)shape.Release();
 }
 
 void SkinnedWindow::OnPositionChanged() {
@@ -291,8 +209,8 @@ void SkinnedWindow::OnPositionChanged() {
   if (minimized == minimized_) return;
   minimized_ = minimized;
   if (minimized) {
-    LetGo();
-    tip_.Hide();
+    mouse_.LetGo();
+    mouse_.HideTip();
   }
   SetTick();
   host_.OnMinimized(Kind(), minimized);
@@ -303,7 +221,7 @@ void SkinnedWindow::OnPositionChanged() {
 LRESULT CALLBACK SkinnedWindow::Procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) noexcept {
   if (message == WM_NCCREATE) {
     auto* self = static_cast<SkinnedWindow*>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams);
-    self->window_ = window;
+    self->Attach(window);
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
   }
   auto* self = reinterpret_cast<SkinnedWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
@@ -321,7 +239,7 @@ LRESULT CALLBACK SkinnedWindow::Procedure(HWND window, UINT message, WPARAM wpar
 bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* result) {
   switch (message) {
     case WM_PAINT:
-      Paint();
+      surface_.Paint();
       return true;
     case WM_ERASEBKGND:
       *result = 1;
@@ -330,7 +248,7 @@ bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* re
       OnTimer(wparam);
       return true;
     case WM_SETCURSOR:
-      *result = LOWORD(lparam) == HTCLIENT && ShowEdgeCursor();
+      *result = LOWORD(lparam) == HTCLIENT && mouse_.ShowEdgeCursor();
       return *result != 0;
     case WM_APPCOMMAND:
       *result = host_.OnMediaCommand(GET_APPCOMMAND_LPARAM(lparam));
@@ -343,6 +261,9 @@ bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* re
     case kAccessibleActionMessage:
       OnAccessibleAction(wparam, lparam);
       return true;
+    case WM_CONTEXTMENU:
+      OnContextMenu(lparam);
+      return true;
     case WM_DROPFILES:
       OnDrop(reinterpret_cast<HDROP>(wparam));
       return true;
@@ -350,52 +271,16 @@ bool SkinnedWindow::Take(UINT message, WPARAM wparam, LPARAM lparam, LRESULT* re
       break;
   }
   if (message >= WM_KEYFIRST && message <= WM_KEYLAST) return TakeKey(message, wparam);
-  return TakeMouse(message, wparam, lparam) || TakeChange(message, wparam);
-}
-
-bool SkinnedWindow::TakeMouse(UINT message, WPARAM wparam, LPARAM lparam) {
-  if (message >= WM_MOUSEFIRST && message <= WM_MBUTTONDBLCLK) tip_.Relay(message, wparam, lparam);
-  switch (message) {
-    case WM_LBUTTONDOWN:
-    case WM_LBUTTONDBLCLK:
-      OnButtonDown(PointOf(lparam), message == WM_LBUTTONDBLCLK);
-      return true;
-    case WM_LBUTTONUP:
-      OnButtonUp(PointOf(lparam));
-      return true;
-    case WM_MOUSEMOVE:
-      OnMouseMove(PointOf(lparam));
-      return true;
-    case WM_MOUSELEAVE:
-      tracks_leave_ = false;
-      view_.OnLeave();
-      tip_.Set({}, {});
-      return true;
-    case WM_MOUSEWHEEL:
-      OnWheel(PointOf(lparam), GET_WHEEL_DELTA_WPARAM(wparam));
-      return true;
-    case WM_CONTEXTMENU:
-      OnContextMenu(lparam);
-      return true;
-    case WM_CAPTURECHANGED:
-      if (reinterpret_cast<HWND>(lparam) != window_) OnCaptureLost();
-      return true;
-    default:
-      return false;
-  }
+  return mouse_.Take(message, wparam, lparam) || TakeChange(message, wparam);
 }
 
 bool SkinnedWindow::TakeKey(UINT message, WPARAM wparam) {
   if (message == WM_CHAR) return view_.OnCharacter(static_cast<char16_t>(wparam));
   if (message != WM_KEYDOWN && message != WM_SYSKEYDOWN) return false;
   if (wparam == VK_SHIFT || wparam == VK_CONTROL || wparam == VK_MENU) return false;
-  if (dragging_ && wparam == VK_ESCAPE) {
-    host_.OnDragTo(Kind(), drag_part_, drag_place_);
-    LetGo();
-    return true;
-  }
+  if (wparam == VK_ESCAPE && mouse_.TakeBackDrag()) return true;
   const KeyPress key = {static_cast<uint16_t>(wparam), IsDown(VK_CONTROL), IsDown(VK_SHIFT), IsDown(VK_MENU)};
-  tip_.Hide();
+  mouse_.HideTip();
   if (view_.OnKey(key)) return true;
   if (!host_.OnHotKey(key)) return false;
   DropCharacters(window_);
@@ -434,43 +319,18 @@ bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam) {
       accessible_.reset();
       SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
       view_.SetHost(nullptr);
-      tip_.Destroy();
       shown_ = false;
-      window_ = nullptr;
+      Attach(nullptr);
       return false;
     default:
       return false;
   }
 }
 
-// ---- painting
-
-void SkinnedWindow::Paint() {
-  const PaintScope paint(window_);
-  const RECT& dirty = paint.Dirty();
-  if (!paint.dc() || IsRectEmpty(&dirty)) return;
-  const Bitmap& canvas = view_.Compose();
-  const int left = std::max<int>(dirty.left, 0);
-  const int top = std::max<int>(dirty.top, 0);
-  const int right = std::min<int>(dirty.right, canvas.width);
-  const int bottom = std::min<int>(dirty.bottom, canvas.height);
-  if (right <= left || bottom <= top) return;
-  // Only the rows that are wanted are shown to the system: it may copy all it is shown.
-  const int rows = bottom - top;
-  BITMAPINFO info{};
-  info.bmiHeader.biSize = sizeof(info.bmiHeader);
-  info.bmiHeader.biWidth = canvas.width;
-  info.bmiHeader.biHeight = -rows;
-  info.bmiHeader.biPlanes = 1;
-  info.bmiHeader.biBitCount = 32;
-  SetDIBitsToDevice(paint.dc(), left, top, static_cast<DWORD>(right - left), static_cast<DWORD>(rows), left,
-                    0, 0, static_cast<UINT>(rows), canvas.Row(top), &info, DIB_RGB_COLORS);
-}
+// ---- the view's own news
 
 void SkinnedWindow::RepaintArea(const SkinRect& pixels) {
-  if (!window_) return;
-  const RECT area = {pixels.left, pixels.top, pixels.right, pixels.bottom};
-  InvalidateRect(window_, &area, FALSE);
+  if (window_) surface_.Invalidate(pixels);
 }
 
 void SkinnedWindow::ViewTickChanged() {
@@ -497,80 +357,10 @@ void SkinnedWindow::OnAccessibleAction(size_t control, LPARAM part) {
   }
 }
 
-// ---- the mouse
-
-Pointer SkinnedWindow::PointerAt(POINT client) const {
-  const int32_t scale = view_.Scale();
-  return {FloorDivide(client.x, scale), FloorDivide(client.y, scale), IsDown(VK_CONTROL), IsDown(VK_SHIFT)};
-}
-
-void SkinnedWindow::OnButtonDown(POINT client, bool again) {
-  const Pointer pointer = PointerAt(client);
-  const WindowPart part = view_.PartAt(pointer.x, pointer.y);
-  if (part != WindowPart::kControl) {
-    StartDrag(part, client);
-    return;
-  }
-  const Control* control = view_.TipAt(pointer.x, pointer.y).second;
-  told_ = control && control->Role() == ControlRole::kSlider ? control : nullptr;
-  SetCapture(window_);
-  if (again) {
-    view_.OnDoubleClick(pointer);
-  } else {
-    view_.OnPress(pointer);
-  }
-  // A press may have shown a menu, or made the controls anew.
-  if (!view_.IsPressed()) {
-    LetGo();
-  } else {
-    UpdateTip(client);
-  }
-}
-
-void SkinnedWindow::OnButtonUp(POINT client) {
-  const Pointer pointer = PointerAt(client);
-  const bool was_pressed = view_.IsPressed();
-  told_ = nullptr;
-  // Before the click: a dialog that it opens needs the mouse.
-  letting_go_ = true;
-  if (GetCapture() == window_) ReleaseCapture();
-  letting_go_ = false;
-  if (dragging_) {
-    dragging_ = false;
-    host_.OnDragEnd(Kind());
-    return;
-  }
-  tip_.Hide();
-  if (was_pressed) view_.OnRelease(pointer);
-}
-
-void SkinnedWindow::OnMouseMove(POINT client) {
-  if (dragging_) {
-    Drag(client);
-    return;
-  }
-  if (!tracks_leave_) {
-    TRACKMOUSEEVENT track = {sizeof(track), TME_LEAVE, window_, 0};
-    tracks_leave_ = TrackMouseEvent(&track) != FALSE;
-  }
-  view_.OnMove(PointerAt(client));
-  UpdateTip(client);
-}
-
-void SkinnedWindow::OnWheel(POINT screen, int delta) {
-  if ((delta > 0) != (wheel_ > 0)) wheel_ = 0;
-  wheel_ += delta;
-  const int notches = wheel_ / WHEEL_DELTA;
-  if (notches == 0) return;
-  wheel_ -= notches * WHEEL_DELTA;
-  POINT client = screen;
-  ScreenToClient(window_, &client);
-  view_.OnWheel(PointerAt(client), notches);
-  UpdateTip(client);
-}
+// ---- menus and files
 
 void SkinnedWindow::OnContextMenu(LPARAM where) {
-  tip_.Hide();
+  mouse_.HideTip();
   POINT screen = PointOf(where);
   POINT client = screen;
   // From the keyboard there is no point.
@@ -581,8 +371,8 @@ void SkinnedWindow::OnContextMenu(LPARAM where) {
   } else {
     ScreenToClient(window_, &client);
   }
-  LetGo();
-  if (!view_.OnContextMenu(PointerAt(client))) host_.OnContextMenu(Kind(), screen);
+  mouse_.LetGo();
+  if (!view_.OnContextMenu(mouse_.PointerAt(client))) host_.OnContextMenu(Kind(), screen);
 }
 
 POINT SkinnedWindow::KeyboardMenuPoint() const {
@@ -602,73 +392,6 @@ POINT SkinnedWindow::KeyboardMenuPoint() const {
   return {(place.left + std::min(place.Width() / 2, 24)) * scale, (place.top + place.Height() / 2) * scale};
 }
 
-void SkinnedWindow::OnCaptureLost() {
-  if (letting_go_) return;
-  told_ = nullptr;
-  if (std::exchange(dragging_, false)) host_.OnDragEnd(Kind());
-  view_.OnCancel();
-  tip_.Hide();
-}
-
-void SkinnedWindow::LetGo() {
-  if (window_ && GetCapture() == window_) ReleaseCapture();
-}
-
-bool SkinnedWindow::ShowEdgeCursor() {
-  POINT client;
-  if (!GetCursorPos(&client) || !ScreenToClient(window_, &client)) return false;
-  const Pointer pointer = PointerAt(client);
-  const LPCWSTR cursor = CursorOf(view_.PartAt(pointer.x, pointer.y));
-  if (!cursor) return false;
-  SetCursor(LoadCursorW(nullptr, cursor));
-  return true;
-}
-
-void SkinnedWindow::StartDrag(WindowPart part, POINT client) {
-  tip_.Hide();
-  dragging_ = true;
-  drag_part_ = part;
-  drag_from_ = client;
-  ClientToScreen(window_, &drag_from_);
-  drag_place_ = place_;
-  SetCapture(window_);
-  host_.OnDragStart(Kind(), part);
-}
-
-void SkinnedWindow::Drag(POINT client) {
-  POINT now = client;
-  ClientToScreen(window_, &now);
-  const int32_t dx = now.x - drag_from_.x;
-  const int32_t dy = now.y - drag_from_.y;
-  SkinRect wanted = drag_place_;
-  if (drag_part_ == WindowPart::kCaption) {
-    wanted = Moved(drag_place_, dx, dy);
-  } else {
-    if (MovesLeft(drag_part_)) wanted.left += dx;
-    if (MovesRight(drag_part_)) wanted.right += dx;
-    if (MovesTop(drag_part_)) wanted.top += dy;
-    if (MovesBottom(drag_part_)) wanted.bottom += dy;
-  }
-  host_.OnDragTo(Kind(), drag_part_, wanted);
-  // Sizes change before the eye, however busy the mouse is.
-  if (drag_part_ != WindowPart::kCaption) UpdateWindow(window_);
-}
-
-void SkinnedWindow::UpdateTip(POINT client) {
-  const int32_t scale = view_.Scale();
-  const Pointer pointer = PointerAt(client);
-  if (view_.IsPressed()) {
-    const std::u16string value = told_ ? told_->Value() : std::u16string();
-    if (value.empty()) return;
-    POINT screen = client;
-    ClientToScreen(window_, &screen);
-    tip_.Track(value, screen);
-    return;
-  }
-  const auto [text, control] = view_.TipAt(pointer.x, pointer.y);
-  tip_.Set(text, control ? ScaledPosition(control->Place(), scale) : SkinRect{});
-}
-
 void SkinnedWindow::OnDrop(HDROP drop) {
   POINT point{};
   DragQueryPoint(drop, &point);
@@ -680,7 +403,7 @@ void SkinnedWindow::OnDrop(HDROP drop) {
     paths.emplace_back(AsChar16(path.c_str()), path.size());
   }
   DragFinish(drop);
-  const Pointer pointer = PointerAt(point);
+  const Pointer pointer = mouse_.PointerAt(point);
   host_.OnFilesDropped(Kind(), pointer.x, pointer.y, std::move(paths));
 }
 
