@@ -22,6 +22,11 @@ void ButtonControl::SetSwitch(bool is_switch) {
 }
 
 void ButtonControl::SetOn(bool on) {
+  is_told_ = true;
+  ShowOn(on);
+}
+
+void ButtonControl::ShowOn(bool on) {
   if (on == on_) return;
   on_ = on;
   Repaint();
@@ -32,7 +37,7 @@ void ButtonControl::Refresh() {
   if (!services_) return;
   const CommandTarget& target = services_->Commands();
   SetEnabled(target.IsEnabled(command_));
-  if (is_switch_) SetOn(target.IsChecked(command_));
+  if (is_switch_ && !is_told_) ShowOn(target.IsChecked(command_));
 }
 
 // ---- painting

@@ -20,7 +20,7 @@ class ButtonControl final : public Control {
   /// `press` may make the window's controls anew. Its name and tip are the owner's to give.
   ButtonControl(const SkinButton& look, std::function<void()> press);
 
-  /// A switch shows whether its command is checked, or what SetOn said last.
+  /// A switch shows whether its command is checked, unless SetOn tells it.
   void SetSwitch(bool is_switch);
   void SetOn(bool on);
   bool IsOn() const { return on_; }
@@ -48,6 +48,7 @@ class ButtonControl final : public Control {
   void DoDefault() override;
 
  private:
+  void ShowOn(bool on);
   void SetMouse(bool over, bool held);
   ControlState State() const;
 
@@ -59,8 +60,9 @@ class ButtonControl final : public Control {
   std::u16string tip_;
   bool is_switch_ = false;
   bool on_ = false;
-  bool over_ = false;  ///< The mouse is.
-  bool held_ = false;  ///< It was pressed here and is not let go yet.
+  bool is_told_ = false;  ///< By SetOn.
+  bool over_ = false;     ///< The mouse is.
+  bool held_ = false;     ///< It was pressed here and is not let go yet.
 };
 
 }  // namespace melorin

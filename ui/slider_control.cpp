@@ -19,7 +19,9 @@ constexpr int32_t kSnapDistance = 4;
 }  // namespace
 
 SliderControl::SliderControl(const SkinSlider& look, const SliderRange& range)
-    : look_(look), range_(range), value_(range.min) {}
+    : look_(look), unused_look_(look), range_(range), value_(range.min) {
+  unused_look_.fill_image.clear();
+}
 
 // ---- the value
 
@@ -87,7 +89,7 @@ void SliderControl::Paint(const PaintContext& context) {
   scale_ = context.scale;
   thumb_width_ = thumb.Width();
   thumb_height_ = thumb.Height();
-  context.painter.PaintSlider(Place(), look_, {part, ThumbState()});
+  context.painter.PaintSlider(Place(), IsEnabled() ? look_ : unused_look_, {part, ThumbState()});
 }
 
 void SliderControl::SetMouse(bool over, bool dragging) {

@@ -90,6 +90,7 @@ class SliderControl final : public Control {
   void SetMouse(bool over, bool dragging);
 
   const SkinSlider look_;
+  SkinSlider unused_look_;  ///< While it is disabled: nothing is filled.
   SliderRange range_;
   Change on_change_;
   Text value_text_;
