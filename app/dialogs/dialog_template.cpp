@@ -104,6 +104,12 @@ INT_PTR DialogTemplate::Run(HWND owner, DLGPROC procedure, void* parameter) {
                                  owner, procedure, reinterpret_cast<LPARAM>(parameter));
 }
 
+HWND DialogTemplate::Create(HWND owner, DLGPROC procedure, void* parameter) {
+  return CreateDialogIndirectParamW(GetModuleHandleW(nullptr),
+                                    reinterpret_cast<LPCDLGTEMPLATEW>(bytes_.data()), owner, procedure,
+                                    reinterpret_cast<LPARAM>(parameter));
+}
+
 void CentreDialog(HWND dialog) {
   RECT place{};
   GetWindowRect(dialog, &place);

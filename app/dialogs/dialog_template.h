@@ -29,6 +29,8 @@ class DialogTemplate {
   /// Runs the dialog; what EndDialog was given, or -1 when the system refuses. `parameter` comes with
   /// WM_INITDIALOG.
   INT_PTR Run(HWND owner, DLGPROC procedure, void* parameter);
+  /// Makes a dialog that stays while its owner is used; null when the system refuses.
+  HWND Create(HWND owner, DLGPROC procedure, void* parameter);
 
  private:
   void Append(const void* bytes, size_t count);
