@@ -10,7 +10,8 @@ LoadedSkin* LyricWindowView::Build(SkinWardrobe& wardrobe, Frame* frame) {
   lyric_view_ = nullptr;
   const auto [window, skin] = wardrobe.Find(&SkinDescription::lyric_window);
   if (!window) return nullptr;
-  *frame = {window->image, window->resize_rect, window->resize_tile != 0, window->position};
+  BuildTools(*window, u"歌词", frame);
+  AddButton("ontop", window->ontop, CommandId::kLyricTopMost, true);
   if (!window->lyric) return skin;
   lyric_view_ = Add("lyric", std::make_unique<LyricView>(actions_), window->lyric->position,
                     kAlignCentre | kAlignVCentre);

@@ -9,15 +9,16 @@
 
 #include "doc/settings.h"
 #include "ui/lyric_view.h"
-#include "ui/window_view.h"
+#include "ui/tool_window_view.h"
 
 namespace melorin {
 
 /// Thread: the UI thread.
-class LyricWindowView final : public WindowView {
+class LyricWindowView final : public ToolWindowView {
  public:
-  /// The actions must outlive the view.
-  explicit LyricWindowView(LyricActions& actions) : WindowView(SkinWindow::kLyric), actions_(actions) {}
+  /// Both must outlive the view.
+  LyricWindowView(WindowServices& services, LyricActions& actions)
+      : ToolWindowView(SkinWindow::kLyric, services, CommandId::kShowLyric), actions_(actions) {}
 
   /// Null before the first Wear, and in skins without the element; other ones after each.
   LyricView* Lyric() const { return lyric_view_; }
