@@ -214,8 +214,8 @@ std::string LyricDesk::SongGbk() const {
 }
 
 void LyricDesk::OnTrackChanged() {
-  const PlayerControl& control = player_.Control();
-  const ItemRef item = control.HasTrack() ? control.Item() : ItemRef();
+  // Also of a track that could not be played: its words can be read, and edited.
+  const ItemRef& item = player_.Control().Item();
   if (item.get() != item_.get()) {
     item_ = item;
     lyric_ = {};
