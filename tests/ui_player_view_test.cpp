@@ -164,6 +164,21 @@ TEST_F(UiPlayer, PlayAndPauseShareAPlace) {
   EXPECT_EQ(view_->Focused(), &At("play")) << "the keyboard stays at the place";
   EXPECT_TRUE(view_->OnKey({kKeySpace}));
   EXPECT_EQ(program_.Asked(), "1023");
+
+  const auto looks = [&] {
+    const SkinRect place = At("play").Place();
+    return CopyOf(view_->Compose(), place).pixels;
+  };
+  view_->Focus(&At("stop"), false);
+  program_.on_execute = [&](CommandId) {
+    status_.state = ShownState::kPlaying;
+    Tell();
+  };
+  view_->OnMove(MiddleOf(At("play")));
+  Click("play");
+  const auto hovered = looks();
+  view_->OnLeave();
+  EXPECT_TRUE(looks() != hovered) << "pause came up under the mouse";
 }
 
 TEST_F(UiPlayer, CommandsOfEveryElement) {

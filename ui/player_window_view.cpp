@@ -216,6 +216,7 @@ void PlayerWindowView::ShowState() {
   shown->SetVisible(true);
   hidden->SetVisible(false);
   if (Focused() == hidden) Focus(shown, true);
+  RefreshHover();
 }
 
 void PlayerWindowView::ShowSwitches() {

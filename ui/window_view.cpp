@@ -219,6 +219,7 @@ void WindowView::OnDoubleClick(const Pointer& pointer) {
 }
 
 void WindowView::OnMove(const Pointer& pointer) {
+  pointer_ = pointer;
   if (pressed_) {
     pressed_->OnDrag(pointer);
     return;
@@ -230,7 +231,12 @@ void WindowView::OnMove(const Pointer& pointer) {
   if (hovered_) hovered_->OnHover(pointer);
 }
 
+void WindowView::RefreshHover() {
+  if (hovered_ && !hovered_->IsVisible() && !pressed_) OnMove(pointer_);
+}
+
 void WindowView::OnRelease(const Pointer& pointer) {
+  pointer_ = pointer;
   // What the click does may make the controls anew, and with them this one.
   if (Control* pressed = std::exchange(pressed_, nullptr)) pressed->OnRelease(pointer);
 }

@@ -137,6 +137,8 @@ class WindowView : private ControlHost {
   virtual void Arrange() {}
   virtual bool OnWindowWheel(int32_t) { return false; }
   virtual bool OnWindowKey(const KeyPress&) { return false; }
+  /// After a control under the mouse was hidden: the one that is seen there now is hovered.
+  void RefreshHover();
 
   /// Adds a control. `align`: the edges that it keeps its distance to, as SkinAlign says. Only from Build.
   template <class T>
@@ -186,6 +188,7 @@ class WindowView : private ControlHost {
   Control* pressed_ = nullptr;
   Control* hovered_ = nullptr;
   Control* focused_ = nullptr;
+  Pointer pointer_;           ///< Where the mouse was seen last.
   bool shows_focus_ = false;  ///< The focus came by the keyboard.
 };
 
