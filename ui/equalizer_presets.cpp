@@ -84,18 +84,25 @@ void SwitchEqualizer(EqualizerSettings& settings, bool on) {
 void MoveEqualizerBand(EqualizerSettings& settings, size_t band, int32_t db) {
   EqualizerBands bands = EqualizerShownBands(settings);
   if (band >= bands.values.size()) return;
-  bands.values[band] = Limited(db);
-  settings.custom = bands;
-  ChooseEqualizerProfile(settings, kEqualizerCustom);
+  bands.values[band] = db;
+  SetEqualizerCurve(settings, bands);
 }
 
 void SetEqualizerCurve(EqualizerSettings& settings, const EqualizerBands& bands) {
   std::transform(bands.values.begin(), bands.values.end(), settings.custom.values.begin(), Limited);
-  if (EqualizerProfileOf(settings) == kEqualizerOff) {
-    settings.profile_last = kEqualizerCustom;
-  } else {
-    ChooseEqualizerProfile(settings, kEqualizerCustom);
-  }
+  ChooseEqualizerProfile(settings, kEqualizerCustom);
+}
+
+void ResetEqualizer(EqualizerSettings& settings) {
+  const bool on = EqualizerProfileOf(settings) != kEqualizerOff;
+  SetEqualizerCurve(settings, {});
+  SwitchEqualizer(settings, on);
+}
+
+void AdoptSoundingCurve(EqualizerSettings& settings) {
+  const bool on = EqualizerProfileOf(settings) != kEqualizerOff;
+  if (settings.current != (on ? EqualizerShownBands(settings) : EqualizerBands{}))
+    SetEqualizerCurve(settings, EqualizerBands(settings.current));
 }
 
 }  // namespace melorin

@@ -38,7 +38,12 @@ void ChooseEqualizerProfile(EqualizerSettings& settings, int32_t profile);
 void SwitchEqualizer(EqualizerSettings& settings, bool on);
 /// Moves a band (or EqualizerBands::kPreamp) of the shown curve, which so becomes the user's own and sounds.
 void MoveEqualizerBand(EqualizerSettings& settings, size_t band, int32_t db);
-/// The user's own curve is that; chosen unless the equalizer is off, when it is what it returns to.
+/// The user's own curve is that from now on, and it sounds.
 void SetEqualizerCurve(EqualizerSettings& settings, const EqualizerBands& bands);
+/// The user's own curve is flat and in use; off stays off.
+void ResetEqualizer(EqualizerSettings& settings);
+/// For settings that come from outside: where "Current" is not what "Profile" says, what sounds counts, as
+/// the user's own curve.
+void AdoptSoundingCurve(EqualizerSettings& settings);
 
 }  // namespace melorin
