@@ -62,7 +62,7 @@ std::u16string Number(size_t number) {
 
 }  // namespace
 
-ListDesk::ListDesk(Player& player, ListDialogs& dialogs, ListDeskHost& host)
+ListDesk::ListDesk(Player& player, WindowServices& services, ListDialogs& dialogs, ListDeskHost& host)
     : player_(player),
       dialogs_(dialogs),
       host_(host),
@@ -70,7 +70,7 @@ ListDesk::ListDesk(Player& player, ListDialogs& dialogs, ListDeskHost& host)
       shelf_(player, states_, dialogs),
       rows_(player, states_),
       tasks_([this](std::function<void()> task) { player_.PostToUi(std::move(task)); }),
-      view_({rows_, *this, rows_, *this}),
+      view_({rows_, *this, rows_, *this, services}),
       read_shown_([this] { ReadShown(); }),
       update_info_([this] { UpdateInfo(); }) {
   player_.SetListObserver(this);

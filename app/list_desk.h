@@ -50,7 +50,7 @@ class ListDesk final : public CommandHandler,
                        private ListTabsActions {
  public:
   /// All must outlive the desk. It is the player's list observer as long as it lives.
-  ListDesk(Player& player, ListDialogs& dialogs, ListDeskHost& host);
+  ListDesk(Player& player, WindowServices& services, ListDialogs& dialogs, ListDeskHost& host);
   ~ListDesk();
   ListDesk(const ListDesk&) = delete;
   ListDesk& operator=(const ListDesk&) = delete;

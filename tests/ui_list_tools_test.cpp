@@ -63,6 +63,7 @@ TEST(UiToolbar, MenusByMouseKeysAndScreenReader) {
   EXPECT_EQ(canvas.Paint(bar).pixels, plain.pixels);
 
   bar.SetFocused(true);
+  EXPECT_FALSE(bar.TakesFocusByMouse());
   const struct {
     uint16_t key;
     size_t focus;

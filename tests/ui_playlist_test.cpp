@@ -11,6 +11,7 @@
 #include "doc/keys.h"
 #include "playlist/list_edit.h"
 #include "ui_playlist_fakes.h"
+#include "ui_recorded_services.h"
 
 namespace melorin {
 namespace {
@@ -139,8 +140,9 @@ class UiPlaylist : public ::testing::Test {
   uint32_t PixelAt(int32_t x, int32_t y) { return view_.Compose().Row(y)[x]; }
 
   FakeLists lists_;
+  RecordedServices services_;
   SkinWardrobe wardrobe_;
-  PlaylistWindowView view_{{lists_, lists_, lists_, lists_}};
+  PlaylistWindowView view_{{lists_, lists_, lists_, lists_, services_}};
 };
 
 TEST_F(UiPlaylist, ClicksSelectAndDoubleClicksPlay) {
@@ -325,6 +327,51 @@ TEST_F(UiPlaylist, TheSizeArrangesTheParts) {
   view_.Resize(1, 1);
   EXPECT_GT(meets(), 2 * view_.Rows()->RowHeight());
   EXPECT_FALSE(view_.FindControl("info")->IsVisible());
+}
+
+TEST_F(UiPlaylist, TheScrollBarStandsBesideRowsThatDoNotFit) {
+  Control& bar = *view_.FindControl("scrollbar");
+  PlaylistView& rows = *view_.Rows();
+  const SkinRect tabs = view_.Tabs()->Place();
+  ASSERT_TRUE(bar.IsVisible());
+  EXPECT_EQ(rows.Place().right, bar.Place().left);
+  EXPECT_EQ(bar.Place().right, tabs.right);
+  EXPECT_EQ(rows.Place().Height(), bar.Place().Height());
+  view_.Compose();
+  // The end of the track is below the thumb: a page.
+  Click({bar.Place().left + 3, bar.Place().bottom - 20});
+  EXPECT_EQ(rows.Scroll(), rows.Place().Height() - rows.RowHeight());
+  rows.ScrollTo(INT32_MAX);
+  EXPECT_EQ(bar.Value(), u"100%");
+  EXPECT_TRUE(view_.OnWheel({bar.Place().left + 3, bar.Place().top + 30}, 1)) << "the wheel is the rows'";
+
+  lists_.count = 3;
+  view_.ListChanged();
+  EXPECT_FALSE(bar.IsVisible());
+  EXPECT_EQ(rows.Place().right, tabs.right);
+  EXPECT_EQ(rows.Scroll(), 0);
+  lists_.count = 14;
+  view_.ListChanged();
+  const bool fits = rows.ContentHeight() <= rows.Place().Height();
+  EXPECT_EQ(bar.IsVisible(), !fits);
+  view_.Resize(420, fits ? 200 : 600);
+  EXPECT_EQ(bar.IsVisible(), fits);
+}
+
+TEST_F(UiPlaylist, ToolbarCaptionAndKeys) {
+  const SkinRect tools = view_.FindControl("toolbar")->Place();
+  Click({tools.left + 5, tools.top + 5});
+  EXPECT_EQ(services_.Asked(), "menu " + std::to_string(static_cast<int>(MenuKind::kListAdd)) + " at " +
+                                   std::to_string(tools.left) + "," + std::to_string(tools.bottom) + " ");
+  EXPECT_TRUE(Press(kKeyDown));
+  EXPECT_EQ(Selected(), (std::vector<size_t>{0})) << "the rows keep the keyboard";
+  const SkinRect close = view_.FindControl("close")->Place();
+  EXPECT_EQ(close.right, 420 - 4) << "it goes with the right edge";
+  Click({close.left + 5, close.top + 5});
+  EXPECT_EQ(services_.Asked(), "1012 ");
+  services_.on_menu = [this] { view_.Wear(wardrobe_, nullptr); };
+  Click({tools.left + 5, tools.top + 5});
+  EXPECT_NE(services_.Asked(), "");
 }
 
 // ---- tabs

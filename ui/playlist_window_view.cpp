@@ -20,9 +20,14 @@ LoadedSkin* PlaylistWindowView::Build(SkinWardrobe& wardrobe, Frame* frame) {
   rows_ = nullptr;
   tabs_ = nullptr;
   bar_ = nullptr;
+  toolbar_ = nullptr;
+  scroll_bar_ = nullptr;
   const auto [window, skin] = wardrobe.Find(&SkinDescription::playlist_window);
   if (!window) return nullptr;
-  *frame = {window->image, window->resize_rect, window->resize_tile != 0, window->position};
+  BuildTools(*window, u"播放列表", frame);
+  if (window->toolbar)
+    toolbar_ = Add("toolbar", std::make_unique<ToolbarControl>(Services(), *window->toolbar),
+                   window->toolbar->position, window->toolbar->align);
   if (!window->playlist) return skin;
   area_ = window->playlist->position;
   // Arrange places them.
@@ -39,7 +44,18 @@ LoadedSkin* PlaylistWindowView::Build(SkinWardrobe& wardrobe, Frame* frame) {
   bar_->SetLook(look_);
   bar_->SetInfo(info_gbk_);
   bar_->SetFindOpen(find_open_);
+  if (window->scrollbar) BuildScrollBar(*window->scrollbar, *skin);
+  rows_->SetScrollListener([this] { OnScrolled(); });
   return skin;
+}
+
+void PlaylistWindowView::BuildScrollBar(const SkinScrollBar& look, LoadedSkin& skin) {
+  Bitmap nothing;
+  scroll_bar_width_ = SkinPainter(skin.Images(), nullptr, nothing).ScrollBarWidth(look);
+  if (scroll_bar_width_ <= 0) return;
+  scroll_bar_ = Add(
+      "scrollbar",
+      std::make_unique<ScrollBarControl>(look, [this](int32_t position) { rows_->ScrollTo(position); }), {});
 }
 
 void PlaylistWindowView::Arrange() {
@@ -55,7 +71,29 @@ void PlaylistWindowView::Arrange() {
   const int32_t bar_top = has_bar ? std::max(area.bottom - bar_height, area.top) : area.bottom;
   bar_->SetPlace({area.left, bar_top, area.right, area.bottom});
   area.bottom = bar_top;
-  rows_->SetPlace(area);
+  PlaceRows(area);
+}
+
+void PlaylistWindowView::PlaceRows(const SkinRect& area) {
+  // Rows that are placed tell that they have scrolled.
+  arranging_ = true;
+  const bool scrolls = scroll_bar_ && rows_->ContentHeight() > area.Height();
+  const SkinRect bar = ScrollBarPosition(area, scroll_bar_width_);
+  rows_->SetPlace({area.left, area.top, scrolls ? bar.left : area.right, area.bottom});
+  if (scroll_bar_) {
+    scroll_bar_->SetPlace(bar);
+    scroll_bar_->SetVisible(scrolls);
+  }
+  arranging_ = false;
+  OnScrolled();
+}
+
+void PlaylistWindowView::OnScrolled() {
+  if (arranging_ || !scroll_bar_) return;
+  const SkinRect& rows = rows_->Place();
+  // There is no bar beside rows that are all in view.
+  if (scroll_bar_->IsVisible() != (rows_->ContentHeight() > rows.Height())) return Arrange();
+  scroll_bar_->SetRange({rows_->Scroll(), rows_->LargestScroll(), rows.Height(), rows_->RowHeight()});
 }
 
 bool PlaylistWindowView::OnWindowWheel(int32_t notches) {

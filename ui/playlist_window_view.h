@@ -12,7 +12,9 @@
 #include "ui/list_look.h"
 #include "ui/list_tabs.h"
 #include "ui/playlist_view.h"
-#include "ui/window_view.h"
+#include "ui/scroll_bar_control.h"
+#include "ui/tool_window_view.h"
+#include "ui/toolbar_control.h"
 
 namespace melorin {
 
@@ -22,13 +24,14 @@ struct PlaylistWindowParts {
   PlaylistActions& entry_actions;
   ListTabsSource& lists;
   ListTabsActions& list_actions;
+  WindowServices& services;
 };
 
 /// Thread: the UI thread.
-class PlaylistWindowView final : public WindowView {
+class PlaylistWindowView final : public ToolWindowView {
  public:
   explicit PlaylistWindowView(const PlaylistWindowParts& parts)
-      : WindowView(SkinWindow::kPlaylist), parts_(parts) {}
+      : ToolWindowView(SkinWindow::kPlaylist, parts.services, CommandId::kShowPlayList), parts_(parts) {}
 
   void SetLook(const PlayListLook& look);
   const ListLook& Look() const { return look_; }
@@ -57,6 +60,9 @@ class PlaylistWindowView final : public WindowView {
  private:
   LoadedSkin* Build(SkinWardrobe& wardrobe, Frame* frame) override;
   void Arrange() override;
+  void BuildScrollBar(const SkinScrollBar& look, LoadedSkin& skin);
+  void PlaceRows(const SkinRect& area);
+  void OnScrolled();
   bool OnWindowWheel(int32_t notches) override;
   bool OnWindowKey(const KeyPress& key) override;
 
@@ -66,6 +72,10 @@ class PlaylistWindowView final : public WindowView {
   PlaylistView* rows_ = nullptr;
   ListTabs* tabs_ = nullptr;
   ListInfoBar* bar_ = nullptr;
+  ToolbarControl* toolbar_ = nullptr;
+  ScrollBarControl* scroll_bar_ = nullptr;
+  int32_t scroll_bar_width_ = 0;
+  bool arranging_ = false;
   std::string info_gbk_;
   bool find_open_ = false;
 };

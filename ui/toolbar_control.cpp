@@ -81,9 +81,7 @@ void ToolbarControl::OnRelease(const Pointer& pointer) {
   const std::optional<size_t> button = down_;
   OnCancel();
   hovered_ = ButtonAt(pointer.x, pointer.y);
-  if (button) focus_ = *button;
-  if (button && !OpenMenu(*button)) return;
-  if (mouse_done_) mouse_done_();
+  if (button) OpenMenu(*button);
 }
 
 void ToolbarControl::OnCancel() {
@@ -104,18 +102,17 @@ std::u16string ToolbarControl::TipAt(int32_t x, int32_t y) const {
   return button && !open_ ? kButtons[*button].tip : std::u16string();
 }
 
-bool ToolbarControl::OpenMenu(size_t button) {
+void ToolbarControl::OpenMenu(size_t button) {
   const std::weak_ptr<bool> life = life_;
   open_ = button;
   Repaint();
   const auto kind = static_cast<MenuKind>(static_cast<int>(MenuKind::kListAdd) + static_cast<int>(button));
   const SkinRect place = PartPlace(button);
   services_.ShowMenu(kind, SkinWindow::kPlaylist, place.left, place.bottom);
-  if (life.expired()) return false;
+  if (life.expired()) return;
   // The mouse is somewhere else by now.
   open_ = hovered_ = std::nullopt;
   Repaint();
-  return true;
 }
 
 // ---- the keyboard

@@ -3,7 +3,6 @@
 // ToolbarControl: the playlist window's seven buttons, each of which opens a menu.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,9 +17,6 @@ class ToolbarControl final : public Control {
   /// The services must outlive the control.
   ToolbarControl(WindowServices& services, const SkinToolbar& look);
 
-  /// Called when a button was used by the mouse: whoever had the keyboard may want it back.
-  void SetMouseDone(std::function<void()> listener) { mouse_done_ = std::move(listener); }
-
   void Paint(const PaintContext& context) override;
   void OnPress(const Pointer& pointer) override;
   void OnDrag(const Pointer& pointer) override;
@@ -32,6 +28,7 @@ class ToolbarControl final : public Control {
   std::u16string TipAt(int32_t x, int32_t y) const override;
   /// Left and right go through the buttons; space, return and down open the menu.
   bool TakesFocus() const override { return true; }
+  bool TakesFocusByMouse() const override { return false; }
   bool OnKey(const KeyPress& key) override;
   ControlRole Role() const override { return ControlRole::kToolbar; }
   size_t PartCount() const override;
@@ -44,12 +41,11 @@ class ToolbarControl final : public Control {
   std::optional<size_t> ButtonAt(int32_t x, int32_t y) const;
   void Hold(std::optional<size_t>& held, std::optional<size_t> button);
   void StepFocus(size_t button);
-  /// False: the menu has made the controls anew, and this is none of them.
-  bool OpenMenu(size_t button);
+  /// Afterwards this may be gone: the menu can bring another skin.
+  void OpenMenu(size_t button);
 
   WindowServices& services_;
   const SkinToolbar look_;
-  std::function<void()> mouse_done_;
   std::optional<size_t> hovered_;
   std::optional<size_t> pressed_;  ///< Where the button of the mouse went down.
   std::optional<size_t> down_;     ///< It is still over it.

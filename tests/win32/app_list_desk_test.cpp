@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 #include <shellapi.h>
 
-#include <deque>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "app/component_runtime.h"
 #include "app/list_clipboard.h"
+#include "app_fake_frame.h"
 #include "platform/file.h"
 #include "platform/text.h"
 #include "skin/loaded_skin.h"
@@ -21,57 +20,6 @@ namespace melorin {
 namespace {
 
 using Id = CommandId;
-
-class FakeFrame final : public PlayerFrame {
- public:
-  void PostTask(std::function<void()> task) override {
-    const Lock lock(lock_);
-    tasks_.push_back(std::move(task));
-  }
-  /// Tasks and timers for up to five seconds, until `done`.
-  template <class Done>
-  bool PumpUntil(Done done) {
-    for (int i = 0; i < 1000; ++i) {
-      RunTasks();
-      PumpMessages();
-      if (done()) return true;
-      Sleep(5);
-    }
-    return false;
-  }
-  void RunTasks() {
-    for (;;) {
-      std::function<void()> task;
-      {
-        const Lock lock(lock_);
-        if (tasks_.empty()) return;
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
-      }
-      task();
-    }
-  }
-  void PumpMessages() override {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-      DispatchMessageW(&message);
-  }
-  void Refresh() override {}
-  void ShowMessage(const std::u16string& text) override { messages.push_back(text); }
-  void SaveLater(uint32_t) override {}
-  void CloseSoon() override {}
-  void StartNextTimer(uint32_t) override {}
-  void StopNextTimer() override {}
-  void PostStreamEvent(uint32_t, uint32_t, PlaybackStream*) override {}
-  void DropStreamEvents(PlaybackStream*) override {}
-  void* WindowHandle() override { return nullptr; }
-
-  std::vector<std::u16string> messages;
-
- private:
-  CriticalSection lock_;
-  std::deque<std::function<void()>> tasks_;
-};
 
 class FakeDialogs final : public ListDialogs, public ListDeskHost {
  public:
@@ -201,8 +149,9 @@ class AppListDesk : public ::testing::Test {
   FakeFrame frame_;
   Player player_{library_, frame_, folder_};
   FakeDialogs dialogs_;
+  NoServices services_;
   SkinWardrobe wardrobe_;
-  ListDesk desk_{player_, dialogs_, dialogs_};
+  ListDesk desk_{player_, services_, dialogs_, dialogs_};
 };
 
 TEST_F(AppListDesk, EditsAndTheirWayBack) {
@@ -419,7 +368,7 @@ TEST_F(AppListDesk, ListsThatWereNotReadAreReadWhenTheyAreWanted) {
   FakeFrame frame;
   Player player(library_, frame, folder_);
   FakeDialogs dialogs;
-  ListDesk desk(player, dialogs, dialogs);
+  ListDesk desk(player, services_, dialogs, dialogs);
   player.LoadSettings();
   player.Start({});
   ASSERT_TRUE(frame.PumpUntil([&] { return player.Data().HasLists(); }));
