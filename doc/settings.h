@@ -98,8 +98,8 @@ struct PlaybackOptions {
 struct DeviceSettings {
   /// Packed device identifier (see playback/device_format.h): DirectSound, the system's default device.
   GUID device_type = {0x00010000, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0}};
-  int32_t output_bits = 0;         ///< 8, 16, 24, 32; 0: the source's own width.
-  int32_t buffer_duration = 1000;  ///< ms.
+  int32_t output_bits = 0;        ///< 8, 16, 24, 32; 0: the source's own width.
+  int32_t buffer_duration = 400;  ///< ms; so long the equalizer takes to be heard.
   int32_t hardware_buffer = 0;
   int32_t create_primary = 0;
   int32_t resample_rate = 0;  ///< Hz; 0: the source's own.
@@ -126,6 +126,7 @@ struct VisualSettings {
   int32_t blur_speed = 2;
   int32_t blur = 1;
   SettingsColour blur_scope_color = {0x00D98A2C};
+  bool operator==(const VisualSettings&) const = default;
 };
 
 /// "微软雅黑", of which the system takes another where it lacks it.

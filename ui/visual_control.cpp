@@ -39,6 +39,7 @@ VisualControl::Effect VisualControl::Shown() const {
 }
 
 void VisualControl::SetSettings(const VisualSettings& settings) {
+  if (settings == settings_) return;
   const bool other = settings.type != settings_.type;
   settings_ = settings;
   if (other) {
