@@ -437,7 +437,7 @@ void LyricView::PaintRow(const PaintContext& context, size_t row, int32_t x, int
   const uint32_t light = PixelOf(ColourOf(look_.hilight_color));
   const SkinRect seen = Intersection({x, y, x + mask.width, y + mask.height}, place);
   // Rows fade in and out at the edges rather than being cut.
-  const int32_t edge = look_.fade_index != 0 && lyric_.doc ? measures_.row_height : 0;
+  const int32_t edge = !lyric_.doc ? 0 : measures_.row_height / (look_.fade_index != 0 ? 1 : 2);
   const bool sideways = IsSideways();
   const auto nearness = [&](int32_t from_edge) {
     return static_cast<uint32_t>(edge == 0 ? 255 : std::clamp(from_edge * 255 / edge, 0, 255));
