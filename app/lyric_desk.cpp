@@ -232,6 +232,8 @@ void LyricDesk::Load(bool wanted, bool forget) {
     request.item = item_;
     request.search = {Look().folders_gbk, Look().down_load_folder_gbk};
     request.trim = Look().trim_spaces != 0;
+    request.save_tags = Look().auto_save_lyric_tag != 0;
+    request.merge = Look().save_compress != 0;
     request.forget = forget;
     service_.Load(std::move(request), [this](LoadedLyric lyric) { Take(std::move(lyric)); });
   }
@@ -366,15 +368,20 @@ bool LyricDesk::TakeSaved(const ItemRef& item, LoadedLyric& lyric, const LyricSe
     lyric.path_gbk = result.path_gbk;
     lyric.associated = result.associated;
   }
-  if (result.file_failed || result.tags_failed) {
-    std::u16string problem = result.file_failed ? u"无法写入歌词文件" : u"无法写入歌曲标签";
+  const bool tags_failed = result.tags == TagWrite::kNotSupported || result.tags == TagWrite::kFailed;
+  if (result.file_failed || tags_failed) {
+    const std::u16string problem = result.file_failed                       ? u"无法写入歌词文件"
+                                   : result.tags == TagWrite::kNotSupported ? u"这种文件的标签不能保存歌词"
+                                                                            : u"无法写入歌曲标签";
     player_.Report(problem);
     view_.ShowNotice(GbkFromUtf16(problem), GetTickCount());
     return false;
   }
   moved_.erase(SongKeyText(*item));
-  Tell(result.path_gbk.empty() ? std::u16string(u"歌词已保存到歌曲标签")
-                               : u"歌词已保存到 " + Utf16FromGbk(std::string(PathFileName(result.path_gbk))));
+  if (!result.path_gbk.empty())
+    Tell(u"歌词已保存到 " + Utf16FromGbk(std::string(PathFileName(result.path_gbk))));
+  else
+    Tell(result.tags == TagWrite::kInUse ? u"换歌后写入歌曲标签" : u"歌词已保存到歌曲标签");
   return true;
 }
 

@@ -78,7 +78,8 @@ class LyricDesk final : public CommandHandler, private LyricActions, private Lyr
 
   /// Before the program ends: asks about a lyric that is being edited. False: it must not end yet.
   bool MayClose() { return editor_.TryClose(); }
-  /// Ends what is under way, without asking; before the player is closed.
+  /// Ends what is under way, without asking. Best when the player has left its track, so that what is to be
+  /// put into the track's tags can be, and before the player is destroyed.
   void Close();
 
  private:

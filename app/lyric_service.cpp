@@ -86,7 +86,7 @@ void LyricService::Run() {
         task = std::move(tasks_.front());
         tasks_.pop_front();
       } else if (stop_) {
-        return;
+        break;
       }
     }
     if (!task) {
@@ -100,6 +100,7 @@ void LyricService::Run() {
       // Memory has run out; what the task was to bring does not come.
     }
   }
+  WriteWaiting();
 }
 
 void LyricService::Post(std::function<void()> task) {
@@ -126,6 +127,8 @@ void LyricService::Load(LoadRequest request, LoadFunction done) {
 
 LoadedLyric LyricService::Read(const LoadRequest& request) {
   const PlayListItem& item = *request.item;
+  // Another song plays: the one before may be written to.
+  WriteWaiting();
   if (request.forget) finder_.Forget();
   LoadedLyric lyric;
   lyric.associated = !associations_.Find(item.PathGbk(), item.Subtrack()).empty();
@@ -145,14 +148,19 @@ LoadedLyric LyricService::Read(const LoadRequest& request) {
     lyric.path_gbk = match.path_gbk;
     lyric.encoding = encoding;
   }
-  if (timed && match.score >= kSureScore) return finish(LyricSource::kFile, std::move(of_file));
+  const bool sure = timed && match.score >= kSureScore;
+  if (sure && !request.save_tags) return finish(LyricSource::kFile, std::move(of_file));
 
   auto of_tags = std::make_shared<LyricDoc>();
   ItemInfo info;
-  if (SUCCEEDED(ReadItemInfo(library_, item.PathGbk(), item.Subtrack(), &info)))
+  if (const auto waits = waiting_.find(item.PathGbk()); waits != waiting_.end() && item.Subtrack() == 0) {
+    of_tags->Parse(waits->second);
+  } else if (SUCCEEDED(ReadItemInfo(library_, item.PathGbk(), item.Subtrack(), &info))) {
     LyricFromTags(*of_tags, info.tags);
-  const bool tags_win = HasText(*of_tags) && (!found || (!timed && !of_tags->Lines().empty()) ||
-                                              (match.score < kSureScore && !of_tags->Lines().empty()));
+    if (sure && !HasText(*of_tags)) WriteTags(item, of_file->Write(request.merge));
+  }
+  // Timed lines go before text; of these, the song's own before a file that may be another's.
+  const bool tags_win = HasText(*of_tags) && !sure && (!found || !of_tags->Lines().empty());
   if (tags_win) {
     lyric.path_gbk.clear();
     lyric.encoding = LyricEncoding::kGbk;
@@ -207,8 +215,25 @@ LyricService::SaveResult LyricService::Write(const SaveRequest& request) {
       }
     }
   }
-  if (request.mode != LyricSaveMode::kFile) result.tags_failed = true;
+  if (request.mode != LyricSaveMode::kFile) result.tags = WriteTags(item, request.doc->Write(request.merge));
   return result;
+}
+
+TagWrite LyricService::WriteTags(const PlayListItem& item, std::u16string text) {
+  // A track of a sheet has no tags of its own.
+  if (item.Subtrack() != 0) return TagWrite::kNotSupported;
+  const TagWrite result = WriteLyricTag(item.PathGbk(), text);
+  if (result == TagWrite::kInUse)
+    waiting_[item.PathGbk()] = std::move(text);
+  else
+    waiting_.erase(item.PathGbk());
+  return result;
+}
+
+void LyricService::WriteWaiting() {
+  std::erase_if(waiting_, [](const auto& entry) {
+    return WriteLyricTag(entry.first, entry.second) != TagWrite::kInUse;
+  });
 }
 
 }  // namespace melorin

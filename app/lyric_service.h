@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -16,6 +17,7 @@
 #include "lyrics/lyric_doc.h"
 #include "lyrics/lyric_file.h"
 #include "lyrics/lyric_finder.h"
+#include "lyrics/lyric_tag_writer.h"
 #include "platform/thread.h"
 #include "playlist/play_list_item.h"
 #include "sound/sound_library.h"
@@ -55,8 +57,10 @@ class LyricService {
   struct LoadRequest {
     ItemRef item;
     LyricSearch search;
-    bool trim = true;     ///< The setting "TrimSpaces".
-    bool forget = false;  ///< Look at the folders anew.
+    bool merge = false;      ///< The setting "SaveCompress", for what goes into tags.
+    bool save_tags = false;  ///< The setting "AutoSaveLyricTag": from a file into tags that have none.
+    bool trim = true;        ///< The setting "TrimSpaces".
+    bool forget = false;     ///< Look at the folders anew.
   };
   using LoadFunction = std::function<void(LoadedLyric)>;
   /// A load that is asked for later takes the place of this one: its `done` is never called then.
@@ -83,13 +87,14 @@ class LyricService {
   };
   struct SaveResult {
     bool file_failed = false;
-    bool tags_failed = false;
-    std::string path_gbk;  ///< Of the file that was written; empty: none was.
+    TagWrite tags = TagWrite::kDone;  ///< kInUse: they are written when the song is not played any more.
+    std::string path_gbk;             ///< Of the file that was written; empty: none was.
     bool associated = false;
   };
   void Save(SaveRequest request, std::function<void(SaveResult)> done);
 
-  /// What was asked for is still carried out, but loads; no `done` is called any more.
+  /// What was asked for is still carried out, but loads; no `done` is called any more. Tags that wait are
+  /// written if the songs are not open any more.
   void Stop();
 
  private:
@@ -100,6 +105,8 @@ class LyricService {
   LoadedLyric Read(const LoadRequest& request);
   bool WriteAssociation(const PlayListItem& item, const std::string& lyric_path_gbk);
   SaveResult Write(const SaveRequest& request);
+  TagWrite WriteTags(const PlayListItem& item, std::u16string text);
+  void WriteWaiting();
 
   const SoundLibrary& library_;
   const std::string associations_gbk_;
@@ -112,6 +119,8 @@ class LyricService {
   LyricAssociations associations_;
   LyricFinder finder_;
   bool associations_read_ = false;
+  /// Texts for tags of songs that are being played, by path.
+  std::map<std::string, std::u16string> waiting_;
 
   CriticalSection lock_;
   std::deque<std::function<void()>> tasks_;

@@ -244,6 +244,50 @@ TEST_F(AppLyric, MovesSavesAndAssociates) {
   EXPECT_FALSE(desk_->Handles(Id::kLyricTopMost));
 }
 
+TEST_F(AppLyric, PutsLyricsIntoTags) {
+  Open("song.mp3", "[00:00.00]old\n[00:01.00]b");
+  Look().lyric_save_mode = 1;
+  Do(Id::kLyricLater);
+  Do(Id::kLyricSave);
+  WaitForMessage();
+  EXPECT_EQ(frame_.message, u"歌词已保存到歌曲标签");
+  EXPECT_EQ(Read("song.lrc"), "none");
+  {
+    // As while it is played: there is room for a short text, but not for a long one.
+    File player;
+    ASSERT_TRUE(player.Open(PathOf("song.mp3"), File::Access::kReadWrite, File::Share::kReadWrite,
+                            File::Create::kMustExist));
+    Do(Id::kLyricReload);
+    EXPECT_TRUE(Until([this] { return !desk_->IsLoading(); }));
+    EXPECT_EQ(desk_->Lyric().doc->Lines()[0].time_ms, 500);
+    Write("long.lrc", "[00:00.00]" + std::string(3000, 'x') + "\r\n");
+    host_.file = Utf16FromGbk(PathOf("long.lrc"));
+    Do(Id::kLyricAssociate);
+    EXPECT_TRUE(Until([this] { return desk_->Lyric().source == LyricSource::kFile; }));
+    Do(Id::kLyricSave);
+    WaitForMessage();
+    EXPECT_EQ(frame_.message, u"换歌后写入歌曲标签");
+    Do(Id::kLyricDissociate);
+    EXPECT_TRUE(Until([this] { return desk_->LineGbk().size() == 3000; })) << "as it will be";
+  }
+  Open("none.mp3");
+  EXPECT_NE(Read("song.mp3").find(std::string("x\0x\0x\0x\0", 8)), std::string::npos);
+
+  Look().auto_save_lyric_tag = 1;
+  Write("own.lrc", "[00:00.00]own");
+  Write("artist - own.lrc", kLrc);
+  Open("artist - own.mp3");
+  EXPECT_NE(Read("artist - own.mp3").find("USLT"), std::string::npos);
+  Open("wave.wav");
+  Look().lyric_save_mode = 1;
+  Write("wave.lrc", kLrc);
+  Do(Id::kLyricReload);
+  EXPECT_TRUE(Until([this] { return desk_->IsEnabled(Id::kLyricSave); }));
+  Do(Id::kLyricSave);
+  WaitForMessage();
+  EXPECT_EQ(frame_.message, u"这种文件的标签不能保存歌词");
+}
+
 TEST_F(AppLyric, TheEditorSavesWhereTheSettingsSay) {
   Open("new song.mp3");
   Do(Id::kLyricEdit);
