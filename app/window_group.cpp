@@ -124,6 +124,13 @@ void WindowGroup::Open(int show) {
     if (IsShown(kind)) UpdateWindow(Window(kind).Handle());
 }
 
+void WindowGroup::Close() {
+  hidden_ = true;
+  const FlagScope arranging(arranging_);
+  for (const auto& window : windows_)
+    window->Hide(false);
+}
+
 // ---- which are shown
 
 int32_t* WindowGroup::WantedFlag(SkinWindow kind) const {

@@ -61,6 +61,9 @@ class WindowGroup final : public CommandHandler, private SkinnedWindowHost {
   /// Shows them as they were, minimised if the settings or `show` (SW_…) say so.
   void Open(int show);
 
+  /// Hides them all; the settings keep which were shown.
+  void Close();
+
   // ---- what the owner brings
 
   /// The views wear another skin. Windows that stood where the one before wanted them go where this one does.
