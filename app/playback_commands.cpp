@@ -14,12 +14,12 @@ namespace {
 constexpr int kVolumeStep = 5;
 
 constexpr CommandId kCommands[] = {
-    CommandId::kPlayPause,     CommandId::kStop,         CommandId::kPrevious,    CommandId::kNext,
-    CommandId::kSeekForward,   CommandId::kSeekBackward, CommandId::kVolumeUp,    CommandId::kVolumeDown,
-    CommandId::kMute,          CommandId::kOpenFile,     CommandId::kOpenFolder,  CommandId::kShowHide,
-    CommandId::kExit,          CommandId::kPlay,         CommandId::kPause,       CommandId::kMinimize,
-    CommandId::kMainMenu,      CommandId::kModeSingle,   CommandId::kModeInOrder, CommandId::kModeRepeatOne,
-    CommandId::kModeRepeatAll, CommandId::kModeRandom,   CommandId::kModeNext};
+    CommandId::kPlayPause,   CommandId::kStop,         CommandId::kPrevious,      CommandId::kNext,
+    CommandId::kSeekForward, CommandId::kSeekBackward, CommandId::kVolumeUp,      CommandId::kVolumeDown,
+    CommandId::kMute,        CommandId::kOpenFile,     CommandId::kOpenFolder,    CommandId::kElapsedTime,
+    CommandId::kExit,        CommandId::kPlay,         CommandId::kPause,         CommandId::kMainMenu,
+    CommandId::kModeSingle,  CommandId::kModeInOrder,  CommandId::kModeRepeatOne, CommandId::kModeRepeatAll,
+    CommandId::kModeRandom,  CommandId::kModeNext};
 
 /// The play mode that a command sets, or -1.
 int32_t ModeOf(CommandId command) {
@@ -63,6 +63,7 @@ bool PlaybackCommands::IsEnabled(CommandId command) const {
 
 bool PlaybackCommands::IsChecked(CommandId command) const {
   if (command == CommandId::kMute) return player_.Data().Values().player.mute != 0;
+  if (command == CommandId::kElapsedTime) return player_.Data().Values().player.show_elapsed_time != 0;
   const int32_t mode = ModeOf(command);
   return mode >= 0 && mode == static_cast<int32_t>(player_.Control().Mode());
 }
@@ -117,12 +118,12 @@ void PlaybackCommands::Execute(CommandId command) {
       if (std::u16string folder = AskForFolder(windows_.DialogOwner()); !folder.empty())
         Open({std::move(folder)});
       break;
-    case CommandId::kMinimize:
-      windows_.Minimize();
+    case CommandId::kElapsedTime: {
+      int32_t& elapsed = player_.Values().player.show_elapsed_time;
+      elapsed = !elapsed;
+      player_.SaveSoon();
       break;
-    case CommandId::kShowHide:
-      windows_.ShowOrHide();
-      break;
+    }
     case CommandId::kMainMenu:
       windows_.ShowMainMenu();
       break;

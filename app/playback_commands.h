@@ -17,8 +17,6 @@ namespace melorin {
 class CommandWindows {
  public:
   virtual HWND DialogOwner() = 0;
-  virtual void Minimize() = 0;
-  virtual void ShowOrHide() = 0;
   virtual void ExitPlayer() = 0;
   virtual void ShowMainMenu() = 0;
 

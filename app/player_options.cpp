@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/player_options.h"
 
-#include "platform/file.h"
-#include "platform/folders.h"
+#include "app/program_folders.h"
 #include "platform/text.h"
 
 namespace melorin {
@@ -17,21 +16,21 @@ bool PlayerOptions::Handles(CommandId command) const {
 
 void PlayerOptions::Execute(CommandId command) {
   const bool about = command == CommandId::kAbout;
-  dialog_.Show(window_.KeyWindow(), about ? std::optional(OptionsPageId::kAbout) : std::nullopt);
+  dialog_.Show(window_.DialogOwner(), about ? std::optional(OptionsPageId::kAbout) : std::nullopt);
 }
 
 void PlayerOptions::SettingsChanged(SettingsPart part) {
   if (part == SettingsPart::kHotKey) RegisterKeys();
-  if (part == SettingsPart::kGeneral) window_.ApplyIcon();
   player_.OnSettingsChanged();
+  window_.SettingsChanged(part);
 }
 
 std::string PlayerOptions::SkinFolderGbk() {
-  return JoinPath(ProgramFolder(), "Skin");
+  return melorin::SkinFolderGbk();
 }
 
 std::string PlayerOptions::AddInFolderGbk() {
-  return JoinPath(ProgramFolder(), "AddIn");
+  return melorin::AddInFolderGbk();
 }
 
 std::u16string PlayerOptions::Version() {

@@ -21,9 +21,11 @@ namespace melorin {
 /// What the options need of the main window. Thread: the UI thread.
 class OptionsWindow {
  public:
-  /// Owns the dialog and gets the global keys; null while there is no window.
+  virtual HWND DialogOwner() = 0;
+  /// Gets the global keys; null while there is no window.
   virtual HWND KeyWindow() = 0;
-  virtual void ApplyIcon() = 0;  ///< The setting "AppIconFile" may be another.
+  /// What the windows take from that section may be another.
+  virtual void SettingsChanged(SettingsPart part) = 0;
 
  protected:
   ~OptionsWindow() = default;

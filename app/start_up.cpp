@@ -7,10 +7,11 @@
 #include <optional>
 #include <string>
 
+#include "app/application.h"
 #include "app/command_line.h"
 #include "app/component_runtime.h"
 #include "app/crash_dump.h"
-#include "app/main_window.h"
+#include "app/program_folders.h"
 #include "app/single_instance.h"
 #include "app/standard_output.h"
 #include "app/status_report.h"
@@ -46,21 +47,17 @@ int RunWindow(HINSTANCE instance, int show, SingleInstance& single, const SoundL
   CommandLine line = ParseArguments(arguments);
   const std::string data_folder = DataFolderFor(line);
   const CrashDump crash_dump(data_folder);
-  MainWindow window(instance, library, data_folder);
-  Player& player = window.GetPlayer();
+  Application application(instance, library, data_folder);
+  Player& player = application.GetPlayer();
   if (!line.log_path.empty() && !player.Log().Open(line.log_path))
     line.problems.push_back(u"无法写入日志文件：" + line.log_path);
   if (!crash_dump.NewestGbk().empty())
     player.Log().Write(LogEntry("crash_dump").Add("file", Utf16FromGbk(crash_dump.NewestGbk())));
   player.LoadSettings();
-  if (!window.Create(show)) return 3;
+  if (!application.Start(std::move(line)) || !application.Open(show)) return 3;
   player.Log().Write(LogEntry("started").Add("window_ms", ProcessAgeMs()));
-  single.Listen([&window](std::u16string text) -> std::optional<std::string> {
-    if (!window.PostCommandLine(std::move(text))) return std::nullopt;
-    return std::string();
-  });
-  player.Start(std::move(line));
-  const int exit_code = window.Run();
+  single.Listen([&application](std::u16string text) { return application.TakeCommandLine(std::move(text)); });
+  const int exit_code = application.Run();
   single.StopListening();
   return exit_code;
 }
@@ -102,7 +99,7 @@ int RunPlayer(HINSTANCE instance, int show) {
   std::srand(GetTickCount());
 
   SoundLibrary library;
-  const HRESULT result = library.Start(JoinPath(ProgramFolder(), "AddIn"));
+  const HRESULT result = library.Start(AddInFolderGbk());
   if (FAILED(result)) {
     MessageBoxW(nullptr, L"Sound Library 初始化失败，播放器无法正常启动！", kProductName,
                 MB_OK | MB_ICONERROR);
