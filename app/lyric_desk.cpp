@@ -417,7 +417,10 @@ void LyricDesk::Edit() {
       editor_.BringForward();
       return;
     }
-    if (!editor_.TryClose()) return;
+    if (!editor_.TryClose()) {
+      if (editor_.IsSaving()) when_closed_ = [this] { Execute(Id::kLyricEdit); };
+      return;
+    }
   }
   edited_item_ = item_;
   edited_ = lyric_;
@@ -462,7 +465,9 @@ void LyricDesk::SaveEdited(const std::u16string& text) {
   const std::shared_ptr<const LyricDoc> doc = DocOf(text);
   service_.Save(RequestFor(edited_item_, edited_, doc),
                 [this, doc, item = edited_item_](const LyricService::SaveResult& result) {
-                  LoadedLyric& lyric = edited_;
+                  // Another may be edited by now.
+                  LoadedLyric other;
+                  LoadedLyric& lyric = edited_item_.get() == item.get() ? edited_ : other;
                   const bool saved = TakeSaved(item, lyric, result);
                   if (saved) {
                     lyric.doc = doc;
@@ -470,14 +475,24 @@ void LyricDesk::SaveEdited(const std::u16string& text) {
                     if (IsSame(item)) lyric_ = lyric;
                     ShowLyric();
                   }
+                  if (!saved) when_closed_ = nullptr;
                   editor_.OnSaved(saved);
                 });
 }
 
 void LyricDesk::OnEditorClosed() {
   draft_ = nullptr;
-  if (IsSame(edited_item_)) ShowLyric();
+  const bool shown = IsSame(edited_item_);
   edited_item_ = {};
+  if (shown) ShowLyric();
+  if (auto then = std::exchange(when_closed_, nullptr)) player_.PostToUi(std::move(then));
+}
+
+bool LyricDesk::MayClose(std::function<void()> again) {
+  when_closed_ = nullptr;
+  if (editor_.TryClose()) return true;
+  if (editor_.IsSaving()) when_closed_ = std::move(again);
+  return false;
 }
 
 }  // namespace melorin

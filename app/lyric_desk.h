@@ -76,8 +76,9 @@ class LyricDesk final : public CommandHandler, private LyricActions, private Lyr
   bool IsLoading() const { return loading_; }
   bool IsEditing() const { return editor_.IsOpen(); }
 
-  /// Before the program ends: asks about a lyric that is being edited. False: it must not end yet.
-  bool MayClose() { return editor_.TryClose(); }
+  /// Before the program ends: asks about a lyric that is being edited. False: it must not end now; `again` is
+  /// called, once, if the user only wanted it to be saved first.
+  bool MayClose(std::function<void()> again);
   /// Ends what is under way, without asking. Best when the player has left its track, so that what is to be
   /// put into the track's tags can be, and before the player is destroyed.
   void Close();
@@ -135,6 +136,7 @@ class LyricDesk final : public CommandHandler, private LyricActions, private Lyr
   LyricEditor editor_;
   ItemRef edited_item_;                    ///< Whose lyric is being edited.
   LoadedLyric edited_;                     ///< As it was.
+  std::function<void()> when_closed_;      ///< What was put off for the editor.
   std::shared_ptr<const LyricDoc> draft_;  ///< As it is in the editor; null before the first change.
 };
 

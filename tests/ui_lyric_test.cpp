@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "doc/keys.h"
 #include "platform/text.h"
 #include "skin/bitmap_draw.h"
 #include "skin/loaded_skin.h"
@@ -168,7 +169,7 @@ TEST_F(UiLyric, MovesByItselfAndRestsWhenNothingMoves) {
   look_.karaoke_mode = 1;
   view_.SetLook(look_);
   Show(u"[00:00.00]aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n[00:01.00]b\n[00:02.00]c\n", 100);
-  EXPECT_EQ(view_.TickMs(), 15u) << "a line that is sung fast";
+  EXPECT_EQ(view_.TickMs(), 15u) << "lines that are sung fast";
   view_.SetLyric({nullptr, "title", "none"});
   Compose();
   At(13000);
@@ -299,6 +300,12 @@ TEST_F(UiLyric, DraggingSeeks) {
   At(0, false);
   view_.OnDoubleClick(Middle(0, kStep + kStep / 2));
   EXPECT_EQ(services_.Asked(), "seek 10000;");
+  view_.Focus(&Lyric(), true);
+  for (const uint16_t key : {kKeyUp, kKeyDown})
+    EXPECT_TRUE(view_.OnKey({key}));
+  EXPECT_EQ(services_.Asked(), "seek 10000;") << "there is no line before the first";
+  EXPECT_FALSE(view_.OnKey({kKeyDown, true}));
+
   look_.drag_lyric = 0;
   view_.SetLook(look_);
   EXPECT_EQ(view_.PartAt(Middle().x, Middle().y), WindowPart::kCaption) << "the window is moved instead";

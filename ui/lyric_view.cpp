@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "doc/keys.h"
 #include "lyrics/hanzi_fold.h"
 #include "lyrics/lrc_text.h"
 #include "platform/text.h"
@@ -42,6 +43,7 @@ constexpr int32_t kNoticeMs = 1500;
 constexpr double kGlideMs = 60;
 constexpr uint32_t kLongestTickMs = 100;
 constexpr uint32_t kDisplayMs = 15;
+constexpr int64_t kFillMs = 30;
 constexpr uint32_t kTicks[] = {240, 120, 60, 30};
 
 SkinColour ColourOf(const SettingsColour& colour) {
@@ -84,6 +86,7 @@ std::string TimeText(int32_t ms) {
 void LyricView::SetLook(const LyricSettings& look) {
   const bool other_texts = look.char_set != look_.char_set;
   look_ = look;
+  told_width_ = 0;
   if (other_texts) MakeTexts();
   Forget();
 }
@@ -300,12 +303,14 @@ uint32_t LyricView::TickFor(const State& state) const {
                position && position->index < layout_.Lines().size()) {
       if (state.lit > 0 && state.lit < 255) return kDisplayMs;
       const LyricLayout::Line& line = layout_.Lines()[position->index];
-      // Three looks for each pixel, so that their steps are even.
-      const int32_t pixels = std::max(line.extent, look_.karaoke_mode != 0 ? line.width : 0);
       const int64_t length = std::max(position->end_ms - position->start_ms, 1);
       const int64_t left =
           position->progress < 0 ? int64_t{position->start_ms} - time : int64_t{position->end_ms} - time;
-      wait = std::min({wait, length / (3 * std::max(pixels, 1)), std::max<int64_t>(left / 2, kDisplayMs)});
+      // Three looks for each pixel, so that their steps are even. A line that fills is no moving edge for the
+      // eye.
+      wait = std::min({wait, length / (3 * line.extent), std::max<int64_t>(left / 2, kDisplayMs)});
+      if (look_.karaoke_mode != 0)
+        wait = std::min(wait, std::max<int64_t>(length / std::max(line.width, 1), kFillMs));
     }
   }
   if (wait == INT32_MAX) return 0;
@@ -583,6 +588,25 @@ bool LyricView::OnWheel(const Pointer& pointer, int32_t notches) {
     return true;
   }
   MoveBy(-notches * kRowsOfANotch * (measures_.row_height + (IsSideways() ? 0 : measures_.interval)));
+  return true;
+}
+
+bool LyricView::OnKey(const KeyPress& key) {
+  const bool back = key.key == (IsSideways() ? kKeyLeft : kKeyUp);
+  const bool on = key.key == (IsSideways() ? kKeyRight : kKeyDown);
+  if ((!back && !on) || key.ctrl || key.shift || key.alt || !TakesFocus()) return false;
+  const auto& lines = lyric_.doc->Lines();
+  const int32_t now = clock_.At(now_ms_);
+  const auto position = lyric_.doc->LineAtTime(now, kWhole, 0);
+  const bool before_first = position->progress < 0;
+  size_t line = position->index;
+  if (back) {
+    if (line == 0) return true;
+    --line;
+  } else if (!before_first && ++line >= lines.size()) {
+    return true;
+  }
+  actions_.SeekToLyric(static_cast<uint32_t>(std::max(lines[line].time_ms, 0)));
   return true;
 }
 

@@ -73,6 +73,10 @@ class LyricView final : public Control {
   void OnDoubleClick(const Pointer& pointer) override;
   bool OnWheel(const Pointer& pointer, int32_t notches) override;
   bool OnContextMenu(const Pointer& pointer) override;
+  /// The arrow keys seek from line to line.
+  bool TakesFocus() const override { return IsTimed() && look_.drag_lyric != 0; }
+  bool TakesFocusByMouse() const override { return false; }
+  bool OnKey(const KeyPress& key) override;
   ControlRole Role() const override { return ControlRole::kText; }
   std::u16string Value() const override;
   uint32_t TickMs() const override { return tick_ms_; }

@@ -49,7 +49,8 @@ class LyricEditor {
   HWND Window() const { return window_; }
   void BringForward();
   void OnSaved(bool saved);
-  bool IsModified() const { return modified_; }
+  /// It closes when OnSaved says that all went well.
+  bool IsSaving() const { return window_ && close_when_saved_; }
   /// Asks when there is something to be lost. False: it stays open, maybe only until it is saved.
   bool TryClose();
   /// Without asking and without OnEditorClosed.

@@ -324,7 +324,22 @@ TEST_F(AppLyric, TheEditorSavesWhereTheSettingsSay) {
   EXPECT_TRUE(desk_->IsEnabled(Id::kLyricDissociate)) << "a new file is the song's";
 
   Do(Id::kLyricEdit);
-  EXPECT_TRUE(desk_->MayClose());
+  const HWND again = FindWindowW(nullptr, L"编辑歌词 - new song");
+  const HWND edit_again = GetWindow(again, GW_CHILD);
+  SendMessageW(edit_again, EM_SETSEL, 0, -1);
+  // Keys come through the program's own message loop.
+  PostMessageW(edit_again, WM_KEYDOWN, VK_F7, 0);
+  EXPECT_TRUE(Until([&] {
+    GetWindowTextW(edit_again, text, 100);
+    return std::wstring(text).find(L"[00:") == std::wstring::npos;
+  }));
+  EXPECT_TRUE(IsWindowEnabled(FindWindowExW(again, nullptr, L"BUTTON", L"保存(&S)")));
+  SendMessageW(again, WM_COMMAND,
+               MAKEWPARAM(GetDlgCtrlID(FindWindowExW(again, nullptr, L"BUTTON", L"保存(&S)")), BN_CLICKED),
+               0);
+  WaitForMessage();
+  EXPECT_EQ(Read("Lyrics\\new song.lrc").find("[00:"), std::string::npos);
+  EXPECT_TRUE(desk_->MayClose({}));
   EXPECT_FALSE(desk_->IsEditing());
 }
 
