@@ -11,7 +11,7 @@
 namespace melorin {
 namespace {
 
-constexpr const char16_t* kBandNames[] = {u"31 Hz", u"62 Hz", u"125 Hz", u"250 Hz", u"500 Hz",
+constexpr const char16_t* kBandNames[] = {u"31 Hz", u"63 Hz", u"125 Hz", u"250 Hz", u"500 Hz",
                                           u"1 kHz", u"2 kHz", u"4 kHz",  u"8 kHz",  u"16 kHz"};
 static_assert(std::size(kBandNames) == EqualizerBands::kBands);
 

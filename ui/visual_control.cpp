@@ -140,11 +140,15 @@ void VisualControl::PaintBars(const PaintContext& context, const SkinRect& area)
 
 void VisualControl::PaintTrace(Bitmap& target, const SkinRect& area) const {
   const uint32_t pixel = PixelOf(ColourOf(settings_.blur_scope_color));
-  int32_t x = area.left;
+  int32_t left = area.left;
   for (const ScopeTrace::Stroke& stroke : trace_.Strokes()) {
-    for (int32_t y = stroke.top; y < stroke.bottom; ++y)
-      target.Row(area.top + y)[x] = pixel;
-    ++x;
+    // As thick where it is steep as where it is level.
+    const int32_t right = std::min(left + scale_, area.right);
+    for (int32_t y = stroke.top; y < stroke.bottom; ++y) {
+      uint32_t* row = target.Row(area.top + y);
+      std::fill(row + left, row + right, pixel);
+    }
+    ++left;
   }
 }
 
@@ -179,6 +183,15 @@ uint32_t VisualControl::TickMs() const {
   return 1000u / static_cast<uint32_t>(std::clamp(settings_.frames_per_sec, kSlowest, kFastest));
 }
 
+void VisualControl::LightTrace() {
+  int32_t left = 0;
+  for (const ScopeTrace::Stroke& stroke : trace_.Strokes()) {
+    for (int32_t x = left; x < left + scale_; ++x)
+      trail_.Light(x, stroke.top, stroke.bottom);
+    ++left;
+  }
+}
+
 void VisualControl::OnTick(uint32_t now_ms) {
   const uint32_t tick = TickMs();
   if (tick == 0) return;
@@ -202,10 +215,7 @@ void VisualControl::OnTick(uint32_t now_ms) {
     const double half_ms = kSlowestHalfMs / (1 + std::clamp(settings_.blur_speed, 0, kFastestBlur));
     trail_.Fade(static_cast<uint32_t>(256 * std::exp2(-static_cast<double>(moved) / half_ms)));
     // The line of silence does not glow; else it would never end.
-    int32_t x = 0;
-    for (const ScopeTrace::Stroke& stroke :
-         trace_.IsFlat() ? std::span<const ScopeTrace::Stroke>() : trace_.Strokes())
-      trail_.Light(x++, stroke.top, stroke.bottom);
+    if (!trace_.IsFlat()) LightTrace();
   }
   if (!was_at_rest || !IsAtRest()) Repaint();
   if (TickMs() == 0) {

@@ -53,6 +53,7 @@ class VisualControl final : public Control {
   void PaintBars(const PaintContext& context, const SkinRect& area);
   void PaintTrace(Bitmap& target, const SkinRect& area) const;
   void PaintTrail(Bitmap& target, const SkinRect& area) const;
+  void LightTrace();
 
   VisualSource& source_;
   WindowServices& services_;
