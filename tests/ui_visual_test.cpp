@@ -142,6 +142,7 @@ TEST_P(UiVisual, ATonesBarStandsAndFalls) {
 }
 
 TEST_P(UiVisual, TheScopeStandsStillAndIsFlatInSilence) {
+  Painted();
   Show(2);
   Run(40);
   const Bitmap first = Painted();
