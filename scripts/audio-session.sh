@@ -6,6 +6,7 @@
 #   session_wine PROGRAM …                           runs a Windows program in the session
 #   recorder_stop
 #   recording_peak FILE.wav                          prints "peak_dbfs seconds_sounding seconds"
+#   session_unmanaged                                tells Wine that no window manager runs
 #   audio_session_stop                               ends all of it; also runs by itself when the shell exits
 #
 # Parts can be started one by one (session_display, session_sound, session_prefix) when the machine has the others.
@@ -88,6 +89,12 @@ session_prefix() {
   export WINEPREFIX=$folder LC_ALL=zh_CN.UTF-8
   # First program of the session with its streams away from any pipe: its services keep them open.
   timeout 60 wine cmd /c exit >"$folder/session.log" 2>&1 </dev/null || true
+}
+
+# On a display without a window manager Wine waits two seconds for one at every window of the task bar that it
+# hides. For programs of the session that start afterwards.
+session_unmanaged() {
+  wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 </dev/null
 }
 
 # Runs a Windows program in the session, at most MELORIN_WINE_TIMEOUT seconds (300).

@@ -18,6 +18,8 @@ from x11 import Screen, wait_until
 TITLES = {"playlist": "播放列表", "equalizer": "均衡器", "lyric": "歌词"}
 # Left and top of the player window unless a test says otherwise.
 HOME = (100, 60)
+# Where the slider's thumb is then: (across, down) parts of the control.
+FULL_VOLUME = (0.875, 0.5)
 SKIN = SkinMap(os.environ["MELORIN_SKIN"])
 
 
@@ -45,6 +47,7 @@ class Player(player_process.Player):
     def __init__(self, *arguments, data=None, **settings):
         if Player.screen is None:
             Player.screen = Screen()
+            self.screen.paint_background()
         if data is None:
             data = os.path.join(WORK, f"ui{player_process.Player.number + 1}")
             write_settings(data, **settings_of_tests(**settings))
@@ -58,22 +61,22 @@ class Player(player_process.Player):
             raise
 
     def __exit__(self, kind, *rest):
-        if kind is not None and self.process.poll() is None:
-            # What was to be seen, for whoever looks into the failure.
-            keep = os.environ.get("MELORIN_UI_KEEP")
-            if keep:
-                os.makedirs(keep, exist_ok=True)
-                self.screen.whole_picture().save_png(os.path.join(keep, os.path.basename(self.data) + ".png"))
-            print(f"\nstatus at the failure: {self.last_status}\nwindows: {self.screen.windows()}\n"
-                  f"last events: {self.events()[-4:]}", file=sys.stderr)
-            self.process.terminate()
-            try:
-                self.command("/exit")
-                self.process.wait(5)
-            except (AssertionError, subprocess.TimeoutExpired):
-                self.kill()
-            return
-        super().__exit__(kind, *rest)
+        if kind is not None:
+            self.give_up()
+        else:
+            super().__exit__(kind, *rest)
+
+    def give_up(self):
+        """After a failure: what was to be seen, for whoever looks into it, and the end of the process."""
+        keep = os.environ.get("MELORIN_UI_KEEP")
+        if keep:
+            os.makedirs(keep, exist_ok=True)
+            self.screen.whole_picture().save_png(os.path.join(keep, os.path.basename(self.data) + ".png"))
+        print(f"\nstatus at the failure: {self.last_status}\nwindows: {self.screen.windows()}\n"
+              f"last events: {self.events()[-4:]}", file=sys.stderr)
+        self.screen.let_go()
+        if self.process.poll() is None:
+            self.kill()
 
     def kill(self):
         """Ends the program's process at once, as the task manager does."""
@@ -82,9 +85,9 @@ class Player(player_process.Player):
                 continue
             try:
                 with open(f"/proc/{process}/cmdline", "rb") as source:
-                    words = source.read()
+                    words = source.read().split(b"\0")
                 # The data folder is this run's own.
-                if b"melorin.exe" in words and ("/data=" + windows_path(self.data)).encode() in words:
+                if ("/data=" + windows_path(self.data)).encode() in words:
                     os.kill(int(process), 9)
             except (FileNotFoundError, ProcessLookupError, PermissionError):
                 pass
@@ -181,10 +184,35 @@ class Player(player_process.Player):
     def wheel(self, kind, control, notches):
         self.screen.wheel(*self.point(kind, control), notches)
 
-    def focus(self, kind="player"):
-        """A click on the title, where there is nothing to set off."""
+    def caption(self, kind):
+        """A point of the window where there is nothing to set off, and from where it is dragged."""
         window = self.window(kind)
-        self.screen.click(window.x + window.width // 2, window.y + 10)
+        return window.x + window.width // 3, window.y + (10 if kind != "mini" else 3)
+
+    def focus(self, kind="player"):
+        self.screen.click(*self.caption(kind))
+
+    def choose(self, point, *keys):
+        """Chooses in the menu that a right click opens, by the entries' keys."""
+        known = self.screen.windows()
+        self.screen.click(*point, button=3)
+        menu = self.new_window(known)
+        for key in keys[:-1]:
+            known = self.screen.windows()
+            self.screen.key(key)
+            self.new_window(known)
+        self.screen.key(keys[-1])
+        self.wait_gone(menu)
+
+    def refill(self, paths):
+        """The list that is shown holds just these files then, and nothing plays."""
+        self.command("/stop")
+        if self.status()["entries"]:
+            self.key("ctrl+a", "playlist")
+            self.screen.key("Delete")
+            self.wait_status(entries=0)
+        self.command("/add", *map(windows_path, paths))
+        self.wait_status(entries=len(paths), state="stopped")
 
     def key(self, chord, kind="player", times=1):
         self.focus(kind)
@@ -217,9 +245,52 @@ class UiTest(unittest.TestCase):
         tail = sorted(sound.levels(recorder.frames, frequency)[-16:-4])
         return tail[len(tail) // 2]
 
+    def level(self, player, frequency):
+        """How loud the frequency is from now on."""
+        with sound.Recorder() as recorder:
+            position = player.status()["position_ms"]
+            player.wait_status(position_ms=lambda ms: ms > position + 1000)
+        return self.heard(recorder, frequency)
+
+    def check_level(self, player, frequency, wanted, delta, tries=3):
+        """A machine whose cores are busy elsewhere starves the mixer; several tries tell that from a fault."""
+        for _ in range(tries):
+            found = self.level(player, frequency)
+            if abs(found - wanted) <= delta:
+                return
+        self.assertAlmostEqual(found, wanted, delta=delta)
+
+
+class SharedPlayer(UiTest):
+    """Tests that share one run of the player, since a start and an exit cost seconds. Each begins with what it
+    needs and leaves all windows shown; after one that fails the player is started anew."""
+    SETTINGS = {}
+    shared = None
+
+    def setUp(self):
+        if type(self).shared is None:
+            type(self).shared = Player(**self.SETTINGS)
+        self.player = type(self).shared
+
+    def tearDown(self):
+        result = self._outcome.result
+        if any(getattr(test, "test_case", test) is self for test, _ in result.failures + result.errors):
+            type(self).shared = None
+            self.player.give_up()
+
+    @classmethod
+    def tearDownClass(cls):
+        if cls.shared is not None:
+            player, cls.shared = cls.shared, None
+            with player:
+                pass
+            assert player.finish(10) == 0
+
 
 def key_map(*bindings):
-    """The settings' keys: "COMMAND:a(MODIFIERS,KEY),g(MODIFIERS,KEY)"; the second pair works everywhere."""
+    """The settings' keys: "COMMAND:a(MODIFIERS,KEY),g(MODIFIERS,KEY)"; the second pair works everywhere. There are no
+    others then but those that refill needs."""
+    bindings += ("1112:a(0,46),g(0,0)", "1120:a(2,65),g(0,0)")
     return {"KeyMap_Count": len(bindings), **{f"KeyMap_{i}": binding for i, binding in enumerate(bindings)}}
 
 

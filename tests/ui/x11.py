@@ -55,6 +55,12 @@ class Screen:
         # Windows come and go between a question and its answer; what then fails shows as an answer of None.
         self.display.set_error_handler(lambda *_: None)
 
+    def paint_background(self):
+        """What is seen between windows does not depend on what was there before."""
+        self.root.change_attributes(background_pixel=0x5E7387)
+        self.root.clear_area(0, 0, 0, 0)
+        self.display.sync()
+
     # ---- windows
 
     def _atom(self, name):
@@ -130,6 +136,14 @@ class Screen:
         if release:
             time.sleep(STEP_SECONDS)
             self.release()
+
+    def let_go(self):
+        """Nothing stays pressed."""
+        for button in (1, 2, 3):
+            self.release(button)
+        for name in MODIFIERS.values():
+            self._key(name, False)
+        self.display.sync()
 
     # ---- the keyboard
 
