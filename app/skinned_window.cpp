@@ -297,7 +297,8 @@ bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam) {
       host_.OnMinimizeWanted(Kind());
       return true;
     case WM_CLOSE:
-      host_.OnCloseWanted(Kind());
+      // The task bar offers it in spite of a modal dialog.
+      if (IsWindowEnabled(window_)) host_.OnCloseWanted(Kind());
       return true;
     case WM_ACTIVATE:
       if (LOWORD(wparam) != WA_INACTIVE && !HIWORD(wparam)) host_.OnActivated(Kind());
@@ -308,6 +309,9 @@ bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam) {
     case WM_DPICHANGED:
       host_.OnDpiChanged(Kind(), HIWORD(wparam));
       return true;
+    case WM_ENABLE:
+      host_.OnEnabled(Kind(), wparam != 0);
+      return false;
     case WM_DISPLAYCHANGE:
       host_.OnScreensChanged(Kind());
       return false;

@@ -37,6 +37,8 @@ class SkinnedWindowHost {
   virtual void OnDpiChanged(SkinWindow kind, int dpi) = 0;
   /// There are other screens, or they have another size or work area.
   virtual void OnScreensChanged(SkinWindow kind) = 0;
+  /// A modal dialog has been opened in front of it, or closed.
+  virtual void OnEnabled(SkinWindow kind, bool enabled) = 0;
 
   // The mouse moves the window, or an edge of it. The host places it, by MoveTo or Place, and whatever is to
   // move along.

@@ -219,11 +219,6 @@ void WindowGroup::BringToFront() {
   }
 }
 
-void WindowGroup::SetEnabled(bool enabled) {
-  for (const auto& window : windows_)
-    if (window->Handle()) EnableWindow(window->Handle(), enabled);
-}
-
 std::vector<std::string> WindowGroup::ShownNames() const {
   std::vector<std::string> names;
   for (const SkinWindow kind : kAllKinds)
@@ -280,6 +275,14 @@ void WindowGroup::OnDpiChanged(SkinWindow kind, int dpi) {
 
 void WindowGroup::OnScreensChanged(SkinWindow kind) {
   if (kind == SkinWindow::kPlayer) RestorePlaces();
+}
+
+void WindowGroup::OnEnabled(SkinWindow kind, bool enabled) {
+  // The system does so to a dialog's owner only.
+  if (enabling_) return;
+  const FlagScope enabling(enabling_);
+  for (const SkinWindow other : kAllKinds)
+    if (other != kind && Window(other).Handle()) EnableWindow(Window(other).Handle(), enabled);
 }
 
 void WindowGroup::OnSettingsChanged() {

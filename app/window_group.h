@@ -77,8 +77,6 @@ class WindowGroup final : public CommandHandler, private SkinnedWindowHost {
   /// Shows or hides the playlist, the equalizer or the lyrics, as their commands do; nothing for those that
   /// the mode does without.
   void SetShown(SkinWindow kind, bool shown);
-  /// While a modal dialog is open no window takes the mouse or keys.
-  void SetEnabled(bool enabled);
 
   // ---- what is shown
 
@@ -113,6 +111,7 @@ class WindowGroup final : public CommandHandler, private SkinnedWindowHost {
   void OnProgramActivated(bool active) override;
   void OnDpiChanged(SkinWindow kind, int dpi) override;
   void OnScreensChanged(SkinWindow kind) override;
+  void OnEnabled(SkinWindow kind, bool enabled) override;
   void OnDragStart(SkinWindow kind, WindowPart part) override;
   void OnDragTo(SkinWindow kind, WindowPart part, const SkinRect& wanted) override;
   void OnDragEnd(SkinWindow kind) override;
@@ -147,6 +146,7 @@ class WindowGroup final : public CommandHandler, private SkinnedWindowHost {
   bool hidden_ = true;       ///< All of them, in the tray or before Open.
   bool minimized_ = false;   ///< The main one; the others are hidden.
   bool active_ = false;
+  bool enabling_ = false;
   bool arranging_ = false;  ///< Windows are placed by the group, which is not to be remembered.
 
   // While the mouse moves or resizes a window.

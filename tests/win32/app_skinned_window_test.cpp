@@ -47,6 +47,7 @@ class TestHost : public SkinnedWindowHost {
   void OnProgramActivated(bool) override {}
   void OnDpiChanged(SkinWindow, int dpi) override { events.push_back("dpi " + std::to_string(dpi)); }
   void OnScreensChanged(SkinWindow) override {}
+  void OnEnabled(SkinWindow, bool) override {}
   void OnDragStart(SkinWindow, WindowPart) override { events.push_back("drag"); }
   void OnDragTo(SkinWindow, WindowPart part, const SkinRect& wanted) override {
     if (part == WindowPart::kCaption) {

@@ -240,6 +240,16 @@ TEST_F(AppWindowGroup, SkinOfAnotherScaleKeepsTheArrangement) {
   EXPECT_EQ(AsRect(settings_.player.play_list_wnd), SkinRect{});
 }
 
+TEST_F(AppWindowGroup, ModalDialogsShutAllWindows) {
+  Open();
+  EnableWindow(group_->MainHandle(), FALSE);
+  for (const SkinWindow kind : {kPlaylist, kEqualizer, kLyric})
+    EXPECT_FALSE(IsWindowEnabled(group_->Window(kind).Handle()));
+  EnableWindow(group_->MainHandle(), TRUE);
+  for (const SkinWindow kind : {kPlaylist, kEqualizer, kLyric})
+    EXPECT_TRUE(IsWindowEnabled(group_->Window(kind).Handle()));
+}
+
 TEST_F(AppWindowGroup, MinimizingTakesAllAlong) {
   settings_.general.startup_minimize = 1;
   Open();
