@@ -11,18 +11,29 @@
 
 namespace melorin {
 
-std::u16string WriteDemoTune(HINSTANCE instance) {
-  const HRSRC place = FindResourceW(instance, MAKEINTRESOURCEW(IDR_DEMO_TUNE), RT_RCDATA);
+namespace {
+
+/// Empty when that fails.
+std::string WriteResource(HINSTANCE instance, int resource, const char* name) {
+  const HRSRC place = FindResourceW(instance, MAKEINTRESOURCEW(resource), RT_RCDATA);
   const HGLOBAL loaded = place ? LoadResource(instance, place) : nullptr;
   const auto* data = loaded ? static_cast<const uint8_t*>(LockResource(loaded)) : nullptr;
   if (!data) return {};
-  const std::span<const uint8_t> tune(data, SizeofResource(instance, place));
-  const std::string path = JoinPath(TempDirectory(), "melorin-demo.mp3");
+  const std::span<const uint8_t> bytes(data, SizeofResource(instance, place));
+  const std::string path = JoinPath(TempDirectory(), name);
   {
     MappedFile there;
-    if (there.Open(path) && std::ranges::equal(there.Bytes(), tune)) return Utf16FromGbk(path);
+    if (there.Open(path) && std::ranges::equal(there.Bytes(), bytes)) return path;
   }
-  return WriteFileSafely(path, tune) ? Utf16FromGbk(path) : std::u16string();
+  return WriteFileSafely(path, bytes) ? path : std::string();
+}
+
+}  // namespace
+
+std::u16string WriteDemoTune(HINSTANCE instance) {
+  // The tune is worth hearing without it.
+  (void)WriteResource(instance, IDR_DEMO_LYRIC, "melorin-demo.lrc");
+  return Utf16FromGbk(WriteResource(instance, IDR_DEMO_TUNE, "melorin-demo.mp3"));
 }
 
 }  // namespace melorin

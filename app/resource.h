@@ -5,3 +5,4 @@
 
 #define IDI_MELORIN 1
 #define IDR_DEMO_TUNE 100
+#define IDR_DEMO_LYRIC 101
