@@ -210,6 +210,7 @@ void Player::OnTrackOpened() {
 
 void Player::OnStateChanged(PlayState state) {
   log_.Write(LogEntry(StateName(state)).Add("ms", control_.PositionMs()));
+  if (state == PlayState::kPlaying) start_is_logged_ = false;
   if (observer_) observer_->OnPlayingChanged();
   frame_.Refresh();
 }
@@ -346,12 +347,24 @@ void Player::TakeInfo() {
 // ---- saving
 
 void Player::OnTick() {
+  LogStart();
   const uint32_t second = control_.PositionMs() / 1000;
   if (second != logged_second_) {
     logged_second_ = second;
     log_.Write(LogEntry("position").Add("ms", control_.PositionMs()));
   }
   if (GetTickCount() - saved_at_ms_ >= kSaveWhilePlayingMs) SaveNow();
+}
+
+void Player::LogStart() {
+  if (start_is_logged_ || !log_.IsOpen() || !control_.HasTrack()) return;
+  const std::optional<StartTicks> start = control_.Stream()->LastStart();
+  if (!start) return;
+  start_is_logged_ = true;
+  const uint32_t tick_at_start = SystemClock().TickMs() - ProcessAgeMs();
+  log_.Write(LogEntry("delivered")
+                 .Add("block_ms", start->first_block - tick_at_start)
+                 .Add("device_ms", start->device - tick_at_start));
 }
 
 bool Player::SaveNow(bool at_end) {

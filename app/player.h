@@ -143,6 +143,7 @@ class Player final : private PlayerListener, private JobHost {
 
   void ReadInfoOf(const Playlist& list);
   void TakeInfo();
+  void LogStart();
   std::u16string Tag(const char* name) const;
 
   const SoundLibrary& library_;
@@ -156,6 +157,7 @@ class Player final : private PlayerListener, private JobHost {
   InfoReader info_;
   std::u16string start_problem_;  ///< Told when there is a window to tell it in.
   uint32_t logged_second_ = 0;
+  bool start_is_logged_ = true;
   uint32_t saved_at_ms_ = 0;
   std::optional<int32_t> users_mode_;  ///< What "/autoclose" has put another in the place of.
   bool auto_close_ = false;

@@ -72,13 +72,18 @@ void DecodeLoop::TakePlay() {
     return;
   }
   state_.device_state = static_cast<int32_t>(DeviceState::kRunning);
+  state_.start_is_known = false;
   Answer(started);
 
   const uint32_t limit = std::min(bytes_per_second_ / 2, state_.device_buffer_bytes / 2);
-  while (SUCCEEDED(Fill()) && !state_.clock.Wait(state_.command_event, 1) && !state_.end_of_source &&
-         state_.bytes_written < limit) {
-  }
+  HRESULT filled = Fill();
+  state_.first_block_tick = state_.clock.TickMs();
+  while (SUCCEEDED(filled) && !state_.clock.Wait(state_.command_event, 1) && !state_.end_of_source &&
+         state_.bytes_written < limit)
+    filled = Fill();
   state_.Device()->Play();
+  state_.device_tick = state_.clock.TickMs();
+  state_.start_is_known = true;
   if (fade) {
     status_ = Status::kFadingIn;
     wait_ms_ = kFadeStepMs;

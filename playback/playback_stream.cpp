@@ -260,6 +260,10 @@ DeviceKind PlaybackStream::Kind() const {
 DeviceState PlaybackStream::State() const {
   return static_cast<DeviceState>(state_->device_state.load());
 }
+std::optional<StartTicks> PlaybackStream::LastStart() const {
+  if (!state_->start_is_known) return std::nullopt;
+  return StartTicks{state_->first_block_tick, state_->device_tick};
+}
 int32_t PlaybackStream::Volume() const {
   return state_->volume;
 }

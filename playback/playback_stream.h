@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "platform/clock.h"
 #include "platform/com_ptr.h"
@@ -46,6 +47,12 @@ struct FadeDurations {
 
 /// What Play, Pause and Stop have asked for; it changes before a fade-out has ended.
 enum class DeviceState : int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
+
+/// When the last Play reached the device, in ticks of the stream's clock.
+struct StartTicks {
+  uint32_t first_block;  ///< The device has taken a block; after a pause it may still be full.
+  uint32_t device;       ///< It has been told to play.
+};
 
 class PlaybackStream {
  public:
@@ -102,6 +109,7 @@ class PlaybackStream {
   uint32_t EndTimeMs() const;          ///< The track's length; exact once the source has run dry.
   DeviceKind Kind() const;
   DeviceState State() const;
+  std::optional<StartTicks> LastStart() const;  ///< Nothing until the device plays.
   int32_t Volume() const;
   int32_t FadeFlags() const;  ///< What is in force, 0 when the device refuses volume.
 

@@ -82,6 +82,9 @@ struct StreamState {
   std::atomic<uint32_t> pending_bytes{0};  ///< Converted, in the float buffer, not yet taken by the device.
   std::atomic<uint32_t> device_free_bytes{0};
   std::atomic<int32_t> device_state{0};
+  std::atomic<uint32_t> first_block_tick{0};  ///< See StartTicks.
+  std::atomic<uint32_t> device_tick{0};
+  std::atomic<bool> start_is_known{false};  ///< The two are those of the last Play.
   std::atomic<int32_t> volume{100};
   std::atomic<int32_t> fade_flags{0};
   std::atomic<bool> seek_fade{false};  ///< The fade-in that follows a cross-fade seek is due.

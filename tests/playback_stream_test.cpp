@@ -48,6 +48,9 @@ TEST_F(StreamTest, FillsAtMostHalfASecondOrHalfTheBufferBeforeTheDevicePlays) {
       if (entry.text.starts_with("A.Write")) ++writes;
     }
     EXPECT_EQ(writes, c.writes);
+    const std::optional<StartTicks> start = stream_->LastStart();
+    ASSERT_TRUE(start);
+    EXPECT_EQ(start->device - start->first_block, static_cast<uint32_t>(writes));
     stream_.Reset();
     device_.Reset();
     journal_.Take();
