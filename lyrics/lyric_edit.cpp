@@ -132,6 +132,24 @@ std::optional<TextChange> ShiftStamps(std::u16string_view text, TextRange range,
   });
 }
 
+size_t LineToBeginWith(std::u16string_view text, int32_t time_ms) {
+  size_t first = text.size();
+  size_t sung = text.size();
+  std::optional<int32_t> latest;
+  for (size_t at = 0; at < text.size();) {
+    const TextRange line = {at, LineEnd(text, at)};
+    const std::vector<Tag> tags = TagsIn(text, line);
+    if (first == text.size() && !line.IsEmpty() && (text[at] != u'[' || !tags.empty())) first = at;
+    for (const Tag& tag : tags) {
+      if (tag.time_ms > time_ms || (latest && tag.time_ms < *latest)) continue;
+      latest = tag.time_ms;
+      sung = at;
+    }
+    at = line.end + (text.substr(line.end).starts_with(kBreaks) ? 2 : 1);
+  }
+  return latest ? sung : first;
+}
+
 std::optional<int32_t> TimeOfLine(std::u16string_view text, size_t caret) {
   caret = std::min(caret, text.size());
   const std::vector<Tag> tags = TagsIn(text, LinesOfRange(text, {caret, caret}));

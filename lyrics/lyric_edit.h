@@ -47,6 +47,9 @@ std::optional<TextChange> RemoveStamps(std::u16string_view text, TextRange range
 /// become less than zero, nor more than tags can hold.
 std::optional<TextChange> ShiftStamps(std::u16string_view text, TextRange range, int32_t delta_ms);
 
+/// Where a caret begins: at the line that is sung at that time, else at the first one that is neither empty
+/// nor a header such as "[ti:…]"; the end of the text when there is none.
+size_t LineToBeginWith(std::u16string_view text, int32_t time_ms);
 /// The first time of the line of the caret.
 std::optional<int32_t> TimeOfLine(std::u16string_view text, size_t caret);
 

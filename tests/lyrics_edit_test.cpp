@@ -88,6 +88,10 @@ TEST(LyricsEdit, FindsLinesAndTimes) {
   EXPECT_EQ(LinesOfRange(text, {3, 9}), (TextRange{0, 30}));
   EXPECT_EQ(LinesOfRange(text, {0, 8}), (TextRange{0, 6})) << "a selection that ends at a line's start";
   EXPECT_EQ(LinesOfRange(text, {8, 8}), (TextRange{8, 30}));
+  EXPECT_EQ(LineToBeginWith(text, 0), 8u);
+  EXPECT_EQ(LineToBeginWith(u"[00:01.00]a\r\n[00:03.00][00:09.00]b\r\n[00:05.00]c", 9500), 13u);
+  EXPECT_EQ(LineToBeginWith(u"[ti:t]\r\n\r\nwords\r\n", 5), 10u);
+  EXPECT_EQ(LineToBeginWith(u"[ti:t]\r\n", 5), 8u);
   EXPECT_EQ(TimeOfLine(text, 20), 1000);
   EXPECT_EQ(TimeOfLine(text, 2), std::nullopt);
   EXPECT_EQ(TimeOfLine(text, 99), std::nullopt);

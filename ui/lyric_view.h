@@ -73,6 +73,7 @@ class LyricView final : public Control {
   void OnDoubleClick(const Pointer& pointer) override;
   bool OnWheel(const Pointer& pointer, int32_t notches) override;
   bool OnContextMenu(const Pointer& pointer) override;
+  std::u16string TipAt(int32_t, int32_t) const override { return {}; }
   /// The arrow keys seek from line to line.
   bool TakesFocus() const override { return IsTimed() && look_.drag_lyric != 0; }
   bool TakesFocusByMouse() const override { return false; }

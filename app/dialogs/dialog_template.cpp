@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "app/options/dialog_font.h"
 #include "platform/com.h"
 
 namespace melorin {
@@ -43,14 +44,10 @@ constexpr LONG kPointsPerInch = 72;
 }  // namespace
 
 DialogTemplate::DialogTemplate(const std::u16string& title, int width, int height, DWORD style) {
-  NONCLIENTMETRICSW metrics{};
-  metrics.cbSize = sizeof(metrics);
+  const DialogFont message_font(DpiOfWindow(nullptr));
+  const int dpi = message_font.Dpi();
   LOGFONTW font{};
-  if (SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0))
-    font = metrics.lfMessageFont;
-  const HDC screen = GetDC(nullptr);
-  const int dpi = screen ? GetDeviceCaps(screen, LOGPIXELSY) : 96;
-  if (screen) ReleaseDC(nullptr, screen);
+  GetObjectW(message_font.get(), sizeof(font), &font);
 
   TemplateHead head;
   head.style = DS_SETFONT | DS_MODALFRAME | WS_POPUP | WS_CAPTION | WS_SYSMENU | style;

@@ -128,7 +128,9 @@ void LyricEditor::Start(HWND dialog) {
   ShowTime();
   SetTimer(dialog, kTimer, kTimerMs, nullptr);
   SetFocus(text);
-  SendMessageW(text, EM_SETSEL, 0, 0);
+  const size_t caret = LineToBeginWith(first_text_, host_.EditedPosition().value_or(0));
+  SendMessageW(text, EM_SETSEL, caret, static_cast<LPARAM>(caret));
+  SendMessageW(text, EM_SCROLLCARET, 0, 0);
 }
 
 void LyricEditor::BringForward() {
