@@ -181,10 +181,10 @@ void PlayerWindowView::SetLyricLook(const LyricLook& look) {
 }
 
 void PlayerWindowView::SetStatus(const PlayerStatus& status) {
+  // What a command can do depends on more than is shown, as on the list's entries.
+  RefreshCommands();
   if (status == status_) return;
-  const bool another_state = status.state != status_.state || status.has_track != status_.has_track;
   status_ = status;
-  if (another_state) RefreshCommands();
   ShowStatus();
 }
 
