@@ -189,8 +189,15 @@ class Player(player_process.Player):
         window = self.window(kind)
         return window.x + window.width // 3, window.y + (10 if kind != "mini" else 3)
 
+    def click_at(self, kind, point, times=1):
+        """A click after which the window has the keyboard: keys go to the window that has it when they are pressed,
+        and a busy machine takes its time to hand it over."""
+        window = self.window(kind)
+        self.screen.click(*point, times=times)
+        wait_until(lambda: self.screen.has_keyboard(window), 10, lambda: f"{window} does not get the keyboard")
+
     def focus(self, kind="player"):
-        self.screen.click(*self.caption(kind))
+        self.click_at(kind, self.caption(kind))
 
     def choose(self, point, *keys):
         """Chooses in the menu that a right click opens, by the entries' keys."""

@@ -45,10 +45,13 @@ class ListTest(SharedPlayer):
         top, height = self.rows()
         return round(left + (right - left) * across), top + height * number + height // 2
 
+    def click_row(self, number, times=1):
+        self.player.click_at("playlist", self.row(number), times)
+
     def order(self):
         """The files in the order of the list, by playing each of them: what is heard is what counts."""
         player = self.player
-        player.screen.click(*self.row(0), times=2)
+        self.click_row(0, times=2)
         order = [file_name(player.wait_status(state="playing", index=0))]
         for index in range(1, player.last_status["entries"]):
             player.command("/next")
@@ -108,7 +111,7 @@ class Editing(ListTest):
     def test_remove_and_take_back(self):
         player = self.player
         player.refill(self.files)
-        player.screen.click(*self.row(1))
+        self.click_row(1)
         player.screen.key("shift+Down")
         player.screen.key("Delete")
         player.wait_status(entries=3)
@@ -122,7 +125,7 @@ class Editing(ListTest):
     def test_double_click_and_return_play(self):
         player = self.player
         player.refill(self.files)
-        player.screen.click(*self.row(2), times=2)
+        self.click_row(2, times=2)
         self.assertEqual(file_name(player.wait_status(state="playing", index=2)), self.names[2])
         player.screen.key("Down")
         player.screen.key("Return")
@@ -131,7 +134,7 @@ class Editing(ListTest):
     def test_find_as_you_type(self):
         player = self.player
         player.refill([self.tone(name, 700) for name in ("alpha.wav", "beta one.wav", "gamma.wav", "beta two.wav")])
-        player.screen.click(*self.row(0))
+        self.click_row(0)
         player.screen.key("ctrl+f")
         player.screen.type("eta")
         player.screen.key("F3")
@@ -140,7 +143,7 @@ class Editing(ListTest):
         self.assertEqual(file_name(status), "beta two.wav")
         # The keyboard is the list's again.
         player.screen.key("Escape")
-        player.screen.click(*self.row(0))
+        self.click_row(0)
         player.screen.key("Delete")
         player.wait_status(entries=3)
 

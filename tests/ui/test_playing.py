@@ -58,8 +58,8 @@ class Playing(SharedPlayer):
 
     def test_next_in_every_mode(self):
         player = self.player
-        player.refill(self.tones(4, 4, "短"))
-        player.command(f"/mode={SINGLE}", "/play")
+        player.refill([])
+        player.command(f"/mode={SINGLE}", *map(windows_path, self.tones(4, 4, "短")))
         player.wait_status(state="playing", mode=SINGLE)
         for mode in (SINGLE, REPEAT_ONE, IN_ORDER, REPEAT_ALL, RANDOM):
             with self.subTest(mode=mode):

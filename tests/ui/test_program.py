@@ -16,8 +16,8 @@ class Program(SharedPlayer):
 
     def test_global_keys(self):
         player = self.player
-        player.refill(self.tones(2))
-        player.command("/play")
+        player.refill([])
+        player.command(*map(windows_path, self.tones(2)))
         player.wait_status(state="playing", index=0)
         with player.another_program():
             player.screen.key("ctrl+alt+k")
@@ -28,8 +28,8 @@ class Program(SharedPlayer):
     def test_second_instance_hands_over(self):
         player = self.player
         one, two, three = self.tones(3)
-        player.refill([one])
-        player.command("/play")
+        player.refill([])
+        player.command(windows_path(one))
         player.wait_status(state="playing", entries=1)
         player.command("/add", windows_path(two))
         player.wait_status(entries=2, index=0)

@@ -125,7 +125,7 @@ class Skins(SharedPlayer):
 class Options(UiTest):
     def test_options_take_effect_at_once_and_are_kept(self):
         with Player("/add", *map(windows_path, self.tones(4)),
-                    History={"LastActivePage": PLAY_LIST_LOOK_PAGE}) as player:
+                    Histroy={"LastActivePage": PLAY_LIST_LOOK_PAGE}) as player:
             player.wait_status(entries=4)
             second_colour = (208, 208, 255)
 

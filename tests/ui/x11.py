@@ -86,6 +86,10 @@ class Screen:
                 pass
         return [window for window in found if window.width > 1 and window.height > 1]
 
+    def has_keyboard(self, window):
+        focus = self.display.get_input_focus().focus
+        return getattr(focus, "id", focus) == window.handle.id
+
     def picture(self, x, y, width, height):
         """What is to be seen there; parts beyond the screen are left out."""
         screen = self.display.screen()
