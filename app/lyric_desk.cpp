@@ -118,7 +118,7 @@ LyricDesk::~LyricDesk() {
 
 void LyricDesk::Close() {
   editor_.Destroy();
-  service_.Stop();
+  service_.CancelLoads();
 }
 
 // ---- commands

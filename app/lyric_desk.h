@@ -79,8 +79,8 @@ class LyricDesk final : public CommandHandler, private LyricActions, private Lyr
   /// Before the program ends: asks about a lyric that is being edited. False: it must not end now; `again` is
   /// called, once, if the user only wanted it to be saved first.
   bool MayClose(std::function<void()> again = {});
-  /// Ends what is under way, without asking. Best when the player has left its track, so that what is to be
-  /// put into the track's tags can be, and before the player is destroyed.
+  /// Closes the editor without asking; nothing is looked for any more. What is to be saved still is, at the
+  /// latest when the desk is destroyed: by then the player has left its track, whose tags can be written.
   void Close();
 
  private:

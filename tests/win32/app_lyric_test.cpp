@@ -113,8 +113,9 @@ class AppLyric : public testing::Test {
     desk_->View().Wear(wardrobe_, nullptr);
   }
   ~AppLyric() override {
-    desk_->Close();
+    if (desk_) desk_->Close();
     player_.Close();
+    desk_.reset();
     library_.Shutdown();
   }
   LyricSettings& Look() { return player_.Values().lyric; }
@@ -286,6 +287,21 @@ TEST_F(AppLyric, PutsLyricsIntoTags) {
   Do(Id::kLyricSave);
   WaitForMessage();
   EXPECT_EQ(frame_.message, u"这种文件的标签不能保存歌词");
+
+  Write("late.lrc", kLrc);
+  Look().auto_save_lyric_tag = 0;
+  Open("late.mp3");
+  {
+    File player;
+    ASSERT_TRUE(player.Open(PathOf("late.mp3"), File::Access::kReadWrite, File::Share::kReadWrite,
+                            File::Create::kMustExist));
+    Do(Id::kLyricSave);
+    WaitForMessage();
+    EXPECT_EQ(frame_.message, u"换歌后写入歌曲标签");
+  }
+  desk_->Close();
+  desk_.reset();
+  EXPECT_NE(Read("late.mp3").find("USLT"), std::string::npos) << "at the program's end at the latest";
 }
 
 TEST_F(AppLyric, TheEditorSavesWhereTheSettingsSay) {
