@@ -132,8 +132,9 @@ bool LyricDesk::IsEnabled(Id command) const {
   switch (command) {
     case Id::kLyricAssociate:
     case Id::kLyricReload:
-    case Id::kLyricEdit:
       return static_cast<bool>(item_);
+    case Id::kLyricEdit:
+      return item_ && !loading_;
     case Id::kLyricDissociate:
       return item_ && lyric_.associated;
     case Id::kLyricEarlier:
@@ -260,7 +261,7 @@ const std::shared_ptr<const LyricDoc>& LyricDesk::ShownDoc() const {
 
 void LyricDesk::UpdateView() {
   ShownLyric shown;
-  shown.doc = ShownDoc();
+  if (const auto& doc = ShownDoc(); doc && HasText(*doc)) shown.doc = doc;
   if (!shown.doc) {
     shown.title_gbk = SongGbk();
     shown.message_gbk = GbkFromUtf16(!item_ ? u"没有播放歌曲" : loading_ ? u"正在查找歌词..." : u"没有歌词");

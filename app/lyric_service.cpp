@@ -18,10 +18,6 @@ constexpr int kSureScore = 6;
 constexpr size_t kLongestName = 120;
 constexpr int kMostNumbers = 999;
 
-bool HasText(const LyricDoc& doc) {
-  return !doc.Lines().empty() || doc.plain_text_gbk.find_first_not_of(" \t\r\n") != std::string::npos;
-}
-
 /// The first name of that kind that no file has.
 std::string FreePath(const std::string& folder, const std::string& name) {
   std::string path = JoinPath(folder, name + ".lrc");
@@ -31,6 +27,10 @@ std::string FreePath(const std::string& folder, const std::string& name) {
 }
 
 }  // namespace
+
+bool HasText(const LyricDoc& doc) {
+  return !doc.Lines().empty() || doc.plain_text_gbk.find_first_not_of(" \t\r\n") != std::string::npos;
+}
 
 std::string LyricFileNameGbk(const std::string& text_gbk) {
   std::u16string name = Utf16FromGbk(text_gbk);

@@ -27,6 +27,9 @@ namespace melorin {
 /// Where a lyric came from.
 enum class LyricSource { kNone, kFile, kTags };
 
+/// There is something to be read in it.
+bool HasText(const LyricDoc& doc);
+
 /// The lyric of a song.
 struct LoadedLyric {
   LyricSource source = LyricSource::kNone;
