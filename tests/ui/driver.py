@@ -269,29 +269,38 @@ class UiTest(unittest.TestCase):
 
 
 class SharedPlayer(UiTest):
-    """Tests that share one run of the player, since a start and an exit cost seconds. Each begins with what it
-    needs and leaves all windows shown; after one that fails the player is started anew."""
+    """Tests of one module and the same settings share one run of the player, since a start and an exit cost seconds.
+    Each begins with what it needs and leaves all windows shown where they were; after one that fails the player is
+    started anew. The module ends with close_players()."""
     SETTINGS = {}
-    shared = None
+    _shared = {}
 
     def setUp(self):
-        if type(self).shared is None:
-            type(self).shared = Player(**self.SETTINGS)
-        self.player = type(self).shared
+        key = repr(self.SETTINGS)
+        if key not in self._shared:
+            self._shared[key] = Player(**self.SETTINGS)
+        self.player = self._shared[key]
 
     def tearDown(self):
         result = self._outcome.result
         if any(getattr(test, "test_case", test) is self for test, _ in result.failures + result.errors):
-            type(self).shared = None
+            del self._shared[repr(self.SETTINGS)]
             self.player.give_up()
 
     @classmethod
-    def tearDownClass(cls):
-        if cls.shared is not None:
-            player, cls.shared = cls.shared, None
+    def close_players(cls):
+        while cls._shared:
+            _, player = cls._shared.popitem()
             with player:
                 pass
             assert player.finish(10) == 0
+
+
+class OwnPlayer(UiTest):
+    """Tests that start the player themselves: there is one at a time."""
+
+    def setUp(self):
+        SharedPlayer.close_players()
 
 
 def key_map(*bindings):

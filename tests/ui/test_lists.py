@@ -10,6 +10,10 @@ ROW_COLOURS = ((255, 255, 255), (208, 208, 255))
 TABS_EXTRA = 6
 
 
+def tearDownModule():
+    SharedPlayer.close_players()
+
+
 class ListTest(SharedPlayer):
     # (top of the first row below the control's, height of a row).
     geometry = None

@@ -5,6 +5,10 @@ from driver import FULL_VOLUME, SharedPlayer, wait_until, windows_path
 SINGLE, REPEAT_ONE, IN_ORDER, REPEAT_ALL, RANDOM = range(5)
 
 
+def tearDownModule():
+    SharedPlayer.close_players()
+
+
 class Playing(SharedPlayer):
     def play(self, path, **wanted):
         self.player.command("/volume=100", windows_path(path))

@@ -3,11 +3,15 @@
 import os
 import xml.etree.ElementTree
 
-from driver import FULL_VOLUME, HOME, Player, SharedPlayer, UiTest, file_name, key_map, wait_until, windows_path
+from driver import FULL_VOLUME, HOME, OwnPlayer, Player, SharedPlayer, file_name, key_map, wait_until, windows_path
 
 PLAY_PAUSE = 1001
 NEXT = 1004
 CTRL_ALT = 3
+
+
+def tearDownModule():
+    SharedPlayer.close_players()
 
 
 class Program(SharedPlayer):
@@ -41,7 +45,7 @@ class Program(SharedPlayer):
         player.wait_status(index=1)
 
 
-class Restarts(UiTest):
+class Restarts(OwnPlayer):
     def test_exit_and_restore(self):
         files = [windows_path(path) for path in self.tones(3)]
         with Player("/add", *files) as player:

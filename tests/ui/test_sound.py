@@ -6,6 +6,10 @@ BAND_1K = 5
 LEVEL = 3000
 
 
+def tearDownModule():
+    SharedPlayer.close_players()
+
+
 class Equalizer(SharedPlayer):
     def test_a_band_that_is_dragged_is_heard(self):
         player = self.player

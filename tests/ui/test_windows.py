@@ -4,10 +4,14 @@ import os
 import subprocess
 import zipfile
 
-from driver import HOME, SKIN, Player, SharedPlayer, UiTest, player_process, wait_until, windows_path
+from driver import HOME, SKIN, OwnPlayer, Player, SharedPlayer, player_process, wait_until, windows_path
 
 KINDS = ("player", "playlist", "equalizer", "lyric")
 PLAY_LIST_LOOK_PAGE = 6
+
+
+def tearDownModule():
+    SharedPlayer.close_players()
 
 
 class Windows(SharedPlayer):
@@ -122,7 +126,7 @@ class Skins(SharedPlayer):
         return self.player.screen.picture(*spot, 1, 1).pixel(0, 0)
 
 
-class Options(UiTest):
+class Options(OwnPlayer):
     def test_options_take_effect_at_once_and_are_kept(self):
         with Player("/add", *map(windows_path, self.tones(4)),
                     Histroy={"LastActivePage": PLAY_LIST_LOOK_PAGE}) as player:
