@@ -5,7 +5,7 @@
 
 #include <chrono>
 #include <memory>
-#include <set>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -247,6 +247,38 @@ TEST_F(UiLyric, LongLinesBecomeRowsOfLikeLength) {
     EXPECT_EQ(end, test.text.size());
     EXPECT_EQ(rows, test.rows) << test.text;
   }
+}
+
+TEST_F(UiLyric, AnyBytesCanBeLaidOut) {
+  LyricLayout layout;
+  CharacterWidths widths;
+  TextStyle style;
+  style.pixels = 16;
+  widths.SetStyle(nullptr, style);
+  std::mt19937 random(7);
+  std::vector<std::string> texts = {"\xB0", "\x81\x30", "\x81\x30\x81", std::string("\0", 1)};
+  for (int i = 0; i < 300; ++i) {
+    std::string text(random() % 80, ' ');
+    for (char& byte : text)
+      byte = static_cast<char>(random() % 3 == 0 ? 0x81 + random() % 0x7E : random() % 256);
+    texts.push_back(text);
+  }
+  for (const bool sideways : {false, true}) {
+    for (const int32_t room : {-5, 1, 50, 300}) {
+      layout.Make(texts, widths, {sideways, room, 20, 6});
+      ASSERT_EQ(layout.Lines().size(), texts.size());
+      for (size_t i = 0; i < texts.size(); ++i) {
+        const LyricLayout::Line& line = layout.Lines()[i];
+        size_t bytes = 0;
+        for (size_t row = 0; row < line.rows; ++row)
+          bytes += layout.RowAt(line.first_row + row).size;
+        EXPECT_EQ(bytes, texts[i].size());
+        EXPECT_EQ(layout.LineAt(line.start), i);
+      }
+    }
+  }
+  EXPECT_EQ(layout.LineAt(-100), 0u);
+  EXPECT_EQ(layout.LineAt(INT32_MAX), texts.size() - 1);
 }
 
 TEST_F(UiLyric, SidewaysTheLineRunsThroughTheMiddle) {
