@@ -130,9 +130,11 @@ void Application::RefreshWindows() {
   const PlayerControl& control = player_.Control();
   window_.SetTicking(control.State() == PlayState::kPlaying);
   const ItemRef track = control.HasTrack() ? control.Item() : ItemRef();
-  if (track.get() != track_.get() || control.State() != state_) {
+  const bool another = track.get() != track_.get();
+  if (another || control.State() != state_) {
     track_ = track;
     state_ = control.State();
+    if (another) TellTrack();
     lyric_desk_.OnTrackChanged();
   }
   const PlayerStatus status = status_.Status(windows_.Group(), lyric_desk_.LineGbk());
@@ -156,6 +158,13 @@ void Application::Apply(VisualControl& visual) const {
 void Application::ApplyVisuals() {
   for (const PlayerWindowView* view : {&player_view_, &mini_view_})
     if (Control* visual = view->Visual()) Apply(*static_cast<VisualControl*>(visual));
+}
+
+void Application::TellTrack() {
+  const WindowGroup& group = windows_.Group();
+  const bool seen = group.IsShown(SkinWindow::kPlayer) || group.IsShown(SkinWindow::kMini);
+  if (!track_ || seen || !tray_ || !player_.Values().general.tips_on_open) return;
+  tray_->ShowBalloon(u"正在播放", player_.Title());
 }
 
 void Application::ShowCaption() {

@@ -66,6 +66,8 @@ class Application final : private MainWindowClient,
   void ExecuteCommandLine(const std::u16string& text);
   std::string StatusText() const;
   void FinishStart();
+  /// Beside the tray icon, when no window says it.
+  void TellTrack();
   void ShowCaption();
   std::unique_ptr<Control> MakeVisual(SkinWindow window);
   void Apply(VisualControl& visual) const;

@@ -9,7 +9,8 @@
 
 namespace melorin {
 
-/// Writes the tune and its lyric into the temporary folder and returns the tune's path; empty when that fails.
+/// Writes the tune and its lyric into the temporary folder and returns the tune's path; empty when that
+/// fails.
 std::u16string WriteDemoTune(HINSTANCE instance);
 
 }  // namespace melorin

@@ -10,9 +10,10 @@
 //   {"event":"opened","file":…,"subtrack":…,"title":…,"artist":…,"codec":…,"duration_ms":…,"sample_rate":…,
 //    "channels":…,"bits":…,"device":…,"index":…,"list":…}
 //   {"event":"playing"|"paused"|"stopped","ms":…}
-//   {"event":"delivered","block_ms":130,"device_ms":155}   after "playing" and a moment later: when the device had
-//                                                 taken the first block, and when it was set going; ms since the
-//                                                 process began
+//   {"event":"delivered","block_ms":130,"device_ms":155}   after "playing" and a moment later: when the
+//   device had
+//                                                 taken the first block, and when it was set going; ms since
+//                                                 the process began
 //   {"event":"position","ms":…}                   about once a second while playing
 //   {"event":"seek","ms":…}
 //   {"event":"resumed","ms":…}                    goes on where the last session ended

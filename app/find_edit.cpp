@@ -125,6 +125,12 @@ LRESULT CALLBACK FindEdit::ParentProcedure(HWND window, UINT message, WPARAM wpa
         // The rest of the window has no control of the system's that would take the keyboard.
         if (shown) SetFocus(window);
         break;
+      case WM_NCDESTROY:
+        // With the window goes the control.
+        RemoveWindowSubclass(window, ParentProcedure, kSubclass);
+        self->window_ = nullptr;
+        self->edit_ = nullptr;
+        break;
       case WM_WINDOWPOSCHANGED: {
         const LRESULT result = DefSubclassProc(window, message, wparam, lparam);
         if (shown && !(self->desk_.View().FindBarPlace() == self->place_)) {

@@ -60,46 +60,4 @@ class PaintScope {
   HDC dc_;
 };
 
-/// An off-screen bitmap with its device context, kept between paints and made anew when the size changes.
-class BackBuffer {
- public:
-  BackBuffer() = default;
-  ~BackBuffer() { Free(); }
-  BackBuffer(const BackBuffer&) = delete;
-  BackBuffer& operator=(const BackBuffer&) = delete;
-
-  /// Null when memory runs out.
-  HDC Prepare(HDC like, int width, int height) {
-    if (dc_ && width == width_ && height == height_) return dc_;
-    Free();
-    dc_ = CreateCompatibleDC(like);
-    bitmap_ = GdiObject<HBITMAP>(CreateCompatibleBitmap(like, width, height));
-    if (!dc_ || !bitmap_) {
-      Free();
-      return nullptr;
-    }
-    before_ = SelectObject(dc_, bitmap_.get());
-    width_ = width;
-    height_ = height;
-    return dc_;
-  }
-
- private:
-  void Free() {
-    if (dc_) {
-      if (before_) SelectObject(dc_, before_);
-      DeleteDC(dc_);
-    }
-    dc_ = nullptr;
-    before_ = nullptr;
-    bitmap_ = {};
-  }
-
-  HDC dc_ = nullptr;
-  HGDIOBJ before_ = nullptr;
-  GdiObject<HBITMAP> bitmap_;
-  int width_ = 0;
-  int height_ = 0;
-};
-
 }  // namespace melorin

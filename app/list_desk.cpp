@@ -567,6 +567,7 @@ void ListDesk::ShowMatch(std::optional<size_t> match) {
 void ListDesk::SettingsChanged() {
   rows_.Update();
   view_.SetLook(player_.Data().Values().play_list);
+  view_.SetToolbarShown(player_.Data().Values().general.menu_bar_play_list != 0);
   view_.EntriesChanged();
 }
 

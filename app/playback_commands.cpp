@@ -7,6 +7,7 @@
 
 #include "app/dialogs/open_dialogs.h"
 #include "app/options/file_types.h"
+#include "app/player_text.h"
 
 namespace melorin {
 namespace {
@@ -72,6 +73,7 @@ void PlaybackCommands::Execute(CommandId command) {
   PlayerControl& control = player_.Control();
   if (const int32_t mode = ModeOf(command); mode >= 0) {
     player_.SetMode(PlayModeFrom(mode));
+    TellMode();
     return;
   }
   switch (command) {
@@ -110,6 +112,7 @@ void PlaybackCommands::Execute(CommandId command) {
       break;
     case CommandId::kModeNext:
       player_.CycleMode();
+      TellMode();
       break;
     case CommandId::kOpenFile:
       Open(AskForFiles(windows_.DialogOwner(), PlayablePatterns(library_)));
@@ -133,6 +136,10 @@ void PlaybackCommands::Execute(CommandId command) {
     default:
       break;
   }
+}
+
+void PlaybackCommands::TellMode() {
+  player_.Tell(PlayModeText(player_.Control().Mode()));
 }
 
 void PlaybackCommands::Open(std::vector<std::u16string> paths) {

@@ -37,6 +37,7 @@ class PlaybackCommands final : public CommandHandler {
   bool IsChecked(CommandId command) const override;
 
  private:
+  void TellMode();
   void Open(std::vector<std::u16string> paths);
 
   const SoundLibrary& library_;

@@ -105,37 +105,6 @@ std::u16string Player::Title() const {
   return control_.HasTrack() ? EntryTitle(*control_.Item(), session_.Titles()) : std::u16string();
 }
 
-std::u16string Player::Subtitle() const {
-  std::u16string text = control_.HasTrack() ? Tag("Album") : std::u16string();
-  const auto append = [&text](const std::u16string& part) {
-    if (!text.empty() && !part.empty()) text += u" · ";
-    text += part;
-  };
-  if (const ComPtr<Playlist>& list = control_.PlayingList()) {
-    const auto index = control_.PlayingIndex();
-    const std::u16string count = ToText(static_cast<uint32_t>(list->Size()));
-    append((index ? ToText(static_cast<uint32_t>(*index + 1)) : u"-") + u"/" + count);
-    append(Utf16FromGbk(list->NameGbk()));
-  }
-  append(PlayModeText(control_.Mode()));
-  return text;
-}
-
-std::u16string Player::Details() const {
-  if (!control_.HasTrack()) return {};
-  const StreamFormat& source = control_.Item()->Format();
-  const WAVEFORMATEX& format = control_.Stream()->Format();
-  std::u16string text = Utf16FromGbk(control_.Item()->CodecGbk());
-  text.resize(std::min(text.find(u'|'), text.size()));
-  if (source.bit_rate >= 1000) text += u"   " + ToText((source.bit_rate + 500) / 1000) + u" kbps";
-  text += u"   " + ToText(format.nSamplesPerSec) + u" Hz   ";
-  text += format.nChannels == 1   ? u"单声道"
-          : format.nChannels == 2 ? u"立体声"
-                                  : ToText(format.nChannels) + u" 声道";
-  if (control_.State() == PlayState::kPaused) text += u"   已暂停";
-  return text;
-}
-
 // ---- commands
 
 void Player::SeekTo(uint32_t position_ms) {

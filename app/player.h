@@ -65,8 +65,6 @@ class Player final : private PlayerListener, private JobHost {
 
   /// Of the current track; texts are empty without one.
   std::u16string Title() const;
-  std::u16string Subtitle() const;  ///< Album, place in the list, list, play mode.
-  std::u16string Details() const;   ///< Codec and format.
 
   // ---- commands
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "app/player_menus.h"
 
+#include <optional>
+
+#include "app/menu_tips.h"
 #include "app/popup_menu.h"
 #include "app/window_group.h"
 
@@ -21,7 +24,13 @@ void PlayerMenus::ShowMenuAt(MenuKind kind, HWND owner, POINT screen) {
   source.opacity = settings_.player.alpha_percent;
   for (const Fill& fill : fills_)
     fill(source);
-  Run(ShowPopupMenu(owner, BuildMenu(kind, source), screen));
+  CommandId chosen;
+  {
+    std::optional<MenuTips> tips;
+    if (settings_.general.menu_tips) tips.emplace(owner);
+    chosen = ShowPopupMenu(owner, BuildMenu(kind, source), screen);
+  }
+  Run(chosen);
 }
 
 std::u16string PlayerMenus::TipOf(CommandId command) {

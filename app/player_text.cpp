@@ -32,12 +32,6 @@ uint32_t StepPosition(uint32_t position_ms, int32_t step_ms, uint32_t duration_m
   return static_cast<uint32_t>(std::clamp(int64_t{position_ms} + step_ms, int64_t{0}, last));
 }
 
-uint32_t PositionAt(int x, int left, int width, uint32_t duration_ms) {
-  if (width <= 0 || duration_ms == 0) return 0;
-  const int64_t offset = std::clamp<int64_t>(int64_t{x} - left, 0, width);
-  return std::min(static_cast<uint32_t>(offset * duration_ms / width), duration_ms - 1);
-}
-
 std::u16string_view FileNameOf(std::u16string_view path) {
   const size_t separator = path.find_last_of(u"\\/:");
   return separator == std::u16string_view::npos ? path : path.substr(separator + 1);

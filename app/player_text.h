@@ -18,9 +18,6 @@ std::u16string FormatTime(uint32_t milliseconds);
 /// `position` moved by `step`, within the track: never below 0 and always before its end.
 uint32_t StepPosition(uint32_t position_ms, int32_t step_ms, uint32_t duration_ms);
 
-/// The position that a click at x of a line from `left` on, `width` wide, asks for.
-uint32_t PositionAt(int x, int left, int width, uint32_t duration_ms);
-
 /// The last part of a path, whichever separators it has.
 std::u16string_view FileNameOf(std::u16string_view path);
 

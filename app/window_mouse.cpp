@@ -71,6 +71,9 @@ bool WindowMouse::Take(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_LBUTTONUP:
       OnButtonUp(PointOf(lparam));
       return true;
+    case WM_MBUTTONUP:
+      view_.OnMiddleClick(PointerAt(PointOf(lparam)));
+      return true;
     case WM_MOUSEMOVE:
       OnMouseMove(PointOf(lparam));
       return true;

@@ -387,7 +387,7 @@ TEST_F(UiPlaylist, TabsShowRenameDeleteAndMove) {
   Click(point(0));
   EXPECT_EQ(lists_.Asked(), "") << "it is shown already";
   view_.OnDoubleClick(point(2));
-  tabs.OnMiddleClick(point(1).x, point(1).y);
+  view_.OnMiddleClick(point(1));
   view_.OnContextMenu(point(1));
   EXPECT_EQ(lists_.Asked(), "rename tab 2; delete tab 1; tab menu 1");
   const SkinRect plus = tabs.NewButtonPlace();

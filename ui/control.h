@@ -97,6 +97,7 @@ class Control {
   virtual void OnLeave() {}
   virtual void OnDoubleClick(const Pointer&) {}                    ///< Instead of the second press.
   virtual bool OnWheel(const Pointer&, int32_t) { return false; }  ///< Notches, away from the user positive.
+  virtual bool OnMiddleClick(const Pointer&) { return false; }
   /// True: the control has shown a menu of its own.
   virtual bool OnContextMenu(const Pointer&) { return false; }
   virtual std::u16string TipAt(int32_t x, int32_t y) const;

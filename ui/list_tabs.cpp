@@ -292,8 +292,8 @@ void ListTabs::OnDoubleClick(const Pointer& pointer) {
   }
 }
 
-bool ListTabs::OnMiddleClick(int32_t x, int32_t y) {
-  const auto tab = TabAt(x, y);
+bool ListTabs::OnMiddleClick(const Pointer& pointer) {
+  const auto tab = TabAt(pointer.x, pointer.y);
   if (tab) actions_.DeleteTab(*tab);
   return tab.has_value();
 }

@@ -54,8 +54,6 @@ class ListTabs final : public Control, public EntryDropTarget {
   void SetLook(const ListLook& look);
   /// Lists came, went, moved, have other names, or another one is shown or played.
   void TabsChanged();
-  /// The middle button, which Control knows nothing of: deletes the tab under it. False: there is none.
-  bool OnMiddleClick(int32_t x, int32_t y);
 
   /// Empty when it is out of view.
   SkinRect TabPlace(size_t tab) const;
@@ -78,6 +76,7 @@ class ListTabs final : public Control, public EntryDropTarget {
   void OnLeave() override;
   void OnDoubleClick(const Pointer& pointer) override;
   bool OnWheel(const Pointer& pointer, int32_t notches) override;
+  bool OnMiddleClick(const Pointer& pointer) override;  ///< Deletes the tab under it.
   bool OnContextMenu(const Pointer& pointer) override;
   std::u16string TipAt(int32_t x, int32_t y) const override;
   bool TakesFocus() const override { return true; }

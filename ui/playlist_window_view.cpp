@@ -59,9 +59,12 @@ void PlaylistWindowView::BuildScrollBar(const SkinScrollBar& look, LoadedSkin& s
 }
 
 void PlaylistWindowView::Arrange() {
+  if (toolbar_) toolbar_->SetVisible(toolbar_shown_);
   if (!rows_) return;
+  SkinRect whole = area_;
+  if (toolbar_ && !toolbar_shown_) whole.top = std::min(whole.top, toolbar_->Place().top);
   SkinRect area =
-      AlignedPosition(area_, kAlignCentre | kAlignVCentre, LeastWidth(), LeastHeight(), Width(), Height());
+      AlignedPosition(whole, kAlignCentre | kAlignVCentre, LeastWidth(), LeastHeight(), Width(), Height());
   const int32_t tabs_bottom = std::min(area.top + ListTabs::HeightFor(look_), area.bottom);
   tabs_->SetPlace({area.left, area.top, area.right, tabs_bottom});
   area.top = tabs_bottom;
@@ -106,6 +109,14 @@ bool PlaylistWindowView::OnWindowKey(const KeyPress& key) {
 }
 
 // ---- what has changed
+
+void PlaylistWindowView::SetToolbarShown(bool shown) {
+  if (shown == toolbar_shown_) return;
+  toolbar_shown_ = shown;
+  if (!rows_) return;
+  Arrange();
+  RepaintAll();
+}
 
 void PlaylistWindowView::SetLook(const PlayListLook& look) {
   look_ = ListLook(look);

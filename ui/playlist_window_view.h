@@ -34,6 +34,8 @@ class PlaylistWindowView final : public ToolWindowView {
       : ToolWindowView(SkinWindow::kPlaylist, parts.services, CommandId::kShowPlayList), parts_(parts) {}
 
   void SetLook(const PlayListLook& look);
+  /// Without it the list has its place.
+  void SetToolbarShown(bool shown);
   const ListLook& Look() const { return look_; }
 
   /// Null before the first Wear; other ones after each.
@@ -77,6 +79,7 @@ class PlaylistWindowView final : public ToolWindowView {
   int32_t scroll_bar_width_ = 0;
   bool arranging_ = false;
   std::string info_gbk_;
+  bool toolbar_shown_ = true;
   bool find_open_ = false;
 };
 

@@ -255,6 +255,11 @@ bool WindowView::OnWheel(const Pointer& pointer, int32_t notches) {
   return OnWindowWheel(notches);
 }
 
+bool WindowView::OnMiddleClick(const Pointer& pointer) {
+  Control* control = At(pointer.x, pointer.y);
+  return control && control->IsEnabled() && control->OnMiddleClick(pointer);
+}
+
 bool WindowView::OnContextMenu(const Pointer& pointer) {
   Control* control = At(pointer.x, pointer.y);
   return control && control->IsEnabled() && control->OnContextMenu(pointer);

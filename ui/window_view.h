@@ -99,6 +99,7 @@ class WindowView : private ControlHost {
   void OnCancel();  ///< The mouse was taken away.
   void OnLeave();
   bool OnWheel(const Pointer& pointer, int32_t notches);
+  bool OnMiddleClick(const Pointer& pointer);
   bool OnContextMenu(const Pointer& pointer);
   bool IsPressed() const { return pressed_ != nullptr; }
   /// The control's tip and the control, which is null where there is none.

@@ -78,10 +78,6 @@ TEST(AppText, TimesAndPositionsStayWithinTheTrack) {
   EXPECT_EQ(StepPosition(300, -1000, 20000), 0u);
   EXPECT_EQ(StepPosition(19500, 1000, 20000), 19999u);
   EXPECT_EQ(StepPosition(0, 5000, 0), 0u);
-  EXPECT_EQ(PositionAt(150, 100, 100, 20000), 10000u);
-  EXPECT_EQ(PositionAt(500, 100, 100, 20000), 19999u);
-  EXPECT_EQ(PositionAt(0, 100, 0, 20000), 0u);
-  EXPECT_EQ(PositionAt(4000, 0, 4000, 0xFFFFFFFF), 0xFFFFFFFEu);
 }
 
 TEST(AppLog, EntriesAreJson) {
