@@ -68,6 +68,19 @@ session_sound() {
   die "PulseAudio does not start: $(tail -3 "$SESSION_DIR/pulse.log")"
 }
 
+# Registry text: menus, tips and dialogs of the system's in the font that 微软雅黑 stands for. Wine's own choice has no
+# hanzi and borrows them without grey steps, which nobody can read. The values are LOGFONT structures: 12 pixels high,
+# weight 400, default character set, and the face in UTF-16.
+session_fonts() {
+  local face name hex=f4,ff,ff,ff,00,00,00,00,00,00,00,00,00,00,00,00,90,01,00,00,00,00,00,01,00,00,00,00
+  face=$(printf 'WenQuanYi Micro Hei' | iconv -t UTF-16LE | od -An -v -tx1 | tr -d ' \n')
+  while [ ${#face} -lt 128 ]; do face+=00; done
+  printf '\n%s\n' '[Control Panel\\Desktop\\WindowMetrics]'
+  for name in CaptionFont MenuFont MessageFont SmCaptionFont StatusFont; do
+    printf '"%s"=hex:%s%s\n' $name "$hex" "$(sed 's/../,&/g' <<<"$face")"
+  done
+}
+
 # session_prefix [FOLDER]: a Wine prefix that shares the files of the project's prefix and has its own registry and
 # server. Wine decides once a session whether there is a display, so a session that began without one shows no
 # windows later; this one begins with the display of the caller.
@@ -84,6 +97,7 @@ session_prefix() {
     ln -sfn "$base/drive_c" "$folder/drive_c"
     cp -a "$base/dosdevices" "$folder/"
     cp -a "$base"/*.reg "$base/.update-timestamp" "$folder/"
+    session_fonts >>"$folder/user.reg"
     : >"$folder/melorin-ready"
   fi
   export WINEPREFIX=$folder LC_ALL=zh_CN.UTF-8
