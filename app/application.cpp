@@ -240,7 +240,7 @@ void Application::OnTrayMessage(WPARAM wparam, LPARAM lparam) {
 
 void Application::ExitPlayer() {
   // A lyric that is being edited may not be lost.
-  if (lyric_desk_.MayClose()) window_.Close();
+  if (lyric_desk_.MayClose([this] { ExitPlayer(); })) window_.Close();
 }
 
 void Application::ShowMainMenu() {

@@ -41,7 +41,7 @@ class LyricPage final : public OptionsPage {
     page.CheckBox(u"有歌词时自动显示", kLyricPart(&LyricSettings::auto_visible));
     page.CheckBox(u"背景透明", kLyricPart(&LyricSettings::transparent));
     page.CheckBox(u"按歌词自动调整宽度", kLyricPart(&LyricSettings::auto_width));
-    page.CheckBox(u"皮肤边框也透明", kLyricPart(&LyricSettings::trans_skin))
+    page.CheckBox(u"完全显示皮肤背景", kLyricPart(&LyricSettings::trans_skin))
         .EnabledWhen([](const Settings& s) { return s.lyric.transparent != 0; });
     page.CheckBox(u"只在纵向滚动时调整", kLyricPart(&LyricSettings::auto_width_only_vert))
         .Indent()
