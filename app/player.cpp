@@ -16,6 +16,7 @@
 #include "playback/open_device.h"
 #include "playlist/title_format.h"
 #include "sound/sheet_tracks.h"
+#include "tags/tag_scan.h"
 
 namespace melorin {
 namespace {
@@ -65,6 +66,11 @@ std::u16string DescribeTrackFailure(const std::u16string& path, TrackFailure fai
   return {};
 }
 
+/// For files that are read from now on.
+void ChooseTags(const GeneralSettings& general) {
+  SetUsersTagPriority(general.mp3_read_tag_priority == 1 ? TagPriority::kApeFirst : TagPriority::kId3v2First);
+}
+
 }  // namespace
 
 Player::Player(const SoundLibrary& library, PlayerFrame& frame, std::string data_folder_gbk)
@@ -82,7 +88,9 @@ Player::Player(const SoundLibrary& library, PlayerFrame& frame, std::string data
 
 void Player::LoadSettings() {
   std::string kept_aside;
-  if (session_.LoadSettings(&kept_aside) != LoadResult::kForeignOrDamaged) return;
+  const LoadResult result = session_.LoadSettings(&kept_aside);
+  ChooseTags(session_.Values().general);
+  if (result != LoadResult::kForeignOrDamaged) return;
   start_problem_ = kept_aside.empty() ? std::u16string(u"设置文件已损坏，本次不保存设置")
                                       : u"设置文件已损坏，已另存为 " + Utf16FromGbk(kept_aside);
 }
@@ -126,6 +134,7 @@ void Player::ChangeVolume(int change) {
 }
 
 void Player::OnSettingsChanged() {
+  ChooseTags(session_.Values().general);
   control_.ApplySettings();
   frame_.SaveLater(kSaveDelayMs);
   frame_.Refresh();

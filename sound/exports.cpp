@@ -92,7 +92,7 @@ HRESULT STDMETHODCALLTYPE CreateStdContent(IStream* stream, uint32_t flags, TagS
   *out = nullptr;
   try {
     TagScan scan;
-    const HRESULT result = CreateTagContent(*stream, flags, out, &scan);
+    const HRESULT result = CreateTagContent(*stream, flags, out, &scan, UsersTagPriority());
     if (FAILED(result)) return result;
     if (extent) {
       extent[0] = static_cast<uint32_t>(scan.audio_start);

@@ -191,7 +191,7 @@ class MpegSource final : public FileSource {
     HeadedSource source(stream, size, window_bytes.first(static_cast<size_t>(head)));
 
     TagFields fields;
-    const TagScan tags = ReadTags(source, 0, fields);
+    const TagScan tags = ReadTags(source, 0, fields, UsersTagPriority());
     HRESULT result = CreateTagSet(std::move(fields), tags.flags, tags_.Receive());
     if (FAILED(result)) return result;
 

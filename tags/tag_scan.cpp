@@ -4,6 +4,7 @@
 #include "tags/tag_scan.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 #include "tags/apev2.h"
@@ -85,7 +86,17 @@ void Merge(const Found& found, TagPriority priority, TagFields& fields) {
     fields.Add(merged.name(i), merged.value(i));
 }
 
+std::atomic<TagPriority> users_priority{TagPriority::kId3v2First};
+
 }  // namespace
+
+TagPriority UsersTagPriority() {
+  return users_priority.load(std::memory_order_relaxed);
+}
+
+void SetUsersTagPriority(TagPriority priority) {
+  users_priority.store(priority, std::memory_order_relaxed);
+}
 
 TagScan ReadTags(ByteSource& source, uint32_t kinds, TagFields& fields, TagPriority priority) {
   if (kinds == 0) kinds = kAllKinds;

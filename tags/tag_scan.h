@@ -23,6 +23,10 @@ struct TagScan {
 /// gap.
 enum class TagPriority { kId3v2First, kApeFirst };
 
+/// The user's choice, which readers of files that know no settings take. Thread: any.
+TagPriority UsersTagPriority();
+void SetUsersTagPriority(TagPriority priority);
+
 /// `kinds`: which kinds to look for, 0 for all. Fields are added to `fields`. Malformed tags are skipped;
 /// memory is bounded by the file's size. Thread: any. Cost: one read at the start, one or two at the end of
 /// the file.

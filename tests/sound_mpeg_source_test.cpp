@@ -7,6 +7,7 @@
 #include "sound/mpeg_scan.h"
 #include "tests/mpeg_builder.h"
 #include "tests/sound_test_files.h"
+#include "tests/tags_build.h"
 
 namespace melorin {
 namespace {
@@ -257,6 +258,28 @@ TEST(MpegSource, AFullScanTimesAndSeeksByFrames) {
   // Frame 605 is the first of the slow ones behind.
   ASSERT_EQ(source->Seek(605 * 1152 * 10 / 441 + 1), S_OK);
   EXPECT_EQ(test::ReadAll(*source).size(), 400u * 417);
+}
+
+TEST(MpegSource, TheUserChoosesWhichTagsCount) {
+  using namespace std::string_literals;
+  const std::string id3 = tag_build::Id3v2(3, tag_build::Frame(3, "TIT2", "\0Id3"s));
+  const std::string ape = tag_build::Ape({tag_build::ApeItem("Title", "Ape")});
+  const auto bytes = [](const std::string& text) { return Bytes(text.begin(), text.end()); };
+  const Bytes file = Join({bytes(id3), test::Frames(kPlain, 20), bytes(ape)});
+  const auto title = [&](TagPriority priority) {
+    SetUsersTagPriority(priority);
+    const auto source = test::OpenWith(CreateMpegReader(false), file);
+    ComPtr<TagSet> tags;
+    WideChar* value = nullptr;
+    if (!source || source->QueryInterface(kIidTagSet, tags.ReceiveVoid()) != S_OK ||
+        tags->GetValue(AsWide(u"Title"), &value) != S_OK)
+      return std::u16string();
+    const std::u16string text(AsChar16(value));
+    CoTaskMemFree(value);
+    return text;
+  };
+  EXPECT_EQ(title(TagPriority::kApeFirst), u"Ape");
+  EXPECT_EQ(title(TagPriority::kId3v2First), u"Id3");
 }
 
 TEST(MpegSource, UnopenedSourcesAndNullPointersAreTold) {
