@@ -85,6 +85,10 @@ bool WindowMouse::Take(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_MOUSEWHEEL:
       OnWheel(PointOf(lparam), GET_WHEEL_DELTA_WPARAM(wparam));
       return true;
+    case WM_ENTERMENULOOP:
+      // It would be shown above the menu.
+      tip_.Set({}, {});
+      return false;
     case WM_CAPTURECHANGED:
       if (reinterpret_cast<HWND>(lparam) != window_) OnCaptureLost();
       return true;
