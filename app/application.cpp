@@ -44,7 +44,11 @@ Application::Application(HINSTANCE instance, const SoundLibrary& library, std::s
     : window_(*this),
       player_(library, window_, std::move(data_folder_gbk)),
       status_(player_, [this] { window_.Refresh(); }),
-      menus_(commands_, player_.Values(), [this] { window_.Refresh(); }),
+      menus_(commands_, player_.Values(),
+             [this] {
+               window_.Refresh();
+               options_.Refresh();
+             }),
       playback_commands_(library, player_, *this),
       options_(library, player_, window_, hot_keys_, *this),
       list_dialogs_([this] { return DialogOwner(); }, library, player_.Values()),

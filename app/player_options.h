@@ -43,6 +43,8 @@ class PlayerOptions final : public CommandHandler, private OptionsHost {
   void RegisterKeys();
   bool TakesMessage(MSG& message) { return dialog_.TakesMessage(message); }
   void Close() { dialog_.Close(); }
+  /// Settings may have been changed elsewhere.
+  void Refresh() { dialog_.Refresh(); }
 
   bool Handles(CommandId command) const override;
   void Execute(CommandId command) override;

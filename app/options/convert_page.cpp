@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// 格式转换: what converting tracks to other files makes.
+// 格式转换: what converting tracks to other files makes. Nothing of the player does so today; the settings
+// are kept and can be edited.
 #include "app/options/choice_lists.h"
 #include "app/options/page_window.h"
 
@@ -17,6 +18,9 @@ std::vector<ChoiceItem> WriterChoices(const SoundLibrary& library) {
 class ConvertPage final : public OptionsPage {
  public:
   void Build(PageWindow& page) override {
+    page.Plain();
+    page.Note(u"此版本不能转换格式。以下设置会保留在设置文件中，供具有转换功能的版本使用。");
+
     page.Group(u"输出格式");
     page.Choice(u"输出方式:", kConvertPart(&ConvertSettings::writer_index),
                 WriterChoices(page.Host().Library()));
