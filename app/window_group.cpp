@@ -432,7 +432,15 @@ void WindowGroup::MoveWindows(int32_t dx, int32_t dy) {
   if (moves) EndDeferWindowPos(moves);
 }
 
-void WindowGroup::OnDragEnd(SkinWindow) {
+void WindowGroup::OnDragEnd(SkinWindow kind) {
+  // A title that is out of view could not be taken again.
+  const SkinRect place = Window(kind).Place();
+  const SkinRect reachable = BroughtOntoScreens(place, areas_, views_[IndexOf(kind)]->Scale());
+  if (place != reachable) {
+    for (const SkinWindow other : kAllKinds)
+      drag_places_[IndexOf(other)] = Window(other).Place();
+    MoveWindows(reachable.left - place.left, reachable.top - place.top);
+  }
   dragging_ = false;
   host_.SaveSettingsLater();
 }
