@@ -19,7 +19,7 @@ namespace melorin {
 ///                     shortcuts stand for their entries. What the list holds already is played where it is.
 ///   /add              append the paths to the list; what plays goes on
 ///   /list=NAME        of the list of that name, made when there is none; else see PlayerJobs
-///   /play /pause      start or go on; pause, or go on when paused already
+///   /play /pause      start or go on; pause, or go on when paused; nothing when stopped
 ///   /stop /next /prev
 ///   /mode=N           play mode: 0 single, 1 repeat one, 2 in order, 3 repeat all, 4 random
 ///   /volume=N         0 to 100

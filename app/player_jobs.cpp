@@ -115,7 +115,7 @@ void PlayerJobs::Finish(ExpandedPaths expanded) {
   if (line.previous) control_.Previous();
   if (line.play) control_.Play();
   if (line.seek_ms) host_.SeekTo(*line.seek_ms);
-  if (line.pause) control_.TogglePause();
+  if (line.pause && control_.State() != PlayState::kStopped) control_.TogglePause();
   if (line.exit || (line.auto_close && !control_.HasTrack() && !control_.WaitsForNext())) host_.CloseSoon();
   jobs_.pop_front();
   StartNext();

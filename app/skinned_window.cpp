@@ -49,8 +49,13 @@ bool RegisterWindowClass(HINSTANCE instance, const wchar_t* name, WNDPROC proced
 /// The characters that the key which has just been handled would still bring.
 void DropCharacters(HWND window) {
   MSG message;
-  while (PeekMessageW(&message, window, WM_CHAR, WM_DEADCHAR, PM_REMOVE) ||
-         PeekMessageW(&message, window, WM_SYSCHAR, WM_SYSDEADCHAR, PM_REMOVE)) {
+  // The key may have opened a dialog, and the program may have ended with that: then the window has gone, and
+  // the end of the message loop, which no filter keeps out, is not to be taken from who waits for it.
+  while (IsWindow(window) && (PeekMessageW(&message, window, WM_CHAR, WM_DEADCHAR, PM_REMOVE) ||
+                              PeekMessageW(&message, window, WM_SYSCHAR, WM_SYSDEADCHAR, PM_REMOVE))) {
+    if (message.message != WM_QUIT) continue;
+    PostQuitMessage(static_cast<int>(message.wParam));
+    return;
   }
 }
 

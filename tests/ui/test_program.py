@@ -82,4 +82,10 @@ class Restarts(OwnPlayer):
             after.wait_status(entries=3, volume=42)
             after.click("player", "play")
             after.wait_status(state="playing")
+            # A key's dialog is open: the end of the program ends that as well.
+            known = after.screen.windows()
+            after.key("ctrl+n", kind="playlist")
+            after.new_window(known)
+            after.command("/exit")
+            self.assertEqual(after.finish(20), 0)
             self.assertEqual(after.events("error"), [])
