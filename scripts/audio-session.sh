@@ -14,6 +14,8 @@
 # private folder, and the Wine prefix is a view of the project's own with its own registry and its own server, so
 # that named objects, windows and sound of two sessions never meet.
 #
+# Before it: session_unmanaged and session_density, which change what the session's programs find.
+#
 # norewinds and disable-shm: without the first the null sink loses the start of what is played, without the second
 # the daemon has been seen to abort.
 
@@ -23,6 +25,7 @@ SESSION_DIR=
 SESSION_SINK=melorin
 SESSION_RATE=44100
 SESSION_FORMAT=s16le
+SESSION_REGISTRY=
 session_pids=()
 recorder_pid=
 
@@ -81,6 +84,14 @@ session_fonts() {
   done
 }
 
+# Where no window manager runs Wine waits two seconds for one at every window of the task bar that it hides.
+session_unmanaged() { SESSION_REGISTRY+=$'\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n'; }
+
+# session_density DPI: 96 is ordinary.
+session_density() {
+  SESSION_REGISTRY+=$'\n[Control Panel\\\\Desktop]\n"LogPixels"=dword:'$(printf %08x "$1")$'\n'
+}
+
 # session_prefix [FOLDER]: a Wine prefix that shares the files of the project's prefix and has its own registry and
 # server. Wine decides once a session whether there is a display, so a session that began without one shows no
 # windows later; this one begins with the display of the caller.
@@ -98,6 +109,7 @@ session_prefix() {
     cp -a "$base/dosdevices" "$folder/"
     cp -a "$base"/*.reg "$base/.update-timestamp" "$folder/"
     session_fonts >>"$folder/user.reg"
+    printf '%s' "$SESSION_REGISTRY" >>"$folder/user.reg"
     : >"$folder/melorin-ready"
   fi
   export WINEPREFIX=$folder LC_ALL=zh_CN.UTF-8

@@ -122,7 +122,8 @@ class Player(player_process.Player):
             return window.title == TITLES[kind]
         if window.title != "Melorin" and not window.title.endswith(" - Melorin"):
             return False
-        return (window.width, window.height) == SKIN.image_size(kind)
+        width, height = SKIN.image_size(kind)
+        return (window.width, window.height) in ((width, height), (2 * width, 2 * height))
 
     def window(self, kind, timeout=15):
         return wait_until(lambda: self.find_window(kind), timeout,
@@ -194,13 +195,20 @@ class Player(player_process.Player):
         and a busy machine takes its time to hand it over."""
         window = self.window(kind)
         self.screen.click(*point, times=times)
-        wait_until(lambda: self.screen.has_keyboard(window), 10, lambda: f"{window} does not get the keyboard")
+        self.screen.give_keyboard(window)
 
     def focus(self, kind="player"):
         self.click_at(kind, self.caption(kind))
 
-    def choose(self, point, *keys):
+    def drag_window(self, kind, start, end):
+        """By its caption or an edge. It has the keyboard before: a window that comes to the front lets go of the
+        mouse."""
+        self.focus(kind)
+        self.screen.drag(start, end)
+
+    def choose(self, kind, point, *keys):
         """Chooses in the menu that a right click opens, by the entries' keys."""
+        self.focus(kind)
         known = self.screen.windows()
         self.screen.click(*point, button=3)
         menu = self.new_window(known)

@@ -10,8 +10,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 bin=$(cd "${1:?usage: tests/ui/run.sh BIN [unittest arguments…]}" && pwd)
 shift
 SESSION_SCREEN=1600x1000
-audio_session_start
 session_unmanaged
+audio_session_start
 # A copy, so that skins can be laid beside the program.
 mkdir -p "$SESSION_DIR/bin/Skin"
 cp "$bin/melorin.exe" "$SESSION_DIR/bin/"

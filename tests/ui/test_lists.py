@@ -106,7 +106,7 @@ class Editing(ListTest):
         top, height = self.rows()
         x = self.row(0)[0]
         # Below the middle of the fourth: behind it.
-        player.screen.drag((x, top + height // 2), (x, top + 4 * height - height // 4))
+        player.drag_window("playlist", (x, top + height // 2), (x, top + 4 * height - height // 4))
         one, two, three, four, five = self.names
         self.assertEqual(self.order(), [two, three, four, one, five])
         player.key("ctrl+z", "playlist")
@@ -165,7 +165,7 @@ class Tabs(ListTest):
         player.wait_status(lists=[first, "Morning"])
         # To the left of the other one.
         tab = self.shown_tab()
-        player.screen.drag(tab, (player.area("playlist", "playlist")[0] + 8, tab[1]))
+        player.drag_window("playlist", tab, (player.area("playlist", "playlist")[0] + 8, tab[1]))
         player.wait_status(lists=["Morning", first], entries=1)
         player.key("ctrl+Tab", "playlist")
         player.wait_status(entries=5)
@@ -173,7 +173,7 @@ class Tabs(ListTest):
         player.wait_status(entries=1)
         # What has entries is asked for.
         known = player.screen.windows()
-        player.choose(self.shown_tab(), "d")
+        player.choose("playlist", self.shown_tab(), "d")
         player.new_window(known)
         player.screen.key("Return")
         player.wait_status(lists=[first], entries=5)

@@ -55,7 +55,7 @@ class Restarts(OwnPlayer):
             player.click("player", "equalizer")
             player.wait_hidden("equalizer")
             x, y = player.caption("player")
-            player.screen.drag((x, y), (x + 130, y + 50))
+            player.drag_window("player", (x, y), (x + 130, y + 50))
             wait_until(lambda: player.window("player").place[:2] == (HOME[0] + 130, HOME[1] + 50), 10,
                        lambda: player.window("player"))
             player.command("/play")

@@ -20,7 +20,7 @@ class Windows(SharedPlayer):
 
     def drag_window(self, kind, dx, dy):
         x, y = self.player.caption(kind)
-        self.player.screen.drag((x, y), (x + dx, y + dy))
+        self.player.drag_window(kind, (x, y), (x + dx, y + dy))
 
     def wait_places(self, wanted):
         for kind, place in wanted.items():
@@ -68,10 +68,10 @@ class Windows(SharedPlayer):
         player = self.player
         x, y, width, height = player.window("lyric").place
         edge = x + width - 2, y + height // 2
-        player.screen.drag(edge, (edge[0] + 60, edge[1]))
+        player.drag_window("lyric", edge, (edge[0] + 60, edge[1]))
         self.wait_places({"lyric": (x, y, width + 60, height)})
         edge = edge[0] + 60, edge[1]
-        player.screen.drag(edge, (edge[0] - 60, edge[1]))
+        player.drag_window("lyric", edge, (edge[0] - 60, edge[1]))
         self.wait_places({"lyric": (x, y, width, height)})
 
     def test_mini_mode_and_back(self):
@@ -116,7 +116,7 @@ class Skins(SharedPlayer):
         spot = window.x + 6, window.y + window.height - 6
         colour = self.colour(spot)
         for entry, skin, wanted in (("2", "inverted.zip", tuple(255 - value for value in colour)), ("1", "", colour)):
-            player.choose(player.caption("player"), "k", entry)
+            player.choose("player", player.caption("player"), "k", entry)
             player.wait_status(skin=skin)
             wait_until(lambda: self.colour(spot) == wanted, 10, lambda: f"{self.colour(spot)}, not {wanted}")
             position = player.wait_status(state="playing", position_ms=lambda ms: ms > position)["position_ms"]

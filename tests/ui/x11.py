@@ -86,9 +86,22 @@ class Screen:
                 pass
         return [window for window in found if window.width > 1 and window.height > 1]
 
-    def has_keyboard(self, window):
-        focus = self.display.get_input_focus().focus
-        return getattr(focus, "id", focus) == window.handle.id
+    def give_keyboard(self, window, timeout=10):
+        """Waits until a window that was clicked has the keyboard. No window manager is there to see to it: where the
+        program asked for it before the window was shown, the display has ignored that, so it is given again."""
+        given_at = time.monotonic()
+
+        def has_it():
+            nonlocal given_at
+            focus = self.display.get_input_focus().focus
+            if getattr(focus, "id", focus) == window.handle.id:
+                return True
+            if time.monotonic() > given_at + 0.5:
+                window.handle.set_input_focus(X.RevertToParent, X.CurrentTime)
+                self.display.sync()
+                given_at = time.monotonic()
+            return False
+        wait_until(has_it, timeout, lambda: f"{window} does not get the keyboard")
 
     def picture(self, x, y, width, height):
         """What is to be seen there; parts beyond the screen are left out."""
@@ -107,6 +120,11 @@ class Screen:
     def move(self, x, y):
         xtest.fake_input(self.display, X.MotionNotify, x=x, y=y)
         self.display.sync()
+
+    def move_away(self):
+        """To a corner, over nothing."""
+        screen = self.display.screen()
+        self.move(screen.width_in_pixels - 2, screen.height_in_pixels - 2)
 
     def press(self, button=1):
         xtest.fake_input(self.display, X.ButtonPress, button)
