@@ -6,7 +6,10 @@
 //   process_probe press KEY [TIMES]       virtual key codes, to the player window; prints when, in ms since
 //   the
 //                                         player's process began
-//   process_probe alternate KEY KEY TIMES presses one and the other, each when the window has another size
+//   process_probe skins TIMES             chooses the second skin and the first in turns, by the window's
+//   menu; each
+//                                         must give the window another size
+//   process_probe stay                    keeps the system running
 //
 // Wine has no GetGuiResources and no GetProcessHandleCount. There handles are counted in the system's table
 // of them, GDI objects in the table that the process keeps, and USER objects by which numbers are left: freed
@@ -155,9 +158,16 @@ SIZE SizeOf(HWND window) {
   return {place.right - place.left, place.bottom - place.top};
 }
 
-void PressUntilAnotherSize(HWND window, WPARAM key) {
+/// In the menu: "k" opens the skins, and a digit chooses one.
+void ChooseSkin(HWND window, wchar_t digit) {
   const SIZE before = SizeOf(window);
-  Press(window, key);
+  RECT place{};
+  GetWindowRect(window, &place);
+  // On the caption.
+  PostMessageW(window, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(window),
+               MAKELPARAM((place.left + place.right) / 2, place.top + 8));
+  PostMessageW(window, WM_CHAR, L'k', 1);
+  PostMessageW(window, WM_CHAR, digit, 1);
   for (DWORD waited = 0; waited < kPatienceMs; waited += 5) {
     const SIZE size = SizeOf(window);
     if (size.cx != before.cx || size.cy != before.cy) return;
@@ -189,12 +199,13 @@ int main(int argc, char** argv) {
     std::printf("{\"sent_ms\":%.1f}\n", sent);
     return 0;
   }
-  if (command == "alternate" && argc == 5) {
+  if (command == "skins" && argc == 3) {
     const HWND window = WindowOf(kPlayerClass);
-    for (int i = 0; i < Number(argv[4]); ++i)
-      PressUntilAnotherSize(window, static_cast<WPARAM>(Number(argv[i % 2 == 0 ? 2 : 3])));
+    for (int i = 0; i < Number(argv[2]); ++i)
+      ChooseSkin(window, i % 2 == 0 ? L'2' : L'1');
     return 0;
   }
-  std::fprintf(stderr, "process_probe counts | press KEY [TIMES] | alternate KEY KEY TIMES\n");
+  if (command == "stay" && argc == 2) Sleep(INFINITE);
+  std::fprintf(stderr, "process_probe counts | press KEY [TIMES] | skins TIMES | stay\n");
   return 2;
 }
