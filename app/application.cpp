@@ -13,7 +13,7 @@ namespace {
 
 /// A sender waits a second longer.
 constexpr DWORD kAnswerMs = 4000;
-/// Keys, icon and skins wait until the windows stand and the music plays.
+/// Keys and icon wait until the windows stand and the music plays.
 constexpr uint32_t kFinishStartMs = 400;
 constexpr int kVolumeStep = 5;
 /// A menu that the keyboard asked for, from the window's corner; 1x pixels.
@@ -82,6 +82,7 @@ Application::~Application() = default;
 bool Application::Start(CommandLine line) {
   if (!window_.Create(GetModuleHandleW(nullptr))) return false;
   player_.Start(std::move(line));
+  skin_desk_.ReadSkins();
   return true;
 }
 
@@ -110,7 +111,6 @@ void Application::FinishStart() {
   tray_->SetIconFile(player_.Values().general.app_icon_file_gbk);
   tray_->SetTip(caption_);
   tray_->Show();
-  skin_desk_.ReadSkins();
 }
 
 int Application::OnClose() {

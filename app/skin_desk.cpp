@@ -2,6 +2,7 @@
 #include "app/skin_desk.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "app/program_folders.h"
 #include "platform/text.h"
@@ -15,17 +16,24 @@ constexpr int32_t kMostSkins =
 }  // namespace
 
 void SkinDesk::ReadSkins() {
-  worker_.Start([this](const std::atomic<bool>&) {
-    player_.PostToUi([this, skins = ListSkins(SkinFolderGbk())]() mutable { skins_ = std::move(skins); });
+  if (reading_) return;
+  reading_ = worker_.Start([this](const std::atomic<bool>&) {
+    player_.PostToUi([this, skins = ListSkins(SkinFolderGbk())]() mutable {
+      found_ = std::move(skins);
+      reading_ = false;
+    });
   });
 }
 
-void SkinDesk::FillMenu(MenuSource& source) const {
+void SkinDesk::FillMenu(MenuSource& source) {
+  // Not while a menu is open, which knows skins by their places.
+  if (found_) skins_ = *std::exchange(found_, std::nullopt);
   for (const SkinListEntry& skin : skins_) {
     if (source.skins.size() >= static_cast<size_t>(kMostSkins)) break;
     if (IsWorn(skin)) source.skin_in_use = source.skins.size();
     source.skins.push_back(Utf16FromGbk(skin.name_gbk));
   }
+  ReadSkins();
 }
 
 bool SkinDesk::Handles(CommandId command) const {

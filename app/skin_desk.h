@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -23,8 +24,8 @@ class SkinDesk final : public CommandHandler {
 
   /// Reads the skins that there are, on a worker.
   void ReadSkins();
-  /// For menus.
-  void FillMenu(MenuSource& source) const;
+  /// For menus. Skins that have come or gone since the last time are seen the next time.
+  void FillMenu(MenuSource& source);
   /// Waits for the worker.
   void Close() { worker_.Stop(); }
 
@@ -41,6 +42,8 @@ class SkinDesk final : public CommandHandler {
   Player& player_;
   const std::function<void()> wear_;
   std::vector<SkinListEntry> skins_;
+  std::optional<std::vector<SkinListEntry>> found_;  ///< By the worker, since the last menu.
+  bool reading_ = false;
   Worker worker_;
 };
 

@@ -133,12 +133,14 @@ class Player(player_process.Player):
         wait_until(lambda: not self.find_window(kind), timeout, f"the window {kind} is still there")
 
     def new_window(self, known, timeout=20, title=None):
-        """One that was not among `known` (a list of windows), a dialog or a menu."""
+        """One that was not among `known` (a list of windows), a dialog or a menu. The window in which Wine shows the
+        icons of the notification area comes when it likes."""
         handles = {window.handle.id for window in known}
 
         def find():
             fresh = [window for window in self.screen.windows()
-                     if window.handle.id not in handles and (title is None or title in window.title)]
+                     if window.handle.id not in handles and window.title != "Wine System Tray"
+                     and (title is None or title in window.title)]
             return fresh[-1] if fresh else None
         return wait_until(find, timeout, lambda: f"no new window {title or ''}: {self.screen.windows()}")
 

@@ -10,6 +10,20 @@ KINDS = ("player", "playlist", "equalizer", "lyric")
 PLAY_LIST_LOOK_PAGE = 6
 
 
+def setUpModule():
+    """The built-in skin with the player window's colours turned round, laid beside the program before it starts."""
+    with zipfile.ZipFile(os.environ["MELORIN_SKIN"]) as source, \
+            zipfile.ZipFile(os.path.join(player_process.BIN, "Skin", "inverted.zip"), "w") as out:
+        for entry in source.namelist():
+            data = source.read(entry)
+            if entry in ("player.png", "player@2x.png"):
+                data = subprocess.run(["convert", "png:-", "-channel", "RGB", "-negate", "png:-"], input=data,
+                                      capture_output=True, check=True).stdout
+            if entry == "Skin.xml":
+                data = data.replace(b'name="Melorin"', 'name="反色"'.encode())
+            out.writestr(entry, data)
+
+
 def tearDownModule():
     SharedPlayer.close_players()
 
@@ -94,20 +108,6 @@ class Windows(SharedPlayer):
 
 
 class Skins(SharedPlayer):
-    @classmethod
-    def setUpClass(cls):
-        """The built-in skin with the player window's colours turned round, laid beside the program."""
-        with zipfile.ZipFile(os.environ["MELORIN_SKIN"]) as source, \
-                zipfile.ZipFile(os.path.join(player_process.BIN, "Skin", "inverted.zip"), "w") as out:
-            for entry in source.namelist():
-                data = source.read(entry)
-                if entry in ("player.png", "player@2x.png"):
-                    data = subprocess.run(["convert", "png:-", "-channel", "RGB", "-negate", "png:-"], input=data,
-                                          capture_output=True, check=True).stdout
-                if entry == "Skin.xml":
-                    data = data.replace(b'name="Melorin"', 'name="反色"'.encode())
-                out.writestr(entry, data)
-
     def test_skin_changes_while_playing(self):
         player = self.player
         player.command(windows_path(self.tone("甲.wav")))
