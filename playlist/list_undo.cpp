@@ -28,7 +28,7 @@ void ListHistory::Add(std::string action_gbk, ListEdit edit) {
   redo_.clear();
   undo_.push_back({std::move(action_gbk), std::move(edit)});
   used_bytes_ += Bytes(undo_.back());
-  while (used_bytes_ > limit_bytes_ && !undo_.empty()) {
+  while (used_bytes_ > limit_bytes_ && undo_.size() > 1) {
     used_bytes_ -= Bytes(undo_.front());
     undo_.pop_front();
   }

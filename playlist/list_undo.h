@@ -14,7 +14,8 @@ namespace melorin {
 
 /// The history of one list. It keeps the whole entry array of each step: 4 bytes an entry and 4 for where it
 /// went (32-bit), with some for the items that only the history holds; the oldest steps go when all
-/// together pass the limit. Thread: the UI thread.
+/// together pass the limit. The newest stays in any case: emptying a very long list is what is missed most.
+/// Thread: the UI thread.
 class ListHistory {
  public:
   static constexpr size_t kDefaultLimitBytes = 16 << 20;

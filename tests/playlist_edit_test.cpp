@@ -412,6 +412,9 @@ TEST(ListHistory, MemoryIsBounded) {
   EXPECT_EQ(redone, undone);
   ListHistory small(100);
   small.Add("reverse", ReverseList(*list));
+  small.Add("remove", RemoveEntries(*list, Selection{5}));
+  EXPECT_TRUE(small.Undo(*list)) << "the newest step, whatever it takes";
+  EXPECT_EQ(list->Size(), 1000u);
   EXPECT_FALSE(small.CanUndo());
 }
 
