@@ -62,7 +62,9 @@ bool WindowMouse::TakeBackDrag() {
 }
 
 bool WindowMouse::Take(UINT message, WPARAM wparam, LPARAM lparam) {
-  if (message >= WM_MOUSEFIRST && message <= WM_MBUTTONDBLCLK) tip_.Relay(message, wparam, lparam);
+  // What is held is told of by nothing but its value.
+  if (message >= WM_MOUSEFIRST && message <= WM_MBUTTONDBLCLK && !dragging_ && !view_.IsPressed())
+    tip_.Relay(message, wparam, lparam);
   switch (message) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK:
