@@ -142,13 +142,14 @@ std::vector<ItemRef> UnpackEntries(std::span<const uint8_t> bytes) {
   return items;
 }
 
-bool PutOnClipboard(HWND owner, std::span<const ItemRef> items) {
+bool PutOnClipboard(HWND owner, std::span<const ItemRef> items, const std::u16string& text) {
   const ClipboardScope clipboard(owner);
   if (!clipboard || !EmptyClipboard()) return false;
   // Cutting entries of a list must never make another program move the files.
   const uint8_t copy[4] = {DROPEFFECT_COPY, 0, 0, 0};
   Put(EffectFormat(), copy);
   Put(CF_HDROP, PackFiles(items));
+  Put(CF_UNICODETEXT, {reinterpret_cast<const uint8_t*>(text.c_str()), (text.size() + 1) * sizeof(char16_t)});
   return Put(OwnFormat(), PackEntries(items));
 }
 

@@ -14,8 +14,9 @@
 
 namespace melorin {
 
-/// False when another program holds the clipboard.
-bool PutOnClipboard(HWND owner, std::span<const ItemRef> items);
+/// As entries, as files, and as `text` for programs that take nothing else. False when another program holds
+/// the clipboard.
+bool PutOnClipboard(HWND owner, std::span<const ItemRef> items, const std::u16string& text);
 
 /// What there is to be pasted; one of the two.
 struct ClipboardEntries {

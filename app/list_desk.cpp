@@ -413,17 +413,20 @@ void ListDesk::ShowDropPlace(std::optional<std::pair<int32_t, int32_t>> point) {
 
 // ---- the clipboard
 
-void ListDesk::Copy() {
-  if (!PutOnClipboard(dialogs_.Owner(), EntriesAt(*List(), Selection().Selected())))
-    player_.Report(u"剪贴板正被其他程序使用");
+bool ListDesk::Copy() {
+  const std::vector<ItemRef> items = EntriesAt(*List(), Selection().Selected());
+  const TitleSettings titles = player_.Data().Titles();
+  std::u16string text;
+  for (const ItemRef& item : items)
+    text += EntryTitle(*item, titles) + u"\r\n";
+  if (PutOnClipboard(dialogs_.Owner(), items, text)) return true;
+  player_.Report(u"剪贴板正被其他程序使用");
+  return false;
 }
 
 void ListDesk::Cut() {
   // What could not be put on the clipboard stays.
-  if (!PutOnClipboard(dialogs_.Owner(), EntriesAt(*List(), Selection().Selected()))) {
-    player_.Report(u"剪贴板正被其他程序使用");
-    return;
-  }
+  if (!Copy()) return;
   editor_.RemoveSelected(List(), u"剪切");
 }
 

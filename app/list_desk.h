@@ -123,7 +123,7 @@ class ListDesk final : public CommandHandler,
   void AddFiles();
   void AddFolder();
   void Cut();
-  void Copy();
+  bool Copy();  ///< False, and the user is told, when another program holds the clipboard.
   void Paste();
   void RemoveMissingFiles();
   void DeleteFiles();

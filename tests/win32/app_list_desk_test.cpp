@@ -237,6 +237,10 @@ TEST_F(AppListDesk, TheClipboardKeepsOrderAndTracks) {
   ASSERT_TRUE(IsClipboardFormatAvailable(CF_HDROP));
   ASSERT_TRUE(OpenClipboard(nullptr));
   EXPECT_EQ(DragQueryFileW(static_cast<HDROP>(GetClipboardData(CF_HDROP)), 0xFFFFFFFF, nullptr, 0), 4u);
+  const HANDLE text = GetClipboardData(CF_UNICODETEXT);
+  EXPECT_EQ(text ? std::wstring(static_cast<const wchar_t*>(GlobalLock(text))).substr(0, 6) : L"",
+            L"a\r\nb\r\n");
+  if (text) GlobalUnlock(text);
   CloseClipboard();
   Do(Id::kPaste);
   EXPECT_EQ(Shown(), "abcxx");
