@@ -6,6 +6,7 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 
 #include "platform/com.h"
@@ -89,13 +90,31 @@ class FolderWalk {
   std::vector<std::string>& files_;
 };
 
+/// By its name; what it is a shortcut to is not known yet.
+bool IsKnownType(const SoundLibrary& library, const std::u16string& path) {
+  std::string path_gbk = GbkFromUtf16(path);
+  return library.CanPlay(path) || EqualNoCaseGbk(PathExtension(path_gbk), "lnk") ||
+         DirectoryExists(FullPath(path_gbk)) || IsPlaylistFile(path_gbk);
+}
+
+/// Of several files that are named at once, as when all of an album's are dropped, pictures and texts are not
+/// meant. A file alone is, whatever it is called.
+std::vector<std::u16string> WithoutOtherFiles(const SoundLibrary& library,
+                                              const std::vector<std::u16string>& paths) {
+  std::vector<std::u16string> known;
+  if (paths.size() > 1)
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(known),
+                 [&](const std::u16string& path) { return IsKnownType(library, path); });
+  return known.empty() ? paths : known;
+}
+
 }  // namespace
 
 ExpandedPaths ExpandPaths(const std::vector<std::u16string>& paths, const SoundLibrary& library,
                           const ListFileOptions& options, const std::atomic<bool>& stop, bool sub_folders) {
   ExpandedPaths expanded;
   expanded.entries = Playlist::Create();
-  for (const std::u16string& path : paths) {
+  for (const std::u16string& path : WithoutOtherFiles(library, paths)) {
     if (stop) break;
     bool lossy = false;
     std::string path_gbk = FullPath(GbkFromUtf16(path, &lossy));

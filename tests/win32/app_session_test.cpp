@@ -158,6 +158,11 @@ TEST_F(AppSession, PathsBecomeEntries) {
     EXPECT_EQ(entries, c.entries);
     EXPECT_EQ(expanded.problems.size(), c.problems);
   }
+  const auto several = [&](const std::vector<std::u16string>& paths) {
+    return ExpandPaths(paths, library, options, go_on).entries->Size();
+  };
+  EXPECT_EQ(several({root + u"album\\notes.txt", root + u"album\\2.wav", root + u"split"}), 3u);
+  EXPECT_EQ(several({root + u"album\\notes.txt", root + u"empty\\notes.txt"}), 2u);
   const std::atomic<bool> stop{true};
   EXPECT_TRUE(ExpandPaths({root + u"album"}, library, options, stop).entries->IsEmpty());
   library.Shutdown();
