@@ -11,6 +11,9 @@
 namespace melorin {
 namespace {
 
+/// Pixels; no screen is so far away, and sums of these do not overflow.
+constexpr int32_t kFarthest = 1 << 20;
+
 BOOL CALLBACK TakeMonitor(HMONITOR monitor, HDC, LPRECT, LPARAM lparam) noexcept {
   auto* areas = reinterpret_cast<std::vector<SkinRect>*>(lparam);
   MONITORINFO info{};
@@ -27,6 +30,27 @@ BOOL CALLBACK TakeMonitor(HMONITOR monitor, HDC, LPRECT, LPARAM lparam) noexcept
 
 SkinRect SizeOf(const WindowView& view) {
   return {0, 0, view.Width() * view.Scale(), view.Height() * view.Scale()};
+}
+
+/// All screens with what is between them.
+SkinRect AllOf(const std::vector<SkinRect>& areas) {
+  if (areas.empty()) return {-kFarthest, -kFarthest, kFarthest, kFarthest};
+  SkinRect all = areas.front();
+  for (const SkinRect& area : areas)
+    all = {std::min(all.left, area.left), std::min(all.top, area.top), std::max(all.right, area.right),
+           std::max(all.bottom, area.bottom)};
+  return all;
+}
+
+/// A place as a file may have it, made one that can be reckoned with, and no larger than all screens: a
+/// window costs memory by its size.
+SettingsRect Sane(const SettingsRect& place, const SkinRect& screens) {
+  const int32_t left = std::clamp(place.left, -kFarthest, kFarthest);
+  const int32_t top = std::clamp(place.top, -kFarthest, kFarthest);
+  const int32_t right = std::clamp(place.right, left, kFarthest);
+  const int32_t bottom = std::clamp(place.bottom, top, kFarthest);
+  return {left, top, left + std::min(right - left, screens.Width()),
+          top + std::min(bottom - top, screens.Height())};
 }
 
 /// A remembered place in a size that the view takes.
@@ -90,11 +114,14 @@ WindowRects WindowPlaces(const PlayerSettings& settings, const WindowViews& view
   PlayerSettings remembered = settings;
   const bool mini = settings.mini_mode != 0;
   const auto view = [&](SkinWindow kind) -> const WindowView& { return *views[IndexOf(kind)]; };
-  const auto place_of = [&](SkinWindow kind) { return RememberedPlace(remembered, kind); };
+  const SkinRect screens = AllOf(areas);
+  // Whether it was placed at all is seen from what the settings hold.
+  const auto is_placed = [&](SkinWindow kind) { return IsPlaced(RememberedPlace(remembered, kind)); };
+  const auto place_of = [&](SkinWindow kind) { return Sane(RememberedPlace(remembered, kind), screens); };
   WindowRects places;
 
   SkinRect& player = places[IndexOf(SkinWindow::kPlayer)];
-  if (IsPlaced(place_of(SkinWindow::kPlayer))) {
+  if (is_placed(SkinWindow::kPlayer)) {
     player = InSizeOf(view(SkinWindow::kPlayer), place_of(SkinWindow::kPlayer));
   } else {
     std::vector<SkinRect> wanted = {SizeOf(view(SkinWindow::kPlayer))};
@@ -105,13 +132,13 @@ WindowRects WindowPlaces(const PlayerSettings& settings, const WindowViews& view
 
   // The mini player takes the player window's place when it is first used.
   SkinRect& mini_player = places[IndexOf(SkinWindow::kMini)];
-  mini_player = IsPlaced(place_of(SkinWindow::kMini))
+  mini_player = is_placed(SkinWindow::kMini)
                     ? InSizeOf(view(SkinWindow::kMini), place_of(SkinWindow::kMini))
                     : Moved(SizeOf(view(SkinWindow::kMini)), player.left, player.top);
 
   for (const SkinWindow kind : {SkinWindow::kPlaylist, SkinWindow::kEqualizer, SkinWindow::kLyric}) {
     SkinRect& place = places[IndexOf(kind)];
-    if (IsPlaced(place_of(kind))) {
+    if (is_placed(kind)) {
       place = InSizeOf(view(kind), place_of(kind));
     } else if (!StandsByPlayer(kind, mini)) {
       place = Under(mini_player, SizeOf(view(kind)));

@@ -6,11 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "app/window_places.h"
 #include "app_test_windows.h"
+#include "skin/bitmap_draw.h"
 
 namespace melorin {
 
@@ -121,6 +124,31 @@ TEST_F(AppWindowGroup, FirstStartAndLostScreens) {
   EXPECT_LE(Place(kLyric).right, area.right);
   // The screen may return.
   EXPECT_EQ(settings_.player.player_wnd.left, 5000);
+}
+
+TEST_F(AppWindowGroup, DamagedPlacesAreReachedAndAreNoLargerThanTheScreens) {
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  const std::vector<SkinRect> areas = WorkAreas();
+  ASSERT_FALSE(areas.empty());
+  for (const SettingsRect& damaged : {SettingsRect{kMin, kMin, kMax, kMax},
+                                      {kMax - 9, kMax - 9, kMax, kMax},
+                                      {kMin, kMin, kMin + 9, kMin + 9},
+                                      {0, 0, 100000, 100000}}) {
+    PlayerSettings player;
+    player.player_wnd = player.play_list_wnd = player.lyric_wnd = damaged;
+    WindowViews views;
+    for (size_t i = 0; i < kWindowCount; ++i)
+      views[i] = views_[i].get();
+    for (const SkinWindow kind : {kPlayer, kPlaylist, kLyric}) {
+      const SkinRect place = WindowPlaces(player, views, areas)[static_cast<size_t>(kind)];
+      SCOPED_TRACE(testing::Message() << damaged.left << " " << static_cast<int>(kind));
+      const auto seen_in = [&](const SkinRect& area) { return !Intersection(place, area).IsEmpty(); };
+      EXPECT_TRUE(std::any_of(areas.begin(), areas.end(), seen_in));
+      EXPECT_LE(place.Width(), std::max(GetSystemMetrics(SM_CXVIRTUALSCREEN), 500));
+      EXPECT_LE(place.Height(), std::max(GetSystemMetrics(SM_CYVIRTUALSCREEN), 500));
+    }
+  }
 }
 
 TEST_F(AppWindowGroup, SnappedWindowsMoveTogether) {
