@@ -37,8 +37,18 @@ void StoreListedGain(PlayListItem& item, const TrackGain& gain) {
   if (gain.peak) item.SetTag(kPeakFieldUtf8, Utf8FromUtf16(FormatPeak(*gain.peak)));
 }
 
+// A settings file may hold anything; what no device takes must not keep songs from playing.
+constexpr int32_t kLongestBufferMs = 10000;
+constexpr int32_t kLongestFadeMs = 60000;
+constexpr int32_t kLowestRate = 8000;
+constexpr int32_t kHighestRate = 384000;
+
 uint32_t NotNegative(int32_t value) {
   return static_cast<uint32_t>(std::max(value, 0));
+}
+
+uint32_t UpTo(int32_t most, int32_t value) {
+  return static_cast<uint32_t>(std::clamp(value, 0, most));
 }
 
 FadeDurations FadesOf(const PlaybackSettings& settings) {
@@ -60,14 +70,15 @@ PlaybackSettings MakePlaybackSettings(const Settings& settings) {
   PlaybackSettings result;
   result.device_type = settings.device.device_type;
   result.output_bits = NotNegative(settings.device.output_bits);
-  result.buffer_duration = NotNegative(settings.device.buffer_duration);
+  result.buffer_duration = UpTo(kLongestBufferMs, settings.device.buffer_duration);
   result.hardware_buffer = settings.device.hardware_buffer != 0;
   result.create_primary = settings.device.create_primary != 0;
   result.dither = std::clamp(settings.device.dither, 0, 4);
   result.volume = std::clamp(settings.player.volume, 0, 100);
   result.balance = std::clamp(settings.player.balance, -100, 100);
   result.mute = settings.player.mute != 0;
-  result.resample_rate = NotNegative(settings.device.resample_rate);
+  const int32_t rate = settings.device.resample_rate;
+  result.resample_rate = rate >= kLowestRate && rate <= kHighestRate ? static_cast<uint32_t>(rate) : 0;
   result.hq_resample = settings.device.hq_resample != 0;
   result.equalizer = settings.equalizer.current;
   result.surround = settings.equalizer.surround;
@@ -77,7 +88,7 @@ PlaybackSettings MakePlaybackSettings(const Settings& settings) {
   result.thread_priority = settings.playback.thread_priority;
   result.sound_fade_mode = settings.playback.sound_fade_mode & kFadeAll;
   for (size_t i = 0; i < result.fade_duration.size(); ++i)
-    result.fade_duration[i] = NotNegative(settings.playback.fade_duration[i]);
+    result.fade_duration[i] = UpTo(kLongestFadeMs, settings.playback.fade_duration[i]);
   return result;
 }
 

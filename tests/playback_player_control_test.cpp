@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <set>
@@ -707,6 +708,26 @@ TEST_F(PlayerControlTest, AMeasuredGainIsKeptAndUsedTheNextTime) {
   EXPECT_EQ(opened_with_.listed_gain, (TrackGain{-7.25, 0.9}));
   EXPECT_EQ(effects.set.gain, (TrackGain{-7.25, 0.9}));
   control_.Close();
+}
+
+TEST(PlaybackSettingsTest, NumbersThatNoDeviceTakesDoNotKeepSongsFromPlaying) {
+  Settings settings([](const char*) { return false; });
+  const auto made = [&](int32_t number) {
+    settings.device.buffer_duration = settings.device.resample_rate = number;
+    settings.playback.fade_duration.fill(number);
+    return MakePlaybackSettings(settings);
+  };
+  for (const int32_t number : {std::numeric_limits<int32_t>::min(), -1, 0}) {
+    const PlaybackSettings least = made(number);
+    EXPECT_EQ(least.buffer_duration + least.resample_rate + least.fade_duration[3], 0u) << number;
+  }
+  const PlaybackSettings most = made(std::numeric_limits<int32_t>::max());
+  EXPECT_LE(most.buffer_duration, 10000u);
+  EXPECT_EQ(most.resample_rate, 0u);
+  EXPECT_LE(most.fade_duration[3], 60000u) << "the exit waits for it";
+  const PlaybackSettings usual = made(8000);
+  EXPECT_EQ(usual.resample_rate, 8000u);
+  EXPECT_EQ(usual.buffer_duration, 8000u);
 }
 
 TEST(ChainOptionsTest, GainIsAppliedOrMeasuredAsTheSettingsSay) {
