@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/message_queue.h"
 #include "app/resource.h"
 
 namespace melorin {
@@ -56,6 +57,7 @@ LRESULT CALLBACK MainWindow::Procedure(HWND window, UINT message, WPARAM wparam,
   if (message == WM_NCCREATE) {
     auto* self = static_cast<MainWindow*>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams);
     self->window_ = window;
+    self->takes_tasks_ = true;
     SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
   }
   auto* self = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
@@ -77,13 +79,14 @@ LRESULT MainWindow::Handle(UINT message, WPARAM wparam, LPARAM lparam) {
       (*TakeTask(lparam))();
       return 0;
     case kTrayMessage:
-      client_.OnTrayMessage(wparam, lparam);
+      // A menu would keep the program from ending.
+      if (!closing_) client_.OnTrayMessage(wparam, lparam);
       return 0;
     case WM_TIMER:
       OnTimer(wparam);
       return 0;
     case WM_HOTKEY:
-      client_.OnGlobalKey(wparam);
+      if (!closing_) client_.OnGlobalKey(wparam);
       return 0;
     case WM_APPCOMMAND:
       if (client_.OnMediaCommand(GET_APPCOMMAND_LPARAM(lparam))) return TRUE;
@@ -133,10 +136,13 @@ void MainWindow::OnClose() {
     KillTimer(window_, timer);
   // While the windows are still there: the system destroys them with their owner, and then the owner.
   const int exit_code = client_.OnClose();
-  // Tasks on their way to a window that is going.
-  MSG message;
-  while (PeekMessageW(&message, window_, kTaskMessage, kTaskMessage, PM_REMOVE))
-    TakeTask(message.lParam);
+  // Tasks on their way to a window that is going; whoever waits for one learns that it does not come.
+  {
+    const Lock lock(tasks_lock_);
+    takes_tasks_ = false;
+  }
+  TakeMessages(window_, kTaskMessage, kTaskMessage,
+               [](const MSG& message) { (void)TakeTask(message.lParam); });
   SetWindowLongPtrW(window_, GWLP_USERDATA, 0);
   DestroyWindow(std::exchange(window_, nullptr));
   PostQuitMessage(exit_code);
@@ -168,10 +174,9 @@ void MainWindow::PostStreamEvent(uint32_t message, uint32_t event, PlaybackStrea
 
 void MainWindow::DropStreamEvents(PlaybackStream* stream) {
   std::vector<MSG> others;
-  MSG message;
-  while (PeekMessageW(&message, window_, kStreamMessage, kStreamMessage, PM_REMOVE)) {
+  TakeMessages(window_, kStreamMessage, kStreamMessage, [&](const MSG& message) {
     if (message.lParam != reinterpret_cast<LPARAM>(stream)) others.push_back(message);
-  }
+  });
   for (const MSG& other : others)
     PostMessageW(other.hwnd, other.message, other.wParam, other.lParam);
 }
@@ -179,7 +184,10 @@ void MainWindow::DropStreamEvents(PlaybackStream* stream) {
 void MainWindow::PumpMessages() {
   MSG message;
   while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) continue;
+    if (message.message == WM_QUIT) {
+      PostQuitMessage(static_cast<int>(message.wParam));
+      return;
+    }
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
@@ -187,7 +195,9 @@ void MainWindow::PumpMessages() {
 
 void MainWindow::PostTask(std::function<void()> task) {
   auto posted = std::make_unique<UiTask>(std::move(task));
-  if (PostMessageW(window_, kTaskMessage, 0, reinterpret_cast<LPARAM>(posted.get()))) (void)posted.release();
+  const Lock lock(tasks_lock_);
+  if (takes_tasks_ && PostMessageW(window_, kTaskMessage, 0, reinterpret_cast<LPARAM>(posted.get())))
+    (void)posted.release();
 }
 
 void MainWindow::Refresh() {

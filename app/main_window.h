@@ -12,6 +12,7 @@
 #include <string>
 
 #include "app/player.h"
+#include "platform/thread.h"
 
 namespace melorin {
 
@@ -84,6 +85,8 @@ class MainWindow final : public PlayerFrame {
   MainWindowClient& client_;
   HWND window_ = nullptr;
   std::atomic<bool> closing_{false};
+  CriticalSection tasks_lock_;
+  bool takes_tasks_ = false;  ///< Under the lock.
   bool ticking_ = false;
   bool saves_later_ = false;
 };

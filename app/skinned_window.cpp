@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/message_queue.h"
 #include "app/resource.h"
 #include "platform/com.h"
 #include "ui/window_snap.h"
@@ -48,15 +49,9 @@ bool RegisterWindowClass(HINSTANCE instance, const wchar_t* name, WNDPROC proced
 
 /// The characters that the key which has just been handled would still bring.
 void DropCharacters(HWND window) {
-  MSG message;
-  // The key may have opened a dialog, and the program may have ended with that: then the window has gone, and
-  // the end of the message loop, which no filter keeps out, is not to be taken from who waits for it.
-  while (IsWindow(window) && (PeekMessageW(&message, window, WM_CHAR, WM_DEADCHAR, PM_REMOVE) ||
-                              PeekMessageW(&message, window, WM_SYSCHAR, WM_SYSDEADCHAR, PM_REMOVE))) {
-    if (message.message != WM_QUIT) continue;
-    PostQuitMessage(static_cast<int>(message.wParam));
-    return;
-  }
+  const auto drop = [](const MSG&) {};
+  TakeMessages(window, WM_CHAR, WM_DEADCHAR, drop);
+  TakeMessages(window, WM_SYSCHAR, WM_SYSDEADCHAR, drop);
 }
 
 }  // namespace

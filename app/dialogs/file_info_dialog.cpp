@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/dialogs/dialog_template.h"
+#include "app/message_queue.h"
 #include "app/player_text.h"
 #include "app/worker.h"
 #include "platform/com.h"
@@ -177,9 +178,8 @@ class InfoDialog {
   void Close() {
     worker_.Stop();
     // What it has posted since would be nobody's.
-    MSG message;
-    while (PeekMessageW(&message, dialog_, kReadMessage, kReadMessage, PM_REMOVE))
-      delete reinterpret_cast<FileReport*>(message.lParam);
+    TakeMessages(dialog_, kReadMessage, kReadMessage,
+                 [](const MSG& message) { delete reinterpret_cast<FileReport*>(message.lParam); });
     EndDialog(dialog_, IDCANCEL);
   }
 

@@ -25,6 +25,7 @@ class TestHost : public SkinnedWindowHost {
  public:
   bool OnHotKey(const KeyPress& key) override {
     events.push_back("hot key " + std::to_string(key.key));
+    if (key.key == quit_key) PostQuitMessage(7);
     return key.key == hot_key;
   }
   bool OnMediaCommand(int command) override {
@@ -63,6 +64,7 @@ class TestHost : public SkinnedWindowHost {
 
   SkinnedWindow* window = nullptr;
   uint16_t hot_key = 0;
+  uint16_t quit_key = 0;
   Events events;
   std::vector<std::u16string> dropped;
 };
@@ -185,6 +187,16 @@ TEST_F(AppSkinnedWindow, KeysGoToTheViewThenToCommandsThenBecomeCharacters) {
   // The menu of the keyboard opens at the control that has it.
   SendMessageW(window_.Handle(), WM_CONTEXTMENU, 0, -1);
   EXPECT_EQ(host_.TakeEvents(), Events{"menu 140,110"});
+}
+
+TEST_F(AppSkinnedWindow, ProgramThatEndsWithinACommandEnds) {
+  Show();
+  // As a command does whose dialog is open when the program is told to end.
+  host_.quit_key = host_.hot_key = 'C';
+  SendMessageW(window_.Handle(), WM_KEYDOWN, 'C', 1);
+  MSG message{};
+  ASSERT_TRUE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  EXPECT_EQ(message.wParam, 7u);
 }
 
 TEST_F(AppSkinnedWindow, FilesAreDroppedAtAPoint) {
