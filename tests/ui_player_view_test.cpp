@@ -223,6 +223,16 @@ TEST_F(UiPlayer, MiniShowsTheLineOfLyricsOrTheTitle) {
   Tell();
   view_->Compose();
   EXPECT_EQ(view_->TickMs(), TextControl::kRestMs);
+  for (const ShownState state : {ShownState::kPaused, ShownState::kStopped}) {
+    status_.state = state;
+    Tell();
+    view_->Compose();
+    EXPECT_EQ(view_->TickMs(), 0u) << "it rests while nothing plays";
+  }
+  status_.state = ShownState::kPlaying;
+  Tell();
+  view_->Compose();
+  EXPECT_EQ(view_->TickMs(), TextControl::kRestMs);
   view_->SetSlideInterval(0);
   view_->Compose();
   EXPECT_EQ(view_->TickMs(), 0u);

@@ -149,7 +149,6 @@ TextControl* PlayerWindowView::AddText(const char* element, const SkinText& look
                                        std::u16string name) {
   auto text = std::make_unique<TextControl>(look);
   text->SetName(std::move(name));
-  text->SetSlideInterval(slide_interval_ms_);
   return Add(element, std::move(text), position);
 }
 
@@ -171,8 +170,7 @@ void PlayerWindowView::SetIcon(Bitmap icon) {
 
 void PlayerWindowView::SetSlideInterval(uint32_t ms) {
   slide_interval_ms_ = ms;
-  for (TextControl* text : {info_, text_status_, stereo_, lyric_})
-    if (text) text->SetSlideInterval(ms);
+  ShowSlide();
 }
 
 void PlayerWindowView::SetLyricLook(const LyricLook& look) {
@@ -197,6 +195,7 @@ void PlayerWindowView::RefreshCommands() {
 
 void PlayerWindowView::ShowStatus() {
   ShowState();
+  ShowSlide();
   ShowSwitches();
   ShowProgress();
   ShowTime();
@@ -217,6 +216,14 @@ void PlayerWindowView::ShowState() {
   hidden->SetVisible(false);
   if (Focused() == hidden) Focus(shown, true);
   RefreshHover();
+}
+
+void PlayerWindowView::ShowSlide() {
+  // What nobody listens to need not wake the program. Messages do not wait for music.
+  const uint32_t interval = status_.state == ShownState::kPlaying ? slide_interval_ms_ : 0;
+  for (TextControl* text : {info_, stereo_, lyric_})
+    if (text) text->SetSlideInterval(interval);
+  if (text_status_) text_status_->SetSlideInterval(slide_interval_ms_);
 }
 
 void PlayerWindowView::ShowSwitches() {

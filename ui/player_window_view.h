@@ -37,7 +37,8 @@ class PlayerWindowView final : public WindowView {
 
   /// Of the best size that there is, pixels of the screen. Without it the program's own is drawn.
   void SetIcon(Bitmap icon);
-  /// ms between two steps of a text that is too long; 0: such texts end in "…".
+  /// ms between two steps of a text that is too long; 0: such texts end in "…", as titles do while nothing
+  /// plays.
   void SetSlideInterval(uint32_t ms);
   /// Font and colour of the line of lyrics in the mini player.
   void SetLyricLook(const LyricLook& look);
@@ -60,6 +61,7 @@ class PlayerWindowView final : public WindowView {
 
   void ShowStatus();
   void ShowState();
+  void ShowSlide();
   void ShowSwitches();
   void ShowTime();
   void ShowProgress();

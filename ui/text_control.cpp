@@ -22,8 +22,9 @@ void TextControl::SetText(std::string text_gbk) {
 
 void TextControl::SetSlideInterval(uint32_t ms) {
   if (ms == interval_ms_) return;
+  const bool fits = measured_ && beyond_ == 0;
   interval_ms_ = ms;
-  Restart();
+  if (!fits) Restart();
 }
 
 void TextControl::Restart() {
