@@ -4,6 +4,7 @@
 #   scripts/bench.sh             everything, in the native and in the Windows build; writes docs/benchmarks.md and
 #                                docs/benchmarks-sound.md
 #   scripts/bench.sh sound       only what is done to sound, and playing; writes docs/benchmarks-sound.md
+#   scripts/bench.sh player      only the player with its windows; writes its section of docs/benchmarks.md
 #   scripts/bench.sh NAME…       only bench/NAME_bench.cpp, or whole programs: "processes", "effects" (equalizer and
 #                                resampling), "playing"; prints instead of writing
 #
@@ -71,10 +72,10 @@ run_whole() {
   note_load
 }
 
-# write_page PAGE [REPORT]
+# write_page PAGE [REPORT ARGUMENTS…]
 write_page() {
   mkdir -p docs
-  python3 -B scripts/bench_report.py "$results" ${2:+"$2"} >"$results/page.md"
+  python3 -B scripts/bench_report.py "$results" "${@:2}" >"$results/page.md"
   mv "$results/page.md" "$1"
   say "$1 is written"
 }
@@ -94,12 +95,14 @@ run_whole processes scripts/bench_processes.py "$repetitions"
 run_whole effects scripts/bench_effects.py "$repetitions"
 # A minute each: three are enough.
 run_whole playing scripts/bench_playing.py $((repetitions < 3 ? repetitions : 3))
+run_whole player scripts/bench_player.py $((repetitions < 3 ? repetitions : 3))
 case "$*" in
   "")
     write_page docs/benchmarks.md
     write_page docs/benchmarks-sound.md sound
     ;;
   sound) write_page docs/benchmarks-sound.md sound ;;
+  player) write_page docs/benchmarks.md player docs/benchmarks.md ;;
   *)
     python3 -B scripts/bench_report.py "$results"
     python3 -B scripts/bench_report.py "$results" sound

@@ -10,7 +10,8 @@
   play-…     CPU time while music plays, and memory, with this and that to be seen
   idle-…     CPU time and wake-ups while nothing plays
 
-"play" and "idle" run all at the same time, so that they meet the same machine, each in a session of its own.
+Of "play" and "idle" some run at the same time, so that they meet the same machine, each in a session of its own; not
+all, since they would be in each other's way.
 MELORIN_BENCH_SECONDS (60) is how long each plays, MELORIN_BENCH_STARTS (11) how often everything is started.
 MELORIN_BENCH_BIN is the folder of melorin.exe and of the programs of bench/win32.
 """
@@ -31,6 +32,7 @@ from bench_playing import cpu_seconds, windows_path, wine_server
 from bench_processes import ROOT, median
 
 WARM_UP_SECONDS = 6
+AT_A_TIME = 6
 BIN = pathlib.Path(os.environ.get("MELORIN_BENCH_BIN") or ROOT / "build/bench-windows/bin")
 TRACK_CHANGES, SKIN_CHANGES, STEPS = 1000, 200, 4
 
@@ -45,6 +47,8 @@ USUAL = {
     "HotKey": {"Global": 0, "KeyMap_Count": len(COMMANDS),
                **{f"KeyMap_{i}": f"{command}:a(0,{key}),g(0,0)" for i, (key, command) in enumerate(COMMANDS.items())}},
 }
+
+
 class Running(NamedTuple):
     name: str
     how: list | dict  # A command, or the player's settings over the usual ones.
@@ -55,17 +59,19 @@ class Running(NamedTuple):
 MEASUREMENTS = {
     "play-empty": Running("an empty program under Wine: a window, and silence on DirectSound", ["wine", "empty_program.exe"]),
     "play-hidden": Running("Melorin, equalizer and dither on, windows hidden", {}, (SHOW_HIDE,)),
-    "play-shown": Running("the same, four windows shown, no effect, no lyrics", {}),
-    "play-spectrum": Running("with the spectrum", {"Visual": {"Type": 1}}),
-    "play-scope": Running("with the scope", {"Visual": {"Type": 2}}),
-    "play-blurred": Running("with the scope and its afterglow", {"Visual": {"Type": 3}}),
-    "play-lyrics": Running("with lyrics that scroll", {}, (), "song.mp3"),
-    "play-karaoke": Running("with lyrics that scroll, karaoke", {"Lyric": {"KaraokeMode": 1}}, (), "song.mp3"),
-    "play-long": Running("with a title that slides", {}, (), "long.mp3"),
     "play-mpg123": Running("mpg123", ["mpg123", "-q", "-o", "pulse"]),
     "play-headless": Running("audacious --headless", ["audacious", "--headless", "--play"]),
     "play-audacious": Running("audacious with its window", ["audacious", "--play"]),
     "play-mpv": Running("mpv --no-video", ["mpv", "--no-config", "--no-terminal", "--no-video", "--ao=pulse", "--loop"]),
+    "play-shown": Running("Melorin, four windows shown, no effect, no lyrics", {}),
+    "play-spectrum": Running("Melorin, with the spectrum", {"Visual": {"Type": 1}}),
+    "play-scope": Running("Melorin, with the scope", {"Visual": {"Type": 2}}),
+    "play-blurred": Running("Melorin, with the scope and its afterglow", {"Visual": {"Type": 3}}),
+    "play-lyrics": Running("Melorin, with lyrics that scroll", {}, (), "song.mp3"),
+    "play-karaoke": Running("Melorin, with lyrics that scroll, karaoke", {"Lyric": {"KaraokeMode": 1}}, (), "song.mp3"),
+    "play-long": Running("Melorin, with a title that slides", {}, (), "long.mp3"),
+    "play-waveout": Running("Melorin through waveOut, windows hidden",
+                            {"Device": {"DeviceType": "{00000000-0000-0000-0000-000000000000}"}}, (SHOW_HIDE,)),
     "idle-stopped": Running("stopped, windows shown", {"Visual": {"Type": 1}}, (STOP,)),
     "idle-paused": Running("paused, windows shown, lyrics", {"Visual": {"Type": 1}}, (PAUSE,), "song.mp3"),
     "idle-long": Running("paused, a title that is too long", {"Visual": {"Type": 1}}, (PAUSE,), "long.mp3"),
@@ -398,7 +404,8 @@ def main(repetitions, result, words):
                 found[alone] = run([alone], folder)[alone]
         running = [key for key, value in MEASUREMENTS.items()
                    if wanted(key) and (not isinstance(value.how, list) or shutil.which(value.how[0]))]
-        rounds = [run(running, folder) for _ in range(repetitions)] if running else []
+        rounds = [{name: found for first in range(0, len(running), AT_A_TIME)
+                   for name, found in run(running[first:first + AT_A_TIME], folder).items()} for _ in range(repetitions)]
     found["running"] = [{"key": key, "name": MEASUREMENTS[key].name, **middle([one[key] for one in rounds]),
                          "least": min(one[key]["cpu"] for one in rounds), "most": max(one[key]["cpu"] for one in rounds)}
                         for key in running]

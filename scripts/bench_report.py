@@ -4,6 +4,8 @@
 
     bench_report.py RESULT_FOLDER          all but the sound: docs/benchmarks.md
     bench_report.py RESULT_FOLDER sound    equalizer, resampler, effects, playing: docs/benchmarks-sound.md
+    bench_report.py RESULT_FOLDER player PAGE
+                                           the page, with its section of the player and its windows anew
 """
 import datetime
 import json
@@ -152,6 +154,7 @@ def report(folder):
             for row in group["rows"]:
                 times = (show_time(row[key]) for key in ("wall_s", "cpu_s", "min_s", "max_s"))
                 yield f"| {row['name']} | " + " | ".join(times) + " |"
+    yield from player_section(folder)
 
 
 def counter(folder, build, topic, benchmark, key):
@@ -229,6 +232,152 @@ def playing_table(playing):
         yield "Not on this machine: " + ", ".join(playing["missing"]) + "."
 
 
+PLAYER_TITLE = "## The player and its windows"
+
+
+def middle(values):
+    return sorted(values)[len(values) // 2]
+
+
+def player_aims(player):
+    """(what, measured, aim, met)"""
+    running = {row["key"]: row for row in player["running"]}
+    if "start" in player:
+        start = next(row for row in player["start"]["rows"] if row["key"] == "melorin")
+        for what, times, aim in (("first block to the device, from the start of the process", start["block"], 250),
+                                 ("first block to the device, from the key \"play\"", player["start"]["play"]["block"], 20)):
+            yield what, f"{middle(times):.0f} ms", f"at most {aim} ms", middle(times) <= aim
+    if "play-hidden" in running:
+        row = running["play-hidden"]
+        own = (row["cpu"] - row["wine_sound"]) * 60
+        yield "CPU of 60 s played, windows hidden, the program's own threads", f"{own:.2f} s", "at most 0.6 s", own <= 0.6
+        yield ("the same with Wine's sound threads", f"{row['cpu'] * 60:.2f} s", "at most 0.6 s", row["cpu"] * 60 <= 0.6)
+        most = max(row["private"] for key, row in running.items() if row.get("own"))
+        yield "private memory, the most of all cases", f"{most:.1f} MB", "below 40 MB", most < 40
+    if "objects" in player:
+        rows = player["objects"]["rows"]
+        for what in ("track", "skin"):
+            counts = [[row[key] for key in ("handles", "gdi", "user")] for row in rows if row["what"] == what]
+            grown = [last - first for first, last in zip(counts[0], counts[-1])]
+            changes = max(row["changes"] for row in rows if row["what"] == what)
+            yield (f"handles, GDI and USER objects more after {changes} changes of the {what}",
+                   ", ".join(map(str, grown)), "no growth", max(grown) <= 3)
+    for key, row in running.items():
+        if key.startswith("idle"):
+            yield f"wake-ups of the UI thread, {row['name']}", f"{row['wake_ups']['ui']:.1f} a second", "none", \
+                row["wake_ups"]["ui"] < 0.5
+
+
+def player_section(folder):
+    path = folder / "player.json"
+    if not path.exists():
+        return
+    player = json.loads(path.read_text(encoding="utf-8"))
+    for row in player["running"]:
+        row["own"] = row["key"].startswith(("play-", "idle-")) and "wine_sound" in row and row["key"] != "play-empty"
+    yield ""
+    yield PLAYER_TITLE
+    yield ""
+    yield "Made by `scripts/bench.sh player`, which plays the same MP3 file (192 kbit/s, stereo, 44100 Hz) everywhere. Under"
+    yield "Wine a process holds threads that mix and deliver the sound every 10 ms, which on Windows are not the program's,"
+    yield "and memory of the platform's own; the program that only shows a window and plays silence tells how much that is."
+    yield ""
+    yield from machine(folder, ("mpg123", "audacious", "mpv", "pulseaudio", "xvfb"))
+    yield ""
+    yield "| aim | measured | wanted | |"
+    yield "|---|---:|---:|---|"
+    for what, measured, aim, met in player_aims(player):
+        yield f"| {what} | {measured} | {aim} | {'met' if met else 'missed'} |"
+    if "start" in player:
+        yield from start_tables(player["start"])
+    if player["running"]:
+        yield from running_tables(player)
+    if "objects" in player:
+        yield from object_table(player["objects"])
+
+
+def show_ms(times):
+    return f"{middle(times):.0f} | {min(times):.0f} to {max(times):.0f}" if times else " | "
+
+
+def start_tables(start):
+    yield ""
+    yield "### How soon it plays"
+    yield ""
+    yield f"Medians of {start['starts']} starts, the programs in turns, in ms; all are in the disk's cache, and Wine's services"
+    yield "run, as those of Windows do. The moments from \"window\" on count from the start of the process as the system has"
+    yield "it: the windows are painted; the device has taken the first block; it has been told to play. \"Heard\" is what the"
+    yield "sound server gives out, from the moment that the program was asked for, so with its loader and Wine's mixing."
+    yield ""
+    yield "| program | heard | | window | | first block | | device plays | |"
+    yield "|---|---:|---:|---:|---:|---:|---:|---:|---:|"
+    for row in start["rows"]:
+        yield f"| {row['name']} | " + " | ".join(show_ms(row.get(key)) for key in ("heard", "window", "block", "device")) + " |"
+    play = start["play"]
+    yield f"| Melorin, the key \"play\" on a stopped track | | | | | {show_ms(play['block'])} | {show_ms(play['device'])} |"
+
+
+def running_tables(player):
+    yield ""
+    yield "### While it plays"
+    yield ""
+    yield f"CPU time in seconds of 60 s played, from a run of {player['seconds']} s; median of {player['repetitions']}, and the"
+    yield "least and most. Six run at a time, each in a session with a display and a sound server of its own. \"Own\" is"
+    yield "the process without Wine's sound threads. Memory is what no other process shares, and the working set, in MB."
+    yield "Melorin has ten bands, noise-shaped dither and the visual effect at 30 frames a second."
+    yield ""
+    columns = ("CPU", "least", "most", "own", "Wine's sound", "Wine server", "display", "private", "working set")
+    yield "| program | " + " | ".join(columns) + " |"
+    yield "|---|" + "---:|" * len(columns)
+
+    def seconds(row, key):
+        return f"{row[key] * 60:.2f}" if key in row else ""
+
+    for row in player["running"]:
+        if not row["key"].startswith("play"):
+            continue
+        own = f"{(row['cpu'] - row['wine_sound']) * 60:.2f}" if row["own"] else ""
+        cells = [seconds(row, "cpu"), seconds(row, "least"), seconds(row, "most"), own, seconds(row, "wine_sound"),
+                 seconds(row, "wine_server"), seconds(row, "display"), f"{row['private']:.1f}", f"{row['resident']:.1f}"]
+        yield f"| {row['name']} | " + " | ".join(cells) + " |"
+    idle = [row for row in player["running"] if row["key"].startswith("idle")]
+    if not idle:
+        return
+    yield ""
+    yield "### While nothing plays"
+    yield ""
+    yield "CPU time in seconds a minute, and how often a second threads went to sleep: each is once that they were woken. The"
+    yield "device stays open, so that the next track begins at once; Wine mixes its silence on."
+    yield ""
+    yield "| Melorin | CPU | own | UI thread | other own threads | Wine's sound |"
+    yield "|---|---:|---:|---:|---:|---:|"
+    for row in idle:
+        woken = row["wake_ups"]
+        yield (f"| {row['name']} | {seconds(row, 'cpu')} | {(row['cpu'] - row['wine_sound']) * 60:.2f} | {woken['ui']:.1f} | "
+               f"{woken.get('others', 0):.1f} | {woken.get('wine', 0):.0f} |")
+
+
+def object_table(objects):
+    yield ""
+    yield "### What is kept"
+    yield ""
+    yield "Counted from outside, with the spectrum shown; private memory in MB. Of USER objects Wine tells only how many the"
+    yield "session has."
+    yield ""
+    yield "| after | handles | GDI | USER | private |"
+    yield "|---|---:|---:|---:|---:|"
+    for row in objects["rows"]:
+        yield (f"| {row['changes']} changes of the {row['what']} | {row['handles']} | {row['gdi']} | {row['user']} | "
+               f"{row['private']:.1f} |")
+
+
+def page_with_player(folder, page):
+    """The section is the last one of the page."""
+    before = page.read_text(encoding="utf-8").split("\n" + PLAYER_TITLE)[0].rstrip("\n") if page.exists() else "# Benchmarks"
+    yield from before.split("\n")
+    yield from player_section(folder)
+
+
 def sound_report(folder):
     yield "# Benchmarks of the sound"
     yield ""
@@ -264,7 +413,14 @@ def sound_report(folder):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) not in (2, 3) or sys.argv[2:] not in ([], ["sound"]):
-        sys.exit(__doc__)
-    results = pathlib.Path(sys.argv[1])
-    print("\n".join(sound_report(results) if sys.argv[2:] else report(results)))
+    results = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else None
+    match sys.argv[2:]:
+        case [] if results:
+            lines = report(results)
+        case ["sound"]:
+            lines = sound_report(results)
+        case ["player", page]:
+            lines = page_with_player(results, pathlib.Path(page))
+        case _:
+            sys.exit(__doc__)
+    print("\n".join(lines))
