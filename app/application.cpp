@@ -111,12 +111,14 @@ void Application::FinishStart() {
   tray_->SetIconFile(player_.Values().general.app_icon_file_gbk);
   tray_->SetTip(caption_);
   tray_->Show();
+  windows_.StartDrops();
 }
 
 int Application::OnClose() {
   options_.Close();
   hot_keys_.Unregister();
   finish_start_.Cancel();
+  windows_.StopDrops();
   windows_.Group().Close();
   list_desk_.Close();
   lyric_desk_.Close();

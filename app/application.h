@@ -91,6 +91,9 @@ class Application final : private MainWindowClient,
   // PlayerWindowsHost, CommandWindows
   void ExitPlayer() override;
   void DropFiles(SkinWindow window, int32_t x, int32_t y, std::vector<std::u16string> paths) override;
+  void HoldFiles(SkinWindow window, std::optional<std::pair<int32_t, int32_t>> point) override {
+    if (window == SkinWindow::kPlaylist) list_desk_.ShowDropPlace(point);
+  }
   void ShowMainMenu() override;
 
   // What dialogs and desks need.

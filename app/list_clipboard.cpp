@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "app/drop_target.h"
 #include "platform/text.h"
 
 namespace melorin {
@@ -160,13 +161,7 @@ ClipboardEntries TakeFromClipboard(HWND owner) {
   entries.items = UnpackEntries(Take(OwnFormat()));
   if (!entries.items.empty()) return entries;
   const auto drop = static_cast<HDROP>(GetClipboardData(CF_HDROP));
-  if (!drop) return entries;
-  const UINT count = DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
-  for (UINT i = 0; i < count; ++i) {
-    std::wstring path(DragQueryFileW(drop, i, nullptr, 0) + 1, L'\0');
-    path.resize(DragQueryFileW(drop, i, path.data(), static_cast<UINT>(path.size())));
-    entries.paths.emplace_back(AsChar16(path.c_str()), path.size());
-  }
+  if (drop) entries.paths = DroppedPaths(drop);
   return entries;
 }
 

@@ -37,6 +37,7 @@ PlayerWindows::PlayerWindows(HINSTANCE instance, Player& player, PlayerMenus& me
 }
 
 PlayerWindows::~PlayerWindows() {
+  StopDrops();
   menus_.SetWindows(nullptr);
 }
 
@@ -63,6 +64,26 @@ void PlayerWindows::DressViews(int32_t scale) {
   }
   for (WindowView* view : views_)
     view->Wear(wardrobe_, text_.get());
+}
+
+// ---- files from elsewhere
+
+void PlayerWindows::StartDrops() {
+  FileDropHandler& self = *this;
+  drops_.emplace(self);
+  for (const WindowView* view : views_)
+    drops_->Add(view->Kind(), group_.Window(view->Kind()).Handle());
+}
+
+void PlayerWindows::OnFilesOver(SkinWindow kind, std::optional<POINT> point) {
+  const int32_t scale = wardrobe_.Scale();
+  host_.HoldFiles(kind, point ? std::optional(std::pair<int32_t, int32_t>(point->x / scale, point->y / scale))
+                              : std::nullopt);
+}
+
+void PlayerWindows::OnFilesLetGo(SkinWindow kind, POINT point, std::vector<std::u16string> paths) {
+  const int32_t scale = wardrobe_.Scale();
+  host_.DropFiles(kind, point.x / scale, point.y / scale, std::move(paths));
 }
 
 void PlayerWindows::ShowContextMenu(SkinWindow kind, POINT screen) {

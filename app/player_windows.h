@@ -7,9 +7,12 @@
 #include <windows.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "app/drop_target.h"
 #include "app/player.h"
 #include "app/player_menus.h"
 #include "app/window_group.h"
@@ -27,6 +30,8 @@ class PlayerWindowsHost {
   virtual void RefreshWindows() = 0;
   /// Files from elsewhere, at a point of the window (1x pixels).
   virtual void DropFiles(SkinWindow window, int32_t x, int32_t y, std::vector<std::u16string> paths) = 0;
+  /// Files from elsewhere are held over that point of the window. Nothing: no longer.
+  virtual void HoldFiles(SkinWindow window, std::optional<std::pair<int32_t, int32_t>> point) = 0;
   virtual bool OnMediaCommand(int app_command) = 0;
 
  protected:
@@ -34,7 +39,7 @@ class PlayerWindowsHost {
 };
 
 /// Thread: the UI thread.
-class PlayerWindows final : private WindowGroupHost {
+class PlayerWindows final : private WindowGroupHost, private FileDropHandler {
  public:
   /// All must outlive this.
   PlayerWindows(HINSTANCE instance, Player& player, PlayerMenus& menus, PlayerWindowsHost& host,
@@ -48,6 +53,11 @@ class PlayerWindows final : private WindowGroupHost {
   WindowGroup& Group() { return group_; }
   const WindowGroup& Group() const { return group_; }
 
+  /// From now on it is shown where files from elsewhere would go; before, they can be dropped only.
+  void StartDrops();
+  /// Before the windows go.
+  void StopDrops() { drops_.reset(); }
+
   /// Wears the skin that the settings name; the built-in one when it cannot be read, which the user is told.
   void WearSkin();
 
@@ -57,6 +67,8 @@ class PlayerWindows final : private WindowGroupHost {
   void OnFilesDropped(SkinWindow kind, int32_t x, int32_t y, std::vector<std::u16string> paths) override {
     host_.DropFiles(kind, x, y, std::move(paths));
   }
+  void OnFilesOver(SkinWindow kind, std::optional<POINT> point) override;
+  void OnFilesLetGo(SkinWindow kind, POINT point, std::vector<std::u16string> paths) override;
   void ShowContextMenu(SkinWindow kind, POINT screen) override;
   void OnExitWanted() override { host_.ExitPlayer(); }
   void OnScaleChanged(int32_t scale) override;
@@ -72,6 +84,7 @@ class PlayerWindows final : private WindowGroupHost {
   SkinWardrobe wardrobe_;
   std::unique_ptr<TextPainter> text_;
   WindowGroup group_;
+  std::optional<FileDrops> drops_;
 };
 
 }  // namespace melorin

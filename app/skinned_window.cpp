@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/drop_target.h"
 #include "app/message_queue.h"
 #include "app/resource.h"
 #include "platform/com.h"
@@ -399,13 +400,7 @@ POINT SkinnedWindow::KeyboardMenuPoint() const {
 void SkinnedWindow::OnDrop(HDROP drop) {
   POINT point{};
   DragQueryPoint(drop, &point);
-  std::vector<std::u16string> paths;
-  const UINT count = DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0);
-  for (UINT i = 0; i < count; ++i) {
-    std::wstring path(DragQueryFileW(drop, i, nullptr, 0) + 1, L'\0');
-    path.resize(DragQueryFileW(drop, i, path.data(), static_cast<UINT>(path.size())));
-    paths.emplace_back(AsChar16(path.c_str()), path.size());
-  }
+  std::vector<std::u16string> paths = DroppedPaths(drop);
   DragFinish(drop);
   const Pointer pointer = mouse_.PointerAt(point);
   host_.OnFilesDropped(Kind(), pointer.x, pointer.y, std::move(paths));

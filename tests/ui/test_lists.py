@@ -77,7 +77,15 @@ class Adding(ListTest):
         self.assertEqual((file_name(status), status["index"]), (self.names[2], 2))
         # Between rows they stand there.
         top, height = self.rows()
-        player.screen.drop_files(self.files[3:5], self.row(1)[0], top + height)
+        x, y = self.row(1)[0], top + height
+        before = player.screen.picture(x, y - 2, 1, 4).column(0)
+
+        def line_is_shown():
+            wait_until(lambda: player.screen.picture(x, y - 2, 1, 4).column(0) != before, 10,
+                       "it is not shown where the files would go")
+        player.screen.drop_files(self.files[3:5], x, y, held=line_is_shown)
+        wait_until(lambda: player.screen.picture(x, y + 2 * height - 2, 1, 4).column(0) == before, 10,
+                   "the line stays")
         player.wait_status(entries=5, state="playing", index=4)
         one, two, three, four, five = self.names
         self.assertEqual(self.order(), [one, four, five, two, three])

@@ -196,9 +196,9 @@ class Screen:
 
     # ---- files from elsewhere
 
-    def drop_files(self, paths, x, y, timeout=20):
-        """Drags files from another program and drops them there."""
-        FileDrag(self, paths).drop_at(x, y, timeout)
+    def drop_files(self, paths, x, y, timeout=20, held=lambda: None):
+        """Drags files from another program and drops them there. held: looks at the screen before they are let go."""
+        FileDrag(self, paths).drop_at(x, y, timeout, held)
 
 
 class FileDrag:
@@ -261,7 +261,7 @@ class FileDrag:
                 return window.handle
         raise AssertionError(f"no window at {x},{y} takes files")
 
-    def drop_at(self, x, y, timeout):
+    def drop_at(self, x, y, timeout, held):
         try:
             self.screen.move(x, y)
             self.target = self._target_at(x, y)
@@ -274,6 +274,7 @@ class FileDrag:
                 self._send("XdndPosition", 0, x << 16 | y, X.CurrentTime, self.atom("XdndActionCopy"))
                 self._wait(lambda: self.accepted is not None, timeout, "no answer to files that are dragged")
                 assert time.monotonic() < deadline, f"files are not accepted at {x},{y}"
+            held()
             self._send("XdndDrop", 0, X.CurrentTime)
             self._wait(lambda: self.finished, timeout, "the drop does not finish")
         finally:
