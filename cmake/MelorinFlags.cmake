@@ -48,14 +48,15 @@ endfunction()
 
 # The program without what only debuggers read, which then lies beside it as NAME.exe.debug; they find it by its name
 # in the program. Wine copies all of a program into the memory of each process, so what was fifteen times the program's
-# own size took time at every start, and memory as long as it ran.
+# own size took time at every start, and memory as long as it ran. The table of symbols stays: it is not loaded, and
+# without one Wine's debugger does not look for the other file.
 function(melorin_split_debug_info target)
   if(NOT WIN32)
     return()
   endif()
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE_NAME:${target}> $<TARGET_FILE_NAME:${target}>.debug
-    COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=$<TARGET_FILE_NAME:${target}>.debug
+    COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=$<TARGET_FILE_NAME:${target}>.debug
             $<TARGET_FILE_NAME:${target}>
     WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}> VERBATIM)
 endfunction()
