@@ -272,8 +272,8 @@ bool ListDesk::ExecuteOnList(Id command, const ComPtr<Playlist>& list) {
       return true;
     case Id::kRemoveDuplicates: {
       const size_t removed = editor_.RemoveDuplicates(list).removed;
-      player_.Tell(removed == 0 ? std::u16string(u"没有重复项")
-                                : u"已移除 " + Number(removed) + u" 个重复项");
+      player_.Tell(removed == 0 ? std::u16string(u"没有重复的曲目")
+                                : u"已移除 " + Number(removed) + u" 首重复的曲目");
       return true;
     }
     case Id::kMoveSelectedUp:
@@ -452,9 +452,9 @@ void ListDesk::RemoveMissingFiles() {
   const bool started =
       tasks_.FindMissing(std::move(paths), [this, list = std::move(list)](const FileTasks::PathSet& missing) {
         const auto gone = [&](const std::string& path) { return missing.contains(path); };
-        const size_t removed = editor_.RemoveGone(list, gone, u"移除无效文件").removed;
-        player_.Tell(removed == 0 ? std::u16string(u"没有无效的文件")
-                                  : u"已移除 " + Number(removed) + u" 个无效的文件");
+        const size_t removed = editor_.RemoveGone(list, gone, u"移除失效曲目").removed;
+        player_.Tell(removed == 0 ? std::u16string(u"没有失效的曲目")
+                                  : u"已移除 " + Number(removed) + u" 首失效的曲目");
       });
   if (started) player_.Tell(u"正在检查文件…");
 }
@@ -468,10 +468,10 @@ void ListDesk::DeleteFiles() {
                                   ? u"“" + std::u16string(FileNameOf(Utf16FromGbk(paths.front()))) + u"”"
                                   : u"选中的 " + Number(paths.size()) + u" 个文件";
   if (!dialogs_.Confirm(u"将" + what + u"从磁盘移到回收站？")) return;
-  // A file that plays cannot be moved.
+  // A file that is open cannot be moved, be it stopped.
   PlayerControl& control = player_.Control();
   if (control.HasTrack() && std::find(paths.begin(), paths.end(), control.Item()->PathGbk()) != paths.end())
-    control.Stop();
+    control.LetGo();
   const size_t count = paths.size();
   tasks_.Recycle(std::move(paths), [this, list, count](const FileTasks::PathSet& gone) {
     editor_.RemoveGone(

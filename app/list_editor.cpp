@@ -51,7 +51,7 @@ void ListEditor::RemoveAll(const ComPtr<Playlist>& list) {
 EditResult ListEditor::RemoveDuplicates(const ComPtr<Playlist>& list) {
   ListEdit edit = melorin::RemoveDuplicates(*list, DuplicateRule::kSameItemOrSong);
   const EditResult result = {edit.removed, 0};
-  Done(list, std::move(edit), u"移除重复项");
+  Done(list, std::move(edit), u"移除重复曲目");
   return result;
 }
 

@@ -424,6 +424,13 @@ void PlayerControl::Stop() {
   SetState(PlayState::kStopped);
 }
 
+void PlayerControl::LetGo() {
+  if (current_) KeepScannedGain();
+  Stop();
+  Drop(current_);
+  Drop(fading_);
+}
+
 void PlayerControl::Seek(uint32_t position_ms) {
   if (!current_ || state_ == PlayState::kStopped || duration_ms_ == 0) return;
   const HRESULT result = current_->Seek(std::min(position_ms, duration_ms_ - 1));

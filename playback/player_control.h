@@ -134,6 +134,8 @@ class PlayerControl final : private EventTarget {
   void Pause();
   void TogglePause() { state_ == PlayState::kPlaying ? Pause() : Play(); }
   void Stop();
+  /// Stops and lets go of the files at once, without a fade: they are about to be moved or deleted.
+  void LetGo();
   void Seek(uint32_t position_ms);
 
   PlayMode Mode() const { return PlayModeFrom(settings_.player.play_mode); }

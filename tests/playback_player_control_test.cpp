@@ -532,6 +532,22 @@ TEST_F(PlayerControlTest, NothingFollowsAStop) {
   EXPECT_EQ(control_.State(), PlayState::kStopped);
 }
 
+TEST_F(PlayerControlTest, LetsGoOfTheFiles) {
+  MakeList("ab", 10000);
+  settings_.playback.sound_fade_mode = kFadeStop;
+  control_.OpenEntry(0);
+  Run(1000);
+  control_.OpenEntry(1);
+  ASSERT_TRUE(control_.IsFading());
+  control_.LetGo();
+  EXPECT_EQ(File("a").device.alive + File("b").device.alive, 0);
+  EXPECT_FALSE(control_.HasTrack());
+  EXPECT_EQ(control_.State(), PlayState::kStopped);
+  control_.LetGo();
+  control_.Play();
+  EXPECT_EQ(control_.Item()->PathGbk(), "b");
+}
+
 TEST_F(PlayerControlTest, WhatComesDuringTheExitIsTooLate) {
   MakeList("ab", 10000);
   settings_.playback.sound_fade_mode = kFadeStop;

@@ -197,7 +197,7 @@ TEST_F(AppListDesk, DuplicatesDragsAndFinding) {
   Fill("abcabd");
   Do(Id::kRemoveDuplicates);
   EXPECT_EQ(Shown(), "abcd");
-  EXPECT_EQ(LastMessage(), u"已移除 2 个重复项");
+  EXPECT_EQ(LastMessage(), u"已移除 2 首重复的曲目");
   Click(0);
   const SkinRect third = desk_.View().Rows()->RowPlace(2);
   Drag(0, {third.left + 50, third.bottom - 3});
@@ -278,7 +278,7 @@ TEST_F(AppListDesk, FilesComeInAtAPlaceAndAreDeleted) {
   Do(Id::kRemoveMissing);
   ASSERT_TRUE(frame_.PumpUntil([this] { return !desk_.IsBusy(); }));
   EXPECT_EQ(Shown(), "ab");
-  EXPECT_EQ(LastMessage(), u"已移除 1 个无效的文件");
+  EXPECT_EQ(LastMessage(), u"已移除 1 首失效的曲目");
 
   Click(0);
   player_.Data().Values().play_list.disable_del_file = 1;
