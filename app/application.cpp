@@ -146,6 +146,10 @@ void Application::RefreshWindows() {
   const PlayerStatus status = status_.Status(windows_.Group(), lyric_desk_.LineGbk());
   player_view_.SetStatus(status);
   mini_view_.SetStatus(status);
+  // What their buttons do depends on the mode that the windows are in.
+  for (ToolWindowView* view : std::initializer_list<ToolWindowView*>{
+           &lyric_desk_.View(), &equalizer_desk_.View(), &list_desk_.View()})
+    view->RefreshCommands();
   ApplyVisuals();
   ShowCaption();
 }

@@ -74,14 +74,21 @@ class Restarts(OwnPlayer):
             self.assertEqual(file_name(again.wait_status(state="playing")), played)
             again.command("/next", "/volume=42")
             again.wait_status(index=2, volume=42)
+            again.click("player", "minimode")
+            again.window("mini")
             # Settings are written some seconds after a change.
             again.wait_for("saved", len(again.events("saved")) + 1)
             again.kill()
         xml.etree.ElementTree.parse(os.path.join(player.data, "melorin.xml"))
         with Player(data=player.data) as after:
             after.wait_status(entries=3, volume=42)
+            after.click("mini", "minimode")
             after.click("player", "play")
             after.wait_status(state="playing")
+            after.click("playlist", "close")
+            after.wait_hidden("playlist")
+            after.click("player", "playlist")
+            after.window("playlist")
             # A key's dialog is open: the end of the program ends that as well.
             known = after.screen.windows()
             after.key("ctrl+n", kind="playlist")
