@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "app/player_text.h"
-#include "lyrics/hanzi_fold.h"
+#include "lyrics/shown_text.h"
 #include "lyrics/song_key.h"
 #include "platform/com.h"
 #include "platform/file.h"
@@ -69,12 +69,6 @@ bool PutText(HWND owner, const std::u16string& text) {
   }
   CloseClipboard();
   return put;
-}
-
-std::string Converted(const std::string& text_gbk, int32_t char_set) {
-  if (char_set == 1) return SimplifiedGbk(text_gbk);
-  if (char_set == 2) return TraditionalGbk(text_gbk);
-  return text_gbk;
 }
 
 }  // namespace
@@ -290,7 +284,7 @@ void LyricDesk::UpdateLine() {
     const auto position = doc->LineAtTime(static_cast<int32_t>(player_.Control().PositionMs()), 1, 0);
     if (position && position->index < doc->Lines().size() && position->progress >= 0 &&
         static_cast<int64_t>(player_.Control().PositionMs()) >= position->start_ms)
-      line = Converted(doc->Lines()[position->index].text_gbk, Look().char_set);
+      line = ShownTextGbk(doc->Lines()[position->index].text_gbk, Look().char_set);
   }
   if (line == line_gbk_) return;
   line_gbk_ = std::move(line);
@@ -400,7 +394,7 @@ void LyricDesk::Copy() {
   for (const LyricLine& line : lyric_.doc->Lines())
     text.append(line.text_gbk).append("\r\n");
   if (text.empty()) text = lyric_.doc->plain_text_gbk;
-  if (!PutText(host_.DialogOwner(), Utf16FromGbk(Converted(text, Look().char_set))))
+  if (!PutText(host_.DialogOwner(), Utf16FromGbk(ShownTextGbk(text, Look().char_set))))
     Tell(u"无法复制到剪贴板");
 }
 

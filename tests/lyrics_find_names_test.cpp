@@ -14,6 +14,7 @@
 
 #include "lyrics/hanzi_fold.h"
 #include "lyrics/name_similarity.h"
+#include "lyrics/shown_text.h"
 #include "lyrics/song_key.h"
 #include "platform/text.h"
 
@@ -512,6 +513,21 @@ TEST(HanziFold, ConvertsForShowing) {
             "后来，我总算学会了 Love 著名");
   EXPECT_EQ(Utf8FromGbk(TraditionalGbk(GbkFromUtf8("后来，我总算学会了只爱你"))), "後來，我總算學會了只愛你");
   EXPECT_EQ(SimplifiedGbk("plain"), "plain");
+}
+
+TEST(LyricsShownText, HasNoTimesOfWords) {
+  const struct {
+    const char* line;
+    const char* shown;
+  } cases[] = {
+      {"<00:01.00>一<00:01.30>个<1:2>唱<00:01:99>", "一个唱"},
+      {" <00:02.500> spark <00:03.000> light", " spark light"},
+      {"<3 <a> <01> <:5> <1:> <1:2", "<3 <a> <01> <:5> <1:> <1:2"},
+      {"<00:01.00>", ""},
+  };
+  for (const auto& test : cases)
+    EXPECT_EQ(Utf8FromGbk(ShownTextGbk(GbkFromUtf8(test.line), 0)), test.shown);
+  EXPECT_EQ(Utf8FromGbk(ShownTextGbk(GbkFromUtf8("<0:1>後來"), 1)), "后来");
 }
 
 }  // namespace

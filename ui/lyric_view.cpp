@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "doc/keys.h"
-#include "lyrics/hanzi_fold.h"
 #include "lyrics/lrc_text.h"
+#include "lyrics/shown_text.h"
 #include "platform/text.h"
 #include "skin/bitmap_draw.h"
 #include "skin/skin_layout.h"
@@ -107,13 +107,10 @@ void LyricView::MakeTexts() {
   if (IsTimed()) {
     texts_.reserve(lyric_.doc->Lines().size());
     for (const LyricLine& line : lyric_.doc->Lines())
-      texts_.push_back(line.text_gbk);
+      texts_.push_back(ShownTextGbk(line.text_gbk, look_.char_set));
   } else if (lyric_.doc) {
-    texts_ = LinesOf(lyric_.doc->plain_text_gbk);
+    texts_ = LinesOf(ShownTextGbk(lyric_.doc->plain_text_gbk, look_.char_set));
   }
-  if (look_.char_set == 1 || look_.char_set == 2)
-    for (std::string& text : texts_)
-      text = look_.char_set == 1 ? SimplifiedGbk(text) : TraditionalGbk(text);
   if (!lyric_.doc)
     for (const std::string& text : {lyric_.title_gbk, lyric_.message_gbk})
       if (!text.empty()) texts_.push_back(text);
