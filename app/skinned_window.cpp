@@ -302,6 +302,7 @@ bool SkinnedWindow::TakeChange(UINT message, WPARAM wparam) {
       if (IsWindowEnabled(window_)) host_.OnCloseWanted(Kind());
       return true;
     case WM_ACTIVATE:
+      view_.SetActive(LOWORD(wparam) != WA_INACTIVE);
       if (LOWORD(wparam) != WA_INACTIVE && !HIWORD(wparam)) host_.OnActivated(Kind());
       return false;
     case WM_ACTIVATEAPP:

@@ -181,6 +181,19 @@ TEST_F(UiPlayer, PlayAndPauseShareAPlace) {
   EXPECT_TRUE(looks() != hovered) << "pause came up under the mouse";
 }
 
+TEST_F(UiPlayer, ShowsWhereKeysGoOnlyWhileTheyComeToIt) {
+  Show(SkinWindow::kPlayer);
+  const auto looks = [&] { return CopyOf(view_->Compose(), At("stop").Place()).pixels; };
+  const auto usual = looks();
+  view_->Focus(&At("stop"), true);
+  const auto focused = looks();
+  EXPECT_TRUE(focused != usual);
+  view_->SetActive(false);
+  EXPECT_TRUE(looks() == usual);
+  view_->SetActive(true);
+  EXPECT_TRUE(looks() == focused) << "back at the same control";
+}
+
 TEST_F(UiPlayer, CommandsOfEveryElement) {
   Show(SkinWindow::kPlayer);
   const std::pair<const char*, const char*> cases[] = {

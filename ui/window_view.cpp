@@ -125,7 +125,7 @@ void WindowView::PaintControl(Control& control) {
   if (!control.IsVisible() || !skin_) return;
   SkinPainter painter(skin_->Images(), text_, canvas_);
   control.Paint({painter, text_, canvas_, scale_});
-  if (&control == focused_ && shows_focus_ && !ShowsFocusItself(control.Role()))
+  if (&control == focused_ && control.IsFocused() && shows_focus_ && !ShowsFocusItself(control.Role()))
     OutlineArea(canvas_, ScaledPosition(control.Place(), scale_), scale_);
 }
 
@@ -291,9 +291,17 @@ void WindowView::Focus(Control* control, bool by_keyboard) {
   if (control == focused_) return;
   if (focused_) focused_->SetFocused(false);
   focused_ = control;
-  if (!focused_) return;
+  if (!focused_ || !active_) return;
   focused_->SetFocused(true);
   if (host_) host_->ControlFocused(IndexOf(*focused_));
+}
+
+void WindowView::SetActive(bool active) {
+  if (active == active_) return;
+  active_ = active;
+  if (!focused_) return;
+  focused_->SetFocused(active);
+  if (active && host_) host_->ControlFocused(IndexOf(*focused_));
 }
 
 void WindowView::MoveFocus(int direction) {

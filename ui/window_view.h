@@ -112,6 +112,8 @@ class WindowView : private ControlHost {
   bool OnCharacter(char16_t character);
   Control* Focused() const { return focused_; }
   void Focus(Control* control, bool by_keyboard);
+  /// Whether keys come to this window; only then does it show where they go.
+  void SetActive(bool active);
 
   // ---- screen readers and motion
 
@@ -191,6 +193,7 @@ class WindowView : private ControlHost {
   Control* focused_ = nullptr;
   Pointer pointer_;           ///< Where the mouse was seen last.
   bool shows_focus_ = false;  ///< The focus came by the keyboard.
+  bool active_ = true;
 };
 
 }  // namespace melorin
