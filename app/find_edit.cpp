@@ -120,6 +120,10 @@ LRESULT CALLBACK FindEdit::ParentProcedure(HWND window, UINT message, WPARAM wpa
         if (reinterpret_cast<HWND>(lparam) == self->edit_)
           return reinterpret_cast<LRESULT>(self->Colour(reinterpret_cast<HDC>(wparam)));
         break;
+      case WM_KEYDOWN:
+        if (!shown || wparam != VK_ESCAPE || GetCapture() == window) break;
+        self->desk_.CloseFind();
+        return 0;
       case WM_LBUTTONDOWN:
       case WM_RBUTTONDOWN:
         // The rest of the window has no control of the system's that would take the keyboard.
