@@ -14,6 +14,7 @@
 #include "platform/com.h"
 #include "platform/file.h"
 #include "platform/text.h"
+#include "tags/tag_set.h"
 
 namespace melorin {
 namespace {
@@ -229,6 +230,7 @@ void LyricDesk::Load(bool wanted, bool forget) {
     request.trim = Look().trim_spaces != 0;
     request.save_tags = Look().auto_save_lyric_tag != 0;
     request.merge = Look().save_compress != 0;
+    request.tag_kinds = TagKinds();
     request.forget = forget;
     service_.Load(std::move(request), [this](LoadedLyric lyric) { Take(std::move(lyric)); });
   }
@@ -338,6 +340,12 @@ void LyricDesk::Dissociate() {
   Load(true, false);
 }
 
+uint32_t LyricDesk::TagKinds() const {
+  // The setting's numbers are those of the kinds.
+  static_assert(kTagId3v2 == 8 && kTagApeV2 == 4 && kTagId3v1 == 1);
+  return static_cast<uint32_t>(player_.Data().Values().general.mp3_write_tag_type);
+}
+
 LyricService::SaveRequest LyricDesk::RequestFor(const ItemRef& item, const LoadedLyric& lyric,
                                                 std::shared_ptr<const LyricDoc> doc) const {
   const LyricSettings& look = Look();
@@ -346,6 +354,7 @@ LyricService::SaveRequest LyricDesk::RequestFor(const ItemRef& item, const Loade
   request.item = item;
   request.mode = LyricSaveModeFrom(look.lyric_save_mode);
   request.merge = look.save_compress != 0;
+  request.tag_kinds = TagKinds();
   request.path_gbk = lyric.path_gbk;
   request.encoding = lyric.encoding;
   const bool beside = look.save_to_sound_folder != 0 || look.down_load_folder_gbk.empty();
@@ -363,9 +372,13 @@ bool LyricDesk::TakeSaved(const ItemRef& item, LoadedLyric& lyric, const LyricSe
     lyric.path_gbk = result.path_gbk;
     lyric.associated = result.associated;
   }
-  const bool tags_failed = result.tags == TagWrite::kNotSupported || result.tags == TagWrite::kFailed;
+  // Whoever wants it in a file as well has it there.
+  const bool has_no_place = result.tags == TagWrite::kNoKind && result.path_gbk.empty();
+  const bool tags_failed =
+      result.tags == TagWrite::kNotSupported || result.tags == TagWrite::kFailed || has_no_place;
   if (result.file_failed || tags_failed) {
-    const std::u16string problem = result.file_failed                       ? u"无法写入歌词文件"
+    const std::u16string problem = result.file_failed ? u"无法写入歌词文件"
+                                   : has_no_place ? u"选项“标签”中没有选择能保存歌词的类型"
                                    : result.tags == TagWrite::kNotSupported ? u"这种文件的标签不能保存歌词"
                                                                             : u"无法写入歌曲标签";
     player_.Report(problem);

@@ -116,6 +116,7 @@ class LyricDesk final : public CommandHandler, private LyricActions, private Lyr
   void Copy();
   void OpenFolder();
   void Tell(const std::u16string& text);
+  uint32_t TagKinds() const;
   LyricService::SaveRequest RequestFor(const ItemRef& item, const LoadedLyric& lyric,
                                        std::shared_ptr<const LyricDoc> doc) const;
   /// True: all of it was saved. Tells the user.

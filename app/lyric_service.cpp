@@ -154,10 +154,10 @@ LoadedLyric LyricService::Read(const LoadRequest& request) {
   auto of_tags = std::make_shared<LyricDoc>();
   ItemInfo info;
   if (const auto waits = waiting_.find(item.PathGbk()); waits != waiting_.end() && item.Subtrack() == 0) {
-    of_tags->Parse(waits->second);
+    of_tags->Parse(waits->second.text);
   } else if (SUCCEEDED(ReadItemInfo(library_, item.PathGbk(), item.Subtrack(), &info))) {
     LyricFromTags(*of_tags, info.tags);
-    if (sure && !HasText(*of_tags)) WriteTags(item, of_file->Write(request.merge));
+    if (sure && !HasText(*of_tags)) WriteTags(item, of_file->Write(request.merge), request.tag_kinds);
   }
   // Timed lines go before text; of these, the song's own before a file that may be another's.
   const bool tags_win = HasText(*of_tags) && !sure && (!found || !of_tags->Lines().empty());
@@ -215,16 +215,17 @@ LyricService::SaveResult LyricService::Write(const SaveRequest& request) {
       }
     }
   }
-  if (request.mode != LyricSaveMode::kFile) result.tags = WriteTags(item, request.doc->Write(request.merge));
+  if (request.mode != LyricSaveMode::kFile)
+    result.tags = WriteTags(item, request.doc->Write(request.merge), request.tag_kinds);
   return result;
 }
 
-TagWrite LyricService::WriteTags(const PlayListItem& item, std::u16string text) {
+TagWrite LyricService::WriteTags(const PlayListItem& item, std::u16string text, uint32_t kinds) {
   // A track of a sheet has no tags of its own.
   if (item.Subtrack() != 0) return TagWrite::kNotSupported;
-  const TagWrite result = WriteLyricTag(item.PathGbk(), text);
+  const TagWrite result = WriteLyricTag(item.PathGbk(), text, kinds);
   if (result == TagWrite::kInUse)
-    waiting_[item.PathGbk()] = std::move(text);
+    waiting_[item.PathGbk()] = {std::move(text), kinds};
   else
     waiting_.erase(item.PathGbk());
   return result;
@@ -232,7 +233,7 @@ TagWrite LyricService::WriteTags(const PlayListItem& item, std::u16string text) 
 
 void LyricService::WriteWaiting() {
   std::erase_if(waiting_, [](const auto& entry) {
-    return WriteLyricTag(entry.first, entry.second) != TagWrite::kInUse;
+    return WriteLyricTag(entry.first, entry.second.text, entry.second.kinds) != TagWrite::kInUse;
   });
 }
 

@@ -61,6 +61,7 @@ class LyricService {
     ItemRef item;
     LyricSearch search;
     bool merge = false;      ///< The setting "SaveCompress", for what goes into tags.
+    uint32_t tag_kinds = 0;  ///< The setting "MP3WriteTagType".
     bool save_tags = false;  ///< The setting "AutoSaveLyricTag": from a file into tags that have none.
     bool trim = true;        ///< The setting "TrimSpaces".
     bool forget = false;     ///< Look at the folders anew.
@@ -79,7 +80,8 @@ class LyricService {
     std::shared_ptr<const LyricDoc> doc;
     ItemRef item;
     LyricSaveMode mode = LyricSaveMode::kFile;
-    bool merge = false;  ///< The setting "SaveCompress".
+    bool merge = false;      ///< The setting "SaveCompress".
+    uint32_t tag_kinds = 0;  ///< The setting "MP3WriteTagType".
     /// The file that is written. Empty: a new one in that folder, made when it is not there.
     std::string path_gbk;
     std::string folder_gbk;
@@ -108,7 +110,7 @@ class LyricService {
   LoadedLyric Read(const LoadRequest& request);
   bool WriteAssociation(const PlayListItem& item, const std::string& lyric_path_gbk);
   SaveResult Write(const SaveRequest& request);
-  TagWrite WriteTags(const PlayListItem& item, std::u16string text);
+  TagWrite WriteTags(const PlayListItem& item, std::u16string text, uint32_t kinds);
   void WriteWaiting();
 
   const SoundLibrary& library_;
@@ -123,7 +125,11 @@ class LyricService {
   LyricFinder finder_;
   bool associations_read_ = false;
   /// Texts for tags of songs that are being played, by path.
-  std::map<std::string, std::u16string> waiting_;
+  struct WaitingTag {
+    std::u16string text;
+    uint32_t kinds = 0;
+  };
+  std::map<std::string, WaitingTag> waiting_;
 
   CriticalSection lock_;
   std::deque<std::function<void()>> tasks_;

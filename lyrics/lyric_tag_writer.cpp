@@ -5,9 +5,11 @@
 #include <array>
 #include <iterator>
 
+#include "lyrics/ape_lyric.h"
 #include "platform/file.h"
 #include "platform/text.h"
 #include "tags/tag_bytes.h"
+#include "tags/tag_set.h"
 
 namespace melorin {
 namespace {
@@ -140,6 +142,68 @@ bool CopyWithHead(File& from, const TagHead& head, const std::string& to_path) {
   return to.Flush();
 }
 
+/// Into the ID3v2 tag at the start.
+TagWrite WriteHead(const std::string& path_gbk, std::u16string_view lyric) {
+  File file;
+  if (!file.Open(path_gbk, File::Access::kRead, File::Share::kReadWrite, File::Create::kMustExist))
+    return TagWrite::kFailed;
+  std::array<uint8_t, kHeaderSize> first{};
+  if (!ReadPart(file, 0, first)) return TagWrite::kNotSupported;
+  std::vector<uint8_t> start;
+  if (HasTag(first)) {
+    const size_t size = kHeaderSize + SyncSafe32(std::span(first).subspan(6));
+    if (size > kLargestTag || static_cast<int64_t>(size) > file.Size()) return TagWrite::kNotSupported;
+    start.resize(size);
+    if (!ReadPart(file, 0, start)) return TagWrite::kFailed;
+  }
+  const std::optional<TagHead> head = HeadWithLyric(start, lyric);
+  if (!head) return TagWrite::kNotSupported;
+  if (head->bytes == start) return TagWrite::kDone;
+  if (head->bytes.size() == start.size()) {
+    file.Close();
+    if (!file.Open(path_gbk, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
+      return TagWrite::kFailed;
+    const bool written = file.WriteAt(0, head->bytes) == static_cast<int64_t>(head->bytes.size());
+    return written && file.Flush() ? TagWrite::kDone : TagWrite::kFailed;
+  }
+  const std::string beside = path_gbk + ".melorin-new";
+  if (!CopyWithHead(file, *head, beside)) {
+    DeleteFileAt(beside);
+    return TagWrite::kFailed;
+  }
+  file.Close();
+  if (ReplaceFileAt(beside, path_gbk)) return TagWrite::kDone;
+  DeleteFileAt(beside);
+  return TagWrite::kInUse;
+}
+
+/// Into the APEv2 tag at the end; in place, for nothing follows it but ID3v1.
+TagWrite WriteTail(const std::string& path_gbk, std::u16string_view lyric) {
+  File file;
+  if (!file.Open(path_gbk, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
+    return TagWrite::kFailed;
+  const int64_t size = file.Size();
+  if (size < 0) return TagWrite::kFailed;
+  std::vector<uint8_t> end(static_cast<size_t>(std::min(size, static_cast<int64_t>(kTailProbe))));
+  if (!ReadPart(file, size - static_cast<int64_t>(end.size()), end)) return TagWrite::kFailed;
+  const std::optional<size_t> needed = TailSize(end);
+  if (!needed || *needed > kLargestTag || static_cast<int64_t>(*needed) > size)
+    return TagWrite::kNotSupported;
+  if (*needed > end.size()) {
+    end.resize(*needed);
+    if (!ReadPart(file, size - static_cast<int64_t>(end.size()), end)) return TagWrite::kFailed;
+  }
+  const std::optional<TagTail> tail = TailWithLyric(end, lyric);
+  if (!tail) return TagWrite::kNotSupported;
+  const auto old = std::span(end).last(tail->old_size);
+  if (std::equal(old.begin(), old.end(), tail->bytes.begin(), tail->bytes.end())) return TagWrite::kDone;
+  const int64_t start = size - static_cast<int64_t>(tail->old_size);
+  const auto length = static_cast<int64_t>(tail->bytes.size());
+  const bool written = file.WriteAt(start, tail->bytes) == length &&
+                       (length >= static_cast<int64_t>(tail->old_size) || file.SetSize(start + length));
+  return written && file.Flush() ? TagWrite::kDone : TagWrite::kFailed;
+}
+
 }  // namespace
 
 std::optional<TagHead> HeadWithLyric(std::span<const uint8_t> start, std::u16string_view lyric) {
@@ -172,39 +236,14 @@ bool CanWriteLyricTag(std::string_view path_gbk) {
   return false;
 }
 
-TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric) {
+TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric, uint32_t kinds) {
   if (!CanWriteLyricTag(path_gbk)) return TagWrite::kNotSupported;
-  File file;
-  if (!file.Open(path_gbk, File::Access::kRead, File::Share::kReadWrite, File::Create::kMustExist))
-    return TagWrite::kFailed;
-  std::array<uint8_t, kHeaderSize> first{};
-  if (!ReadPart(file, 0, first)) return TagWrite::kNotSupported;
-  std::vector<uint8_t> start;
-  if (HasTag(first)) {
-    const size_t size = kHeaderSize + SyncSafe32(std::span(first).subspan(6));
-    if (size > kLargestTag || static_cast<int64_t>(size) > file.Size()) return TagWrite::kNotSupported;
-    start.resize(size);
-    if (!ReadPart(file, 0, start)) return TagWrite::kFailed;
-  }
-  const std::optional<TagHead> head = HeadWithLyric(start, lyric);
-  if (!head) return TagWrite::kNotSupported;
-  if (head->bytes == start) return TagWrite::kDone;
-  if (head->bytes.size() == start.size()) {
-    file.Close();
-    if (!file.Open(path_gbk, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
-      return TagWrite::kFailed;
-    const bool written = file.WriteAt(0, head->bytes) == static_cast<int64_t>(head->bytes.size());
-    return written && file.Flush() ? TagWrite::kDone : TagWrite::kFailed;
-  }
-  const std::string beside = path_gbk + ".melorin-new";
-  if (!CopyWithHead(file, *head, beside)) {
-    DeleteFileAt(beside);
-    return TagWrite::kFailed;
-  }
-  file.Close();
-  if (ReplaceFileAt(beside, path_gbk)) return TagWrite::kDone;
-  DeleteFileAt(beside);
-  return TagWrite::kInUse;
+  const bool writes_ape = (kinds & kTagApeV2) != 0;
+  if ((kinds & kTagId3v2) == 0) return writes_ape ? WriteTail(path_gbk, lyric) : TagWrite::kNoKind;
+  const TagWrite head = WriteHead(path_gbk, lyric);
+  if (!writes_ape || head == TagWrite::kInUse || head == TagWrite::kFailed) return head;
+  const TagWrite tail = WriteTail(path_gbk, lyric);
+  return tail == TagWrite::kNotSupported ? head : tail;
 }
 
 }  // namespace melorin

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // Puts a lyric into the tags of an MPEG file: the frame USLT of its ID3v2 tag, after the informal standards
-// of 2.2.0, 2.3.0 and 2.4.0 (id3.org). All other frames stay as they are, byte for byte.
+// of 2.2.0, 2.3.0 and 2.4.0 (id3.org), and its APEv2 tag (see ape_lyric.h). All other frames stay as they
+// are, byte for byte.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +19,7 @@ enum class TagWrite {
   kInUse,         ///< The file cannot be replaced now: somebody, as the player itself, has it open.
   kNotSupported,  ///< No MPEG file, or its tag is of a kind that is not written.
   kFailed,
+  kNoKind,  ///< Of the kinds of tag that are to be written none holds lyrics.
 };
 
 /// The beginning of a file, to be written over its first `old_size` bytes when it is as long as they are,
@@ -35,8 +37,9 @@ std::optional<TagHead> HeadWithLyric(std::span<const uint8_t> start, std::u16str
 
 /// True for files of the extensions that MPEG audio has.
 bool CanWriteLyricTag(std::string_view path_gbk);
-/// Writes in place where the tag has room, which is possible while the file is played; else the file is
-/// written beside its place and swapped in. Slow: it may copy the file. Thread: any.
-TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric);
+/// Writes into each of `kinds`, a sum of the kinds of tag (see tags/tag_set.h); one that is not among them
+/// stays as it is. In place where the tag has room, which is possible while the file is played; else the file
+/// is written beside its place and swapped in. Slow: it may copy the file. Thread: any.
+TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric, uint32_t kinds);
 
 }  // namespace melorin
