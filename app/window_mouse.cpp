@@ -62,10 +62,9 @@ bool WindowMouse::TakeBackDrag() {
 }
 
 bool WindowMouse::Take(UINT message, WPARAM wparam, LPARAM lparam) {
-  // What is held is told of by nothing but its value. A move is told when the tip is that of the control it
-  // came to.
-  const bool held = dragging_ || view_.IsPressed();
-  if (message > WM_MOUSEMOVE && message <= WM_MBUTTONDBLCLK && !held) tip_.Relay(message, wparam, lparam);
+  // What is held is told of by nothing but its value.
+  if (message >= WM_MOUSEFIRST && message <= WM_MBUTTONDBLCLK && !dragging_ && !view_.IsPressed())
+    tip_.Relay(message, wparam, lparam);
   switch (message) {
     case WM_LBUTTONDOWN:
     case WM_LBUTTONDBLCLK:
@@ -79,7 +78,6 @@ bool WindowMouse::Take(UINT message, WPARAM wparam, LPARAM lparam) {
       return true;
     case WM_MOUSEMOVE:
       OnMouseMove(PointOf(lparam));
-      if (!held) tip_.Relay(message, wparam, lparam);
       return true;
     case WM_MOUSELEAVE:
       tracks_leave_ = false;
