@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include "app/window_group.h"
 #include "platform/com.h"
 
 namespace melorin {
@@ -12,6 +13,7 @@ constexpr UINT_PTR kRestingTool = 1;
 constexpr UINT_PTR kTrackingTool = 2;
 constexpr int kDelayMs = 500;
 constexpr int kShownMs = 10000;
+/// Pixels of 96 to an inch.
 constexpr int kWidestTip = 480;
 /// Where a tip that moves along stands from the mouse.
 constexpr int kTrackOffset = 20;
@@ -50,7 +52,7 @@ bool TipWindow::Prepare() {
                             CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, owner_, nullptr,
                             nullptr, nullptr);
   if (!window_) return false;
-  SendMessageW(window_, TTM_SETMAXTIPWIDTH, 0, kWidestTip);
+  SendMessageW(window_, TTM_SETMAXTIPWIDTH, 0, MulDiv(kWidestTip, ScreenDpi(), USER_DEFAULT_SCREEN_DPI));
   SendMessageW(window_, TTM_SETDELAYTIME, TTDT_INITIAL, kDelayMs);
   SendMessageW(window_, TTM_SETDELAYTIME, TTDT_AUTOPOP, kShownMs);
   static wchar_t nothing[] = L"";
