@@ -124,29 +124,34 @@ bool ReadPart(File& file, int64_t offset, std::span<uint8_t> bytes) {
   return true;
 }
 
-/// The file with another beginning, under another name. The name stays empty when that fails.
-bool CopyWithHead(File& from, const TagHead& head, const std::string& to_path) {
+/// What is to be written; nothing: that end of the file stays as it is.
+struct Ends {
+  std::optional<TagHead> head;
+  std::optional<TagTail> tail;
+};
+
+/// The file with other ends, under another name.
+bool CopyWithEnds(File& from, const Ends& ends, const std::string& to_path) {
   File to;
   if (!to.Open(to_path, File::Access::kReadWrite, File::Share::kRead, File::Create::kAlways)) return false;
-  int64_t offset = static_cast<int64_t>(head.old_size);
-  const int64_t end = from.Size();
-  if (end < offset || to.Write(head.bytes) != static_cast<int64_t>(head.bytes.size())) return false;
+  const auto write = [&to](std::span<const uint8_t> bytes) {
+    return to.Write(bytes) == static_cast<int64_t>(bytes.size());
+  };
+  int64_t offset = ends.head ? static_cast<int64_t>(ends.head->old_size) : 0;
+  const int64_t end = from.Size() - (ends.tail ? static_cast<int64_t>(ends.tail->old_size) : 0);
+  if (end < offset || (ends.head && !write(ends.head->bytes))) return false;
   std::vector<uint8_t> block(kCopyBytes);
   while (offset < end) {
     const auto part = std::span(block).first(
         static_cast<size_t>(std::min(end - offset, static_cast<int64_t>(block.size()))));
-    const auto size = static_cast<int64_t>(part.size());
-    if (!ReadPart(from, offset, part) || to.Write(part) != size) return false;
-    offset += size;
+    if (!ReadPart(from, offset, part) || !write(part)) return false;
+    offset += static_cast<int64_t>(part.size());
   }
-  return to.Flush();
+  return (!ends.tail || write(ends.tail->bytes)) && to.Flush();
 }
 
-/// Into the ID3v2 tag at the start.
-TagWrite WriteHead(const std::string& path_gbk, std::u16string_view lyric) {
-  File file;
-  if (!file.Open(path_gbk, File::Access::kRead, File::Share::kReadWrite, File::Create::kMustExist))
-    return TagWrite::kFailed;
+/// The ID3v2 tag at the start. kDone: it can be written, or is so already.
+TagWrite PlanHead(File& file, std::u16string_view lyric, std::optional<TagHead>& head) {
   std::array<uint8_t, kHeaderSize> first{};
   if (!ReadPart(file, 0, first)) return TagWrite::kNotSupported;
   std::vector<uint8_t> start;
@@ -156,32 +161,14 @@ TagWrite WriteHead(const std::string& path_gbk, std::u16string_view lyric) {
     start.resize(size);
     if (!ReadPart(file, 0, start)) return TagWrite::kFailed;
   }
-  const std::optional<TagHead> head = HeadWithLyric(start, lyric);
+  head = HeadWithLyric(start, lyric);
   if (!head) return TagWrite::kNotSupported;
-  if (head->bytes == start) return TagWrite::kDone;
-  if (head->bytes.size() == start.size()) {
-    file.Close();
-    if (!file.Open(path_gbk, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
-      return TagWrite::kFailed;
-    const bool written = file.WriteAt(0, head->bytes) == static_cast<int64_t>(head->bytes.size());
-    return written && file.Flush() ? TagWrite::kDone : TagWrite::kFailed;
-  }
-  const std::string beside = path_gbk + ".melorin-new";
-  if (!CopyWithHead(file, *head, beside)) {
-    DeleteFileAt(beside);
-    return TagWrite::kFailed;
-  }
-  file.Close();
-  if (ReplaceFileAt(beside, path_gbk)) return TagWrite::kDone;
-  DeleteFileAt(beside);
-  return TagWrite::kInUse;
+  if (head->bytes == start) head.reset();
+  return TagWrite::kDone;
 }
 
-/// Into the APEv2 tag at the end; in place, for nothing follows it but ID3v1.
-TagWrite WriteTail(const std::string& path_gbk, std::u16string_view lyric) {
-  File file;
-  if (!file.Open(path_gbk, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
-    return TagWrite::kFailed;
+/// The APEv2 tag at the end, with ID3v1 behind it.
+TagWrite PlanTail(File& file, std::u16string_view lyric, std::optional<TagTail>& tail) {
   const int64_t size = file.Size();
   if (size < 0) return TagWrite::kFailed;
   std::vector<uint8_t> end(static_cast<size_t>(std::min(size, static_cast<int64_t>(kTailProbe))));
@@ -193,15 +180,20 @@ TagWrite WriteTail(const std::string& path_gbk, std::u16string_view lyric) {
     end.resize(*needed);
     if (!ReadPart(file, size - static_cast<int64_t>(end.size()), end)) return TagWrite::kFailed;
   }
-  const std::optional<TagTail> tail = TailWithLyric(end, lyric);
+  tail = TailWithLyric(end, lyric);
   if (!tail) return TagWrite::kNotSupported;
   const auto old = std::span(end).last(tail->old_size);
-  if (std::equal(old.begin(), old.end(), tail->bytes.begin(), tail->bytes.end())) return TagWrite::kDone;
-  const int64_t start = size - static_cast<int64_t>(tail->old_size);
-  const auto length = static_cast<int64_t>(tail->bytes.size());
-  const bool written = file.WriteAt(start, tail->bytes) == length &&
-                       (length >= static_cast<int64_t>(tail->old_size) || file.SetSize(start + length));
-  return written && file.Flush() ? TagWrite::kDone : TagWrite::kFailed;
+  if (std::equal(old.begin(), old.end(), tail->bytes.begin(), tail->bytes.end())) tail.reset();
+  return TagWrite::kDone;
+}
+
+/// Of the two: what can be written of the kinds that are wanted is enough.
+TagWrite PlanEnds(File& file, std::u16string_view lyric, uint32_t kinds, Ends& ends) {
+  TagWrite result = TagWrite::kNoKind;
+  if (kinds & kTagId3v2) result = PlanHead(file, lyric, ends.head);
+  if (!(kinds & kTagApeV2) || result == TagWrite::kFailed) return result;
+  const TagWrite tail = PlanTail(file, lyric, ends.tail);
+  return tail == TagWrite::kNotSupported && result == TagWrite::kDone ? result : tail;
 }
 
 }  // namespace
@@ -238,12 +230,18 @@ bool CanWriteLyricTag(std::string_view path_gbk) {
 
 TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric, uint32_t kinds) {
   if (!CanWriteLyricTag(path_gbk)) return TagWrite::kNotSupported;
-  const bool writes_ape = (kinds & kTagApeV2) != 0;
-  if ((kinds & kTagId3v2) == 0) return writes_ape ? WriteTail(path_gbk, lyric) : TagWrite::kNoKind;
-  const TagWrite head = WriteHead(path_gbk, lyric);
-  if (!writes_ape || head == TagWrite::kInUse || head == TagWrite::kFailed) return head;
-  const TagWrite tail = WriteTail(path_gbk, lyric);
-  return tail == TagWrite::kNotSupported ? head : tail;
+  File file;
+  if (!file.Open(path_gbk, File::Access::kRead, File::Share::kReadWrite, File::Create::kMustExist))
+    return TagWrite::kFailed;
+  Ends ends;
+  if (const TagWrite plan = PlanEnds(file, lyric, kinds, ends); plan != TagWrite::kDone) return plan;
+  if (!ends.head && !ends.tail) return TagWrite::kDone;
+  const std::string beside = path_gbk + ".melorin-new";
+  const bool copied = CopyWithEnds(file, ends, beside);
+  file.Close();
+  if (copied && ReplaceFileAt(beside, path_gbk)) return TagWrite::kDone;
+  DeleteFileAt(beside);
+  return copied ? TagWrite::kInUse : TagWrite::kFailed;
 }
 
 }  // namespace melorin

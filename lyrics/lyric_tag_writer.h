@@ -22,8 +22,7 @@ enum class TagWrite {
   kNoKind,  ///< Of the kinds of tag that are to be written none holds lyrics.
 };
 
-/// The beginning of a file, to be written over its first `old_size` bytes when it is as long as they are,
-/// else instead of them.
+/// The beginning of a file, to be written instead of its first `old_size` bytes.
 struct TagHead {
   std::vector<uint8_t> bytes;
   size_t old_size = 0;
@@ -38,8 +37,8 @@ std::optional<TagHead> HeadWithLyric(std::span<const uint8_t> start, std::u16str
 /// True for files of the extensions that MPEG audio has.
 bool CanWriteLyricTag(std::string_view path_gbk);
 /// Writes into each of `kinds`, a sum of the kinds of tag (see tags/tag_set.h); one that is not among them
-/// stays as it is. In place where the tag has room, which is possible while the file is played; else the file
-/// is written beside its place and swapped in. Slow: it may copy the file. Thread: any.
+/// stays as it is. The file is written beside its place and swapped in, also where the tag has room: a write
+/// that is cut short would leave a broken tag. Slow: it copies the file. Thread: any.
 TagWrite WriteLyricTag(const std::string& path_gbk, std::u16string_view lyric, uint32_t kinds);
 
 }  // namespace melorin
