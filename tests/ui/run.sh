@@ -17,6 +17,7 @@ mkdir -p "$SESSION_DIR/bin/Skin"
 cp "$bin/melorin.exe" "$SESSION_DIR/bin/"
 export MELORIN_BIN=$SESSION_DIR/bin MELORIN_SINK=$SESSION_SINK MELORIN_SESSION_DIR=$SESSION_DIR
 export MELORIN_SKIN=$bin/../skin/default/default_skin.zip
+[ -z "${MELORIN_UI_KEEP:-}" ] || MELORIN_UI_KEEP=$(realpath -m "$MELORIN_UI_KEEP")
 cd "$here"
 # The system's own interpreter has the packages of setup.sh.
 if [ $# -eq 0 ]; then set -- test_*.py; fi
