@@ -214,6 +214,8 @@ void Application::SettingsChanged(SettingsPart part) {
       return;
     case SettingsPart::kSkin:
       windows_.WearSkin();
+      // It may have come since they were read.
+      skin_desk_.ReadSkins();
       return;
     case SettingsPart::kGeneral:
       if (tray_) tray_->SetIconFile(player_.Values().general.app_icon_file_gbk);

@@ -28,6 +28,8 @@ void SkinDesk::ReadSkins() {
 void SkinDesk::FillMenu(MenuSource& source) {
   // Not while a menu is open, which knows skins by their places.
   if (found_) skins_ = *std::exchange(found_, std::nullopt);
+  // None of them, until the worn one has been found as well.
+  source.skin_in_use = skins_.size();
   for (const SkinListEntry& skin : skins_) {
     if (source.skins.size() >= static_cast<size_t>(kMostSkins)) break;
     if (IsWorn(skin)) source.skin_in_use = source.skins.size();
