@@ -4,6 +4,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <initializer_list>
 
 #include "skin/skin_layout.h"
 #include "ui/window_snap.h"
@@ -65,6 +67,28 @@ SkinRect InSizeOf(const WindowView& view, const SettingsRect& place) {
   return {place.left, place.top, place.left + width, place.top + height};
 }
 
+/// Places that were remembered at another scale, which the width of their main window tells, in the scale of
+/// now: the windows stand to the main one as they did.
+void AdjustScale(const WindowView& main_view, SettingsRect& main,
+                 std::initializer_list<SettingsRect*> others) {
+  const int64_t width = int64_t{main.right} - main.left;
+  const int64_t now = main_view.Scale();
+  const int64_t then = now == 1 ? 2 : 1;
+  if (width != main_view.Width() * then) return;
+  const auto moved = [&](int64_t value, int64_t origin) {
+    return static_cast<int32_t>(
+        std::clamp<int64_t>(origin + (value - origin) * now / then, -kFarthest, kFarthest));
+  };
+  const SettingsRect origin = main;
+  const auto adjust = [&](SettingsRect& place) {
+    place = {moved(place.left, origin.left), moved(place.top, origin.top), moved(place.right, origin.left),
+             moved(place.bottom, origin.top)};
+  };
+  adjust(main);
+  for (SettingsRect* other : others)
+    if (other->left != other->right) adjust(*other);
+}
+
 bool IsPlaced(const SettingsRect& place) {
   return place.left < place.right && place.top < place.bottom;
 }
@@ -114,6 +138,9 @@ WindowRects WindowPlaces(const PlayerSettings& settings, const WindowViews& view
   PlayerSettings remembered = settings;
   const bool mini = settings.mini_mode != 0;
   const auto view = [&](SkinWindow kind) -> const WindowView& { return *views[IndexOf(kind)]; };
+  AdjustScale(view(SkinWindow::kPlayer), remembered.player_wnd,
+              {&remembered.lyric_wnd, &remembered.equalizer_wnd, &remembered.play_list_wnd});
+  AdjustScale(view(SkinWindow::kMini), remembered.player_wnd2, {&remembered.lyric_wnd2});
   const SkinRect screens = AllOf(areas);
   // Whether it was placed at all is seen from what the settings hold.
   const auto is_placed = [&](SkinWindow kind) { return IsPlaced(RememberedPlace(remembered, kind)); };

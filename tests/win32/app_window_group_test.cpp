@@ -151,6 +151,32 @@ TEST_F(AppWindowGroup, DamagedPlacesAreReachedAndAreNoLargerThanTheScreens) {
   }
 }
 
+TEST_F(AppWindowGroup, PlacesOfAnotherScaleKeepTheArrangement) {
+  PlayerSettings player;
+  player.player_wnd = {100, 60, 520, 228};
+  player.play_list_wnd = {100, 228, 520, 500};
+  player.lyric_wnd = {520, 60, 840, 548};
+  player.player_wnd2 = {0, 0, 1120, 80};
+  player.lyric_wnd2 = {0, 80, 400, 480};
+  WindowViews views;
+  for (size_t i = 0; i < kWindowCount; ++i)
+    views[i] = views_[i].get();
+  const std::vector<SkinRect> areas = {{0, 0, 4000, 3000}};
+  const auto place = [&](SkinWindow kind) {
+    return WindowPlaces(player, views, areas)[static_cast<size_t>(kind)];
+  };
+  player.mini_mode = 1;
+  EXPECT_EQ(place(kLyric), (SkinRect{0, 40, 240, 240})) << "remembered on a dense screen";
+  player.mini_mode = 0;
+  wardrobe_.Wear({}, 2);
+  for (const auto& view : views_)
+    view->Wear(wardrobe_, nullptr);
+  EXPECT_EQ(place(kPlayer), (SkinRect{100, 60, 940, 396}));
+  EXPECT_EQ(place(kPlaylist), (SkinRect{100, 396, 940, 940}));
+  EXPECT_EQ(place(kLyric), (SkinRect{940, 60, 1580, 1036}));
+  EXPECT_EQ(place(kEqualizer).left, 100) << "where the skin has it";
+}
+
 TEST_F(AppWindowGroup, SnappedWindowsMoveTogether) {
   Open();
   Drag(kPlayer, 160, 70);
