@@ -388,7 +388,9 @@ void PlayerControl::Previous() {
 
 void PlayerControl::Play() {
   if (state_ == PlayState::kPlaying || closing_) return;
-  if (!current_) {
+  // A stopped track that was removed from its list gives way to what followed it.
+  const bool removed = state_ == PlayState::kStopped && !index_ && gap_ && Count() > 0;
+  if (!current_ || removed) {
     const size_t index = index_.value_or(gap_.value_or(0));
     OpenEntry(index < Count() ? index : 0);
     return;

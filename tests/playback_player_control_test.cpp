@@ -863,6 +863,15 @@ TEST_F(PlayerControlTest, WhatFollowsWhenThePlayingEntryIsRemoved) {
   Heard();
   control_.Play();
   EXPECT_EQ(Heard(), "open a");
+  // Nor one that was stopped before.
+  MakeList("abc", 400);
+  control_.OpenEntry(1);
+  control_.Stop();
+  Heard();
+  const size_t stopped[] = {1};
+  control_.OnListEdited(*list_, RemoveEntries(*list_, stopped));
+  control_.Play();
+  EXPECT_EQ(Heard(), "open c");
 }
 
 TEST_F(PlayerControlTest, CommandsOfTheUser) {
