@@ -290,10 +290,10 @@ bool ListDesk::ExecuteOnList(Id command, const ComPtr<Playlist>& list) {
       return true;
     case Id::kUndo:
       editor_.Undo(list);
-      return true;
+      break;
     case Id::kRedo:
       editor_.Redo(list);
-      return true;
+      break;
     case Id::kSelectAll:
       selection.SelectAll();
       break;
@@ -307,7 +307,8 @@ bool ListDesk::ExecuteOnList(Id command, const ComPtr<Playlist>& list) {
       return false;
   }
   if (view_.Rows() && selection.Focus() &&
-      (command == Id::kMoveSelectedUp || command == Id::kMoveSelectedDown))
+      (command == Id::kMoveSelectedUp || command == Id::kMoveSelectedDown || command == Id::kUndo ||
+       command == Id::kRedo))
     view_.Rows()->Reveal(*selection.Focus());
   view_.SelectionChanged();
   SelectionChanged();

@@ -30,6 +30,17 @@ const char16_t* SortAction(SortKey key) {
   return u"排序";
 }
 
+/// Where the entries are that the edit brought.
+std::vector<size_t> NewEntries(const ListEdit& edit) {
+  std::vector<bool> was_there(edit.count_after);
+  for (const uint32_t index : edit.moved_to)
+    if (index != ListEdit::kGone) was_there[index] = true;
+  std::vector<size_t> fresh;
+  for (size_t i = 0; i < was_there.size(); ++i)
+    if (!was_there[i]) fresh.push_back(i);
+  return fresh;
+}
+
 }  // namespace
 
 void ListEditor::Select(const ComPtr<Playlist>& list, size_t first, size_t count) {
@@ -127,11 +138,19 @@ void ListEditor::Shuffle(const ComPtr<Playlist>& list) {
 // ---- back and forth
 
 void ListEditor::Undo(const ComPtr<Playlist>& list) {
-  if (auto edit = states_.Of(list).history.Undo(*list)) Done(list, std::move(*edit), {});
+  DoneAgain(list, states_.Of(list).history.Undo(*list));
 }
 
 void ListEditor::Redo(const ComPtr<Playlist>& list) {
-  if (auto edit = states_.Of(list).history.Redo(*list)) Done(list, std::move(*edit), {});
+  DoneAgain(list, states_.Of(list).history.Redo(*list));
+}
+
+void ListEditor::DoneAgain(const ComPtr<Playlist>& list, std::optional<ListEdit> edit) {
+  if (!edit) return;
+  const std::vector<size_t> fresh = edit->inserted > 0 ? NewEntries(*edit) : std::vector<size_t>();
+  Done(list, std::move(*edit), {});
+  // What comes back is what the user looks for.
+  if (!fresh.empty()) states_.Of(list).place.selection.Select(fresh);
 }
 
 }  // namespace melorin

@@ -55,6 +55,8 @@ class ListEditor {
   std::vector<size_t> Selected(const ComPtr<Playlist>& list) {
     return states_.Of(list).place.selection.Selected();
   }
+  /// After an undo or a redo; nothing: there was no step.
+  void DoneAgain(const ComPtr<Playlist>& list, std::optional<ListEdit> edit);
   void Done(const ComPtr<Playlist>& list, ListEdit edit, const std::u16string& action) {
     player_.ListEdited(*list, std::move(edit), action);
   }

@@ -191,6 +191,12 @@ TEST_F(AppListDesk, EditsAndTheirWayBack) {
   EXPECT_FALSE(desk_.IsEnabled(Id::kShuffleList));
   Do(Id::kUndo);
   EXPECT_EQ(Shown(), "acef");
+  Click(2);
+  Do(Id::kRemoveSelected);
+  Click(0);
+  Do(Id::kUndo);
+  Do(Id::kRemoveSelected);
+  EXPECT_EQ(Shown(), "acf") << "what came back was selected";
 }
 
 TEST_F(AppListDesk, DuplicatesDragsAndFinding) {
