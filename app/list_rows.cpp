@@ -5,9 +5,12 @@
 
 #include "app/player_text.h"
 #include "platform/text.h"
+#include "ui/short_text.h"
 
 namespace melorin {
 namespace {
+
+constexpr size_t kLongestTip = 300;
 
 std::u16string CountText(const char16_t* before, size_t count) {
   return before + ToText(static_cast<uint32_t>(count)) + u" 首";
@@ -73,7 +76,7 @@ std::string ListRows::TabNameGbk(size_t tab) const {
 
 std::u16string ListRows::TabTip(size_t tab) const {
   const Playlist& list = *player_.Data().Lists().At(tab);
-  std::u16string tip = Utf16FromGbk(list.NameGbk());
+  std::u16string tip = ShortText(Utf16FromGbk(list.NameGbk()), kLongestTip);
   if (list.IsLoaded()) tip += u"\n" + CountText(u"共 ", list.Size());
   return tip;
 }

@@ -8,6 +8,7 @@
 #include "platform/file.h"
 #include "platform/text.h"
 #include "playlist/list_file.h"
+#include "ui/short_text.h"
 
 namespace melorin {
 
@@ -89,7 +90,8 @@ void ListShelf::Delete(size_t index) {
   const ComPtr<Playlist> list = Data().Lists().At(index);
   const bool may_have_entries = !list->IsLoaded() || !list->IsEmpty();
   if (may_have_entries &&
-      !dialogs_.Confirm(u"删除播放列表“" + Utf16FromGbk(list->NameGbk()) + u"”？\n列表中的文件不会被删除。"))
+      !dialogs_.Confirm(u"删除播放列表“" + ShortText(Utf16FromGbk(list->NameGbk()), kShortName) +
+                        u"”？\n列表中的文件不会被删除。"))
     return;
   const std::optional<size_t> now = Data().IndexOf(list.get());
   if (!now) return;

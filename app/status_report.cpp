@@ -5,9 +5,15 @@
 
 #include "platform/json_writer.h"
 #include "platform/text.h"
+#include "ui/short_text.h"
 
 namespace melorin {
 namespace {
+
+// UTF-16 units. An answer has a fixed room (see InstanceBlock), and names come from files.
+constexpr size_t kLongestName = 200;
+constexpr size_t kLongestTitle = 1000;
+constexpr size_t kRoomForLists = 20000;
 
 std::string_view StateName(ShownState state) {
   switch (state) {
@@ -30,7 +36,7 @@ std::string FormatStatus(const PlayerStatusReport& report) {
   };
   const auto number = [&](std::string_view key, int64_t value) { json.Key(key).Number(value); };
   json.BeginObject().Key("state").String(StateName(report.state));
-  text("list", report.list);
+  text("list", ShortText(report.list, kLongestName));
   json.Key("index");
   if (report.index) {
     json.Number(static_cast<int64_t>(*report.index));
@@ -38,18 +44,23 @@ std::string FormatStatus(const PlayerStatusReport& report) {
     json.Null();
   }
   text("file", report.file);
-  text("title", report.title);
+  text("title", ShortText(report.title, kLongestTitle));
   number("position_ms", report.position_ms);
   number("duration_ms", report.duration_ms);
   number("volume", report.volume);
   json.Key("mute").Bool(report.mute);
-  text("lyric", report.lyric);
+  text("lyric", ShortText(report.lyric, kLongestTitle));
   json.Key("windows").BeginArray();
   for (const std::string& window : report.windows)
     json.String(window);
   json.EndArray().Key("lists").BeginArray();
-  for (const std::u16string& list : report.lists)
-    json.String(Utf8FromUtf16(list));
+  size_t room = kRoomForLists;
+  for (const std::u16string& list : report.lists) {
+    const std::u16string name = ShortText(list, kLongestName);
+    if (name.size() > room) break;
+    room -= name.size();
+    json.String(Utf8FromUtf16(name));
+  }
   json.EndArray();
   number("entries", static_cast<int64_t>(report.entries));
   number("mode", report.mode);

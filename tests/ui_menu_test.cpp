@@ -130,11 +130,16 @@ TEST_F(UiMenu, ItemsShowTheirState) {
 }
 
 TEST_F(UiMenu, NamesOfListsCannotDisturb) {
+  source_.lists.push_back(std::u16string(100000, u'\u4E00'));
   const Menu lists = BuildMenu(MenuKind::kListLists, source_);
+  source_.lists.pop_back();
   const MenuItem* shown = Find(lists, Plus(CommandId::kShowListFirst, 1));
   ASSERT_NE(shown, nullptr);
   EXPECT_EQ(shown->text, u"&2 R&&B 精选");
   EXPECT_TRUE(shown->checked);
+  const MenuItem* long_one = Find(lists, Plus(CommandId::kShowListFirst, 3));
+  ASSERT_NE(long_one, nullptr);
+  EXPECT_LT(long_one->text.size(), 70u);
   const Menu entry = BuildMenu(MenuKind::kListEntry, source_);
   EXPECT_NE(Find(entry, Plus(CommandId::kCopyToListFirst, 2)), nullptr);
   // An entry is not copied to where it is.

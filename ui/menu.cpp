@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "ui/short_text.h"
+
 namespace melorin {
 namespace {
 
@@ -16,7 +18,7 @@ using Id = CommandId;
 /// Names may hold "&", which menus would take for the mark of a key.
 std::u16string Escaped(std::u16string_view name) {
   std::u16string text;
-  for (const char16_t c : name) {
+  for (const char16_t c : ShortText(name, kShortName)) {
     if (c == u'&') text += c;
     // A tab would begin the hot key's text.
     text += c < u' ' ? u' ' : c;

@@ -7,6 +7,7 @@
 #include "app/command_line.h"
 #include "app/event_log.h"
 #include "app/player_text.h"
+#include "app/single_instance.h"
 #include "app/status_report.h"
 
 namespace melorin {
@@ -107,6 +108,12 @@ TEST(AppStatus, OneLineOfJson) {
             R"("position_ms":1,"duration_ms":4294967295,"volume":80,"mute":true,"lyric":"\"一行\"",)"
             R"("windows":["player","playlist"],"lists":["默认","古典"],"entries":12,"mode":3,"skin":""})");
   EXPECT_NE(FormatStatus({}).find(R"("state":"stopped","list":"","index":null,)"), std::string::npos);
+  // Names of any length find place in the answer.
+  PlayerStatusReport long_names;
+  long_names.list = long_names.title = long_names.lyric = std::u16string(100000, u'\u4E00');
+  long_names.file = std::u16string(32767, u'\u4E00');
+  long_names.lists.assign(1000, std::u16string(100000, u'\1'));
+  EXPECT_LT(FormatStatus(long_names).size(), size_t{InstanceBlock::kAnswerCapacity});
 }
 
 }  // namespace
