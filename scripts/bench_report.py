@@ -252,7 +252,8 @@ def player_aims(player):
         own = (row["cpu"] - row["wine_sound"]) * 60
         yield "CPU of 60 s played, windows hidden, the program's own threads", f"{own:.2f} s", "at most 0.6 s", own <= 0.6
         yield ("the same with Wine's sound threads", f"{row['cpu'] * 60:.2f} s", "at most 0.6 s", row["cpu"] * 60 <= 0.6)
-        most = max(row["private"] for key, row in running.items() if row.get("own"))
+        most = max([row["private"] for row in running.values() if row["own"]]
+                   + [row["private"] for row in player.get("objects", {}).get("rows", ())])
         yield "private memory, the most of all cases", f"{most:.1f} MB", "below 40 MB", most < 40
     if "objects" in player:
         rows = player["objects"]["rows"]
@@ -306,8 +307,9 @@ def start_tables(start):
     yield ""
     yield f"Medians of {start['starts']} starts, the programs in turns, in ms; all are in the disk's cache, and Wine's services"
     yield "run, as those of Windows do. The moments from \"window\" on count from the start of the process as the system has"
-    yield "it: the windows are painted; the device has taken the first block; it has been told to play. \"Heard\" is what the"
-    yield "sound server gives out, from the moment that the program was asked for, so with its loader and Wine's mixing."
+    yield "it, whose clock has steps of 1 ms: the windows are painted; the device has taken the first block; it has been told"
+    yield "to play. \"Heard\" is what the sound server gives out, from the moment that the program was asked for, so with its"
+    yield "loader and Wine's mixing."
     yield ""
     yield "| program | heard | | window | | first block | | device plays | |"
     yield "|---|---:|---:|---:|---:|---:|---:|---:|---:|"
