@@ -57,7 +57,8 @@ class Running(NamedTuple):
 
 
 MEASUREMENTS = {
-    "play-empty": Running("an empty program under Wine: a window, and silence on DirectSound", ["wine", "empty_program.exe"]),
+    "play-empty": Running("an empty program under Wine: a window, and silence on DirectSound",
+                          ["wine", "empty_program.exe"]),
     "play-hidden": Running("Melorin, equalizer and dither on, windows hidden", {}, (SHOW_HIDE,)),
     "play-mpg123": Running("mpg123", ["mpg123", "-q", "-o", "pulse"]),
     "play-headless": Running("audacious --headless", ["audacious", "--headless", "--play"]),
@@ -214,7 +215,8 @@ def measure_start(folder):
     ear.close()
     rows = [{"name": STARTED[key][0], "key": key,
              **{what: [run[what] for run in runs] for what in runs[0]}} for key, runs in found.items()]
-    return {"starts": starts, "rows": rows, "play": {what: [run[what] for run in commands] for what in ("block", "device")}}
+    return {"starts": starts, "rows": rows,
+            "play": {what: [run[what] for run in commands] for what in ("block", "device")}}
 
 
 def make_second_skin(name):
@@ -374,7 +376,8 @@ def make_sources(folder, seconds):
 
 
 def run(measurements, folder):
-    runs = {name: subprocess.Popen([str(ROOT / "scripts/bench_player.sh"), name, str(folder), str(folder / f"{name}.json")],
+    script = str(ROOT / "scripts/bench_player.sh")
+    runs = {name: subprocess.Popen([script, name, str(folder), str(folder / f"{name}.json")],
                                    stdin=subprocess.DEVNULL, env={**os.environ, "MELORIN_BENCH_BIN": str(BIN)})
             for name in measurements}
     failed = [name for name, process in runs.items() if process.wait() != 0]
