@@ -369,8 +369,9 @@ void SkinnedWindow::OnContextMenu(LPARAM where) {
   mouse_.HideTip();
   POINT screen = PointOf(where);
   POINT client = screen;
-  // From the keyboard there is no point.
-  if (where == -1) {
+  // From the keyboard there is no point, and whatever lies in the middle of the window is not meant.
+  const bool by_key = where == -1;
+  if (by_key) {
     client = KeyboardMenuPoint();
     screen = client;
     ClientToScreen(window_, &screen);
@@ -378,7 +379,8 @@ void SkinnedWindow::OnContextMenu(LPARAM where) {
     ScreenToClient(window_, &client);
   }
   mouse_.LetGo();
-  if (!view_.OnContextMenu(mouse_.PointerAt(client))) host_.OnContextMenu(Kind(), screen);
+  const bool of_window = by_key && !view_.Focused();
+  if (of_window || !view_.OnContextMenu(mouse_.PointerAt(client))) host_.OnContextMenu(Kind(), screen);
 }
 
 POINT SkinnedWindow::KeyboardMenuPoint() const {
