@@ -61,7 +61,7 @@ Application::Application(HINSTANCE instance, const SoundLibrary& library, std::s
       windows_(
           instance, player_, menus_, *this,
           {&player_view_, &mini_view_, &lyric_desk_.View(), &equalizer_desk_.View(), &list_desk_.View()}),
-      skin_desk_(player_, [this] { window_.PostTask([this] { windows_.WearSkin(); }); }),
+      skin_desk_(player_, [this] { window_.PostTask([this] { WearSkin(); }); }),
       find_edit_(list_desk_),
       finish_start_([this] { FinishStart(); }) {
   for (CommandHandler* handler :
@@ -206,6 +206,12 @@ void Application::ApplySettings() {
     view->SetSlideInterval(static_cast<uint32_t>(std::max(settings.general.title_slide_interval, 0)));
     view->SetLyricLook(settings.lyric);
   }
+  find_edit_.Follow();
+}
+
+void Application::WearSkin() {
+  windows_.WearSkin();
+  find_edit_.Follow();
 }
 
 void Application::SettingsChanged(SettingsPart part) {
@@ -213,7 +219,7 @@ void Application::SettingsChanged(SettingsPart part) {
     case SettingsPart::kHistory:
       return;
     case SettingsPart::kSkin:
-      windows_.WearSkin();
+      WearSkin();
       // It may have come since they were read.
       skin_desk_.ReadSkins();
       return;

@@ -73,6 +73,7 @@ class Application final : private MainWindowClient,
   void Apply(VisualControl& visual) const;
   void ApplyVisuals();
   void ApplySettings();
+  void WearSkin();
 
   // MainWindowClient
   void OnStreamEvent(WPARAM event, PlaybackStream* stream) override;

@@ -4,6 +4,7 @@
 #include <commctrl.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/com.h"
 #include "platform/text.h"
@@ -39,27 +40,39 @@ bool FindEdit::Create(HWND window) {
 }
 
 void FindEdit::Update(HWND window) {
-  const PlaylistWindowView& view = desk_.View();
-  const SkinRect place = view.FindBarPlace();
-  if (place.IsEmpty()) {
+  if (desk_.View().FindBarPlace().IsEmpty()) {
     Hide();
     return;
   }
   if (!edit_ && !Create(window)) return;
-  const int32_t scale = view.Scale();
-  const ListLook& look = view.Look();
-  font_ =
-      GdiObject<HFONT>(CreateFontW(-look.font_pixels * scale, 0, 0, 0, look.font_weight, FALSE, FALSE, FALSE,
-                                   DEFAULT_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY,
-                                   DEFAULT_PITCH, AsWide(Utf16FromGbk(look.font_gbk).c_str())));
-  background_ = GdiObject<HBRUSH>(CreateSolidBrush(static_cast<COLORREF>(look.background)));
-  SendMessageW(edit_, WM_SETFONT, reinterpret_cast<WPARAM>(font_.get()), FALSE);
-  place_ = place;
-  SetWindowPos(edit_, nullptr, place.left * scale, place.top * scale, place.Width() * scale,
-               place.Height() * scale, SWP_NOZORDER | SWP_NOACTIVATE);
+  Fit();
   ShowWindow(edit_, SW_SHOWNA);
   SendMessageW(edit_, EM_SETSEL, 0, -1);
   SetFocus(edit_);
+}
+
+void FindEdit::Follow() {
+  // Its own flag: the window around it may be hidden.
+  if (edit_ && (GetWindowLongPtrW(edit_, GWL_STYLE) & WS_VISIBLE)) Fit();
+}
+
+void FindEdit::Fit() {
+  const PlaylistWindowView& view = desk_.View();
+  const SkinRect place = view.FindBarPlace();
+  const int32_t scale = view.Scale();
+  const ListLook& look = view.Look();
+  GdiObject<HFONT> font(CreateFontW(-look.font_pixels * scale, 0, 0, 0, look.font_weight, FALSE, FALSE, FALSE,
+                                    DEFAULT_CHARSET, OUT_DEFAULT_PRECIS, CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY,
+                                    DEFAULT_PITCH, AsWide(Utf16FromGbk(look.font_gbk).c_str())));
+  background_ = GdiObject<HBRUSH>(CreateSolidBrush(static_cast<COLORREF>(look.background)));
+  SendMessageW(edit_, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), FALSE);
+  // The control has let go of the one before.
+  font_ = std::move(font);
+  place_ = place;
+  scale_ = scale;
+  SetWindowPos(edit_, nullptr, place.left * scale, place.top * scale, place.Width() * scale,
+               place.Height() * scale, SWP_NOZORDER | SWP_NOACTIVATE);
+  InvalidateRect(edit_, nullptr, TRUE);
 }
 
 void FindEdit::Hide() {
@@ -137,13 +150,8 @@ LRESULT CALLBACK FindEdit::ParentProcedure(HWND window, UINT message, WPARAM wpa
         break;
       case WM_WINDOWPOSCHANGED: {
         const LRESULT result = DefSubclassProc(window, message, wparam, lparam);
-        if (shown && !(self->desk_.View().FindBarPlace() == self->place_)) {
-          const SkinRect place = self->desk_.View().FindBarPlace();
-          const int32_t scale = self->desk_.View().Scale();
-          self->place_ = place;
-          SetWindowPos(self->edit_, nullptr, place.left * scale, place.top * scale, place.Width() * scale,
-                       place.Height() * scale, SWP_NOZORDER | SWP_NOACTIVATE);
-        }
+        const PlaylistWindowView& view = self->desk_.View();
+        if (shown && (!(view.FindBarPlace() == self->place_) || view.Scale() != self->scale_)) self->Fit();
         return result;
       }
       default:

@@ -21,6 +21,9 @@ class FindEdit {
 
   /// `window`: the playlist window. Call it when the find bar was opened, closed or moved.
   void Update(HWND window);
+  /// The skin or the look of the list is another: what is open goes where it belongs now. The keyboard stays
+  /// where it is.
+  void Follow();
 
  private:
   static LRESULT CALLBACK EditProcedure(HWND edit, UINT message, WPARAM wparam, LPARAM lparam, UINT_PTR id,
@@ -30,7 +33,7 @@ class FindEdit {
   bool Create(HWND window);
   void Hide();
   bool TakeKey(WPARAM key);
-  void TextChanged();
+  void Fit();
   /// The text is in the colours and the font of the list.
   HBRUSH Colour(HDC dc);
 
@@ -40,6 +43,7 @@ class FindEdit {
   GdiObject<HFONT> font_;
   GdiObject<HBRUSH> background_;
   SkinRect place_;
+  int32_t scale_ = 0;
 };
 
 }  // namespace melorin
