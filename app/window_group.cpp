@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "doc/keys.h"
 #include "ui/window_snap.h"
 
 namespace melorin {
@@ -249,6 +250,31 @@ void WindowGroup::OnMinimized(SkinWindow kind, bool minimized) {
   if (kind != MainKind() || hidden_ || minimized == minimized_) return;
   minimized_ = minimized;
   ShowWanted(false, Activation::kLeave);
+}
+
+bool WindowGroup::OnHotKey(const KeyPress& key) {
+  if (host_.OnHotKey(key)) return true;
+  if (key.key != kKeyF6 || key.ctrl || key.alt) return false;
+  std::vector<SkinWindow> shown;
+  for (const SkinWindow kind : kAllKinds)
+    if (IsShown(kind)) shown.push_back(kind);
+  const auto active = std::find_if(shown.begin(), shown.end(), [this](SkinWindow kind) {
+    return Window(kind).Handle() == GetForegroundWindow();
+  });
+  if (active == shown.end()) return false;
+  const size_t step = key.shift ? shown.size() - 1 : 1;
+  SkinnedWindow& next = Window(shown[(static_cast<size_t>(active - shown.begin()) + step) % shown.size()]);
+  // Windows look alike with and without the keyboard, so the mark tells.
+  WindowView& view = next.View();
+  if (view.Focused()) {
+    view.Focus(view.Focused(), true);
+  } else {
+    // The first control of the others is what closes them.
+    const bool last = next.Kind() != MainKind();
+    view.OnKey({kKeyTab, false, last, false});
+  }
+  SetForegroundWindow(next.Handle());
+  return true;
 }
 
 void WindowGroup::OnActivated(SkinWindow kind) {

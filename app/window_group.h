@@ -98,7 +98,9 @@ class WindowGroup final : public CommandHandler, private SkinnedWindowHost {
   bool IsChecked(CommandId command) const override;
 
  private:
-  bool OnHotKey(const KeyPress& key) override { return host_.OnHotKey(key); }
+  /// F6 and Shift+F6, unless they are bound to a command, take the keyboard to the next and the previous
+  /// window.
+  bool OnHotKey(const KeyPress& key) override;
   bool OnMediaCommand(int app_command) override { return host_.OnMediaCommand(app_command); }
   void OnFilesDropped(SkinWindow kind, int32_t x, int32_t y, std::vector<std::u16string> paths) override {
     host_.OnFilesDropped(kind, x, y, std::move(paths));

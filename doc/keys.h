@@ -28,6 +28,7 @@ enum Key : uint16_t {
   kKeyF2 = 0x71,
   kKeyF3 = 0x72,
   kKeyF5 = 0x74,
+  kKeyF6 = 0x75,
   kKeyF10 = 0x79,
   kKeyMediaNext = 0xB0,
   kKeyMediaPrevious = 0xB1,

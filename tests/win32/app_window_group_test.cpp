@@ -210,6 +210,17 @@ TEST_F(AppWindowGroup, SnappedWindowsMoveTogether) {
   EXPECT_EQ(Place(kPlaylist).left, 0);
 }
 
+TEST_F(AppWindowGroup, KeysGoFromWindowToWindow) {
+  Open();
+  SetForegroundWindow(group_->Window(kPlayer).Handle());
+  const auto press = [&](WPARAM key) {
+    SendMessageW(GetForegroundWindow(), WM_KEYDOWN, key, 0);
+    return GetForegroundWindow();
+  };
+  for (const SkinWindow kind : {kPlaylist, kEqualizer, kLyric, kPlayer})
+    EXPECT_EQ(press(VK_F6), group_->Window(kind).Handle()) << static_cast<int>(kind);
+}
+
 TEST_F(AppWindowGroup, CommandsShowAndHide) {
   Open();
   EXPECT_TRUE(group_->IsChecked(CommandId::kShowLyric));
