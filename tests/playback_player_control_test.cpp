@@ -863,7 +863,9 @@ TEST_F(PlayerControlTest, WhatFollowsWhenThePlayingEntryIsRemoved) {
   Heard();
   control_.Play();
   EXPECT_EQ(Heard(), "open a");
-  // Nor one that was stopped before.
+}
+
+TEST_F(PlayerControlTest, PlayPassesOverAStoppedEntryThatWasRemoved) {
   MakeList("abc", 400);
   control_.OpenEntry(1);
   control_.Stop();
