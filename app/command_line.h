@@ -32,8 +32,8 @@ namespace melorin {
 ///   /data=FOLDER      keep settings and lists there; first instance only
 ///   /exit             end the running player
 ///   /status           print what the running player does as one line of JSON (see status_report.h) to
-///   standard
-///                     output; starts no player
+///                     standard output and leave with 1, as whoever hands a command line over; without a
+///                     player say so, and start none
 ///
 /// Switches may begin with '-' and are read without case. Given to a second instance, all of them act on the
 /// running player. A text that begins with '/' and is no known switch is a path when it holds a further '/',

@@ -84,7 +84,8 @@ int RunPlayer(HINSTANCE instance, int show) {
   SingleInstance single;
   switch (single.Enter(JoinArguments(FullArguments(arguments)))) {
     case SingleInstance::Role::kHandedOver:
-      return asks && !single.Answer().empty() && PrintLine(single.Answer()) ? 0 : 1;
+      if (asks && !single.Answer().empty()) PrintLine(single.Answer());
+      return 1;
     case SingleInstance::Role::kNotTaken:
       return 1;
     case SingleInstance::Role::kFirst:
