@@ -20,7 +20,7 @@ class LyricFilePage final : public OptionsPage {
   void Build(PageWindow& page) override {
     page_ = &page;
     page.Group(u"查找歌词", 2);
-    page.CheckBox(u"自动载入歌词", kLyricPart(&LyricSettings::auto_load_lyric));
+    page.CheckBox(u"打开音频文件时自动加载歌词", kLyricPart(&LyricSettings::auto_load_lyric));
     page.CheckBox(u"自动关联选择的歌词", kLyricPart(&LyricSettings::auto_associate));
     PageWindow::CustomSpec list{WC_LISTBOXW};
     list.style = WS_TABSTOP | WS_VSCROLL | WS_HSCROLL | LBS_NOTIFY | LBS_NOINTEGRALHEIGHT;
