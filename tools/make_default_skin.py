@@ -278,7 +278,7 @@ PNG_GUESS = {
 
 
 def unfiltered(data, stride, pixel):
-    """Rows of a PNG with the filter "none"; `pixel`: bytes of one. Source: PNG specification, clause 9."""
+    """Rows of a PNG with the filter "none"; `pixel`: bytes of one. Source: RFC 2083, chapter 6."""
     rows, above = [], bytes(stride)
     for start in range(0, len(data), stride + 1):
         kind, row = data[start], bytearray(data[start + 1:start + 1 + stride])
