@@ -6,6 +6,7 @@
 #include "app/player_text.h"
 #include "platform/text.h"
 #include "ui/short_text.h"
+#include "ui/time_text.h"
 
 namespace melorin {
 namespace {
@@ -16,12 +17,12 @@ std::u16string CountText(const char16_t* before, size_t count) {
   return before + ToText(static_cast<uint32_t>(count)) + u" 首";
 }
 
-/// "42:07", "8:42:10", "3 天 4:05:06"; FormatTime takes what fits into 32 bits.
+/// "42:07", "8:42:10", "3 天 4:05:06"; TimeText takes what fits into 32 bits.
 std::u16string LongTime(uint64_t milliseconds) {
   constexpr uint64_t kDay = 24ull * 60 * 60 * 1000;
   std::u16string text;
   if (milliseconds >= kDay) text = ToText(static_cast<uint32_t>(milliseconds / kDay)) + u" 天 ";
-  return text + FormatTime(static_cast<uint32_t>(milliseconds % kDay));
+  return text + TimeText(static_cast<uint32_t>(milliseconds % kDay / 1000));
 }
 
 }  // namespace
@@ -54,7 +55,7 @@ std::string ListRows::TitleGbk(size_t index) const {
 
 std::string ListRows::DurationGbk(size_t index) const {
   const int32_t duration = List()->At(index)->DurationMs();
-  return duration < 0 ? std::string() : GbkFromUtf16(FormatTime(static_cast<uint32_t>(duration)));
+  return duration < 0 ? std::string() : GbkFromUtf16(TimeText(static_cast<uint32_t>(duration / 1000)));
 }
 
 std::u16string ListRows::Tip(size_t index) const {
@@ -131,7 +132,7 @@ std::u16string DescribeEntry(const PlayListItem& item, const std::u16string& tit
   };
   line(u"艺术家：", Utf16FromUtf8(item.TagValue("Artist")));
   line(u"专辑：", Utf16FromUtf8(item.TagValue("Album")));
-  if (item.DurationMs() >= 0) line(u"时长：", FormatTime(static_cast<uint32_t>(item.DurationMs())));
+  if (item.DurationMs() >= 0) line(u"时长：", TimeText(static_cast<uint32_t>(item.DurationMs() / 1000)));
   line(u"格式：", DescribeFormat(item));
   line(u"文件：", Utf16FromGbk(item.PathGbk()));
   return text;

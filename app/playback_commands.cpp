@@ -7,7 +7,6 @@
 
 #include "app/dialogs/open_dialogs.h"
 #include "app/options/file_types.h"
-#include "app/player_text.h"
 
 namespace melorin {
 namespace {
@@ -139,7 +138,8 @@ void PlaybackCommands::Execute(CommandId command) {
 }
 
 void PlaybackCommands::TellMode() {
-  player_.Tell(PlayModeText(player_.Control().Mode()));
+  const auto mode = static_cast<int32_t>(player_.Control().Mode());
+  player_.Tell(PlainCommandText(FindCommand(Plus(CommandId::kModeSingle, mode))->text));
 }
 
 void PlaybackCommands::Open(std::vector<std::u16string> paths) {

@@ -12,9 +12,6 @@
 
 namespace melorin {
 
-/// "3:05", "1:02:03"; whole seconds, rounded down.
-std::u16string FormatTime(uint32_t milliseconds);
-
 /// `position` moved by `step`, within the track: never below 0 and always before its end.
 uint32_t StepPosition(uint32_t position_ms, int32_t step_ms, uint32_t duration_ms);
 
@@ -23,9 +20,6 @@ std::u16string_view FileNameOf(std::u16string_view path);
 
 /// Why a track cannot be played, in the user's language. `opening`: the file, else the sound device failed.
 std::u16string DescribeFailure(HRESULT result, bool device);
-
-/// "顺序播放" …
-std::u16string PlayModeText(PlayMode mode);
 
 std::u16string ToText(uint32_t number);
 

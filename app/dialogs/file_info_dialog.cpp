@@ -16,6 +16,7 @@
 #include "platform/com.h"
 #include "platform/text.h"
 #include "playlist/item_info.h"
+#include "ui/time_text.h"
 
 namespace melorin {
 namespace {
@@ -82,7 +83,7 @@ Lines Describe(const PlayListItem& item, const FileReport* report) {
   if (const size_t bar = codec.find(u'|'); bar != std::u16string::npos) codec = codec.substr(bar + 1);
   add(u"编码", codec);
   const int32_t duration = read ? report->info.duration_ms : item.DurationMs();
-  if (duration >= 0) add(u"时长", FormatTime(static_cast<uint32_t>(duration)));
+  if (duration >= 0) add(u"时长", TimeText(static_cast<uint32_t>(duration / 1000)));
   const StreamFormat& format = read ? report->info.format : item.Format();
   if (format.sample_rate > 0) add(u"采样率", ToText(format.sample_rate) + u" Hz");
   if (format.channels > 0)

@@ -3,7 +3,6 @@
 // The commands of lyrics over a real player and real files, without a window, and the editor with its own.
 #include <gtest/gtest.h>
 
-#include <deque>
 #include <memory>
 #include <string>
 
@@ -12,6 +11,7 @@
 #include "../ui_recorded_services.h"
 #include "app/component_runtime.h"
 #include "app/lyric_desk.h"
+#include "app_fake_frame.h"
 #include "app_test_windows.h"
 #include "platform/file.h"
 #include "platform/text.h"
@@ -21,42 +21,6 @@ namespace melorin {
 namespace {
 
 using Id = CommandId;
-
-class LyricFrame final : public PlayerFrame {
- public:
-  void PostTask(std::function<void()> task) override {
-    const Lock lock(lock_);
-    tasks_.push_back(std::move(task));
-  }
-  void RunTasks() {
-    for (;;) {
-      std::function<void()> task;
-      {
-        const Lock lock(lock_);
-        if (tasks_.empty()) return;
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
-      }
-      task();
-    }
-  }
-  void PumpMessages() override { PumpFor(); }
-  void Refresh() override {}
-  void ShowMessage(const std::u16string& text) override { message = text; }
-  void SaveLater(uint32_t) override {}
-  void CloseSoon() override {}
-  void StartNextTimer(uint32_t) override {}
-  void StopNextTimer() override {}
-  void PostStreamEvent(uint32_t, uint32_t, PlaybackStream*) override {}
-  void DropStreamEvents(PlaybackStream*) override {}
-  void* WindowHandle() override { return nullptr; }
-
-  std::u16string message;
-
- private:
-  CriticalSection lock_;
-  std::deque<std::function<void()>> tasks_;
-};
 
 class LyricHost final : public LyricDeskHost {
  public:
@@ -154,17 +118,21 @@ class AppLyric : public testing::Test {
   void Do(Id command) {
     EXPECT_TRUE(desk_->Handles(command)) << static_cast<int>(command);
     EXPECT_TRUE(desk_->IsEnabled(command)) << static_cast<int>(command);
-    frame_.message.clear();
+    frame_.messages.clear();
     desk_->Execute(command);
   }
   void WaitForMessage() {
-    EXPECT_TRUE(Until([this] { return !frame_.message.empty(); }));
+    EXPECT_TRUE(Until([this] { return !frame_.messages.empty(); }));
   }
 
   const ComponentRuntime runtime_;
   const TestFolder folder_{"melorin_app_lyric"};
   SoundLibrary library_;
-  LyricFrame frame_;
+  std::u16string Message() const {
+    return frame_.messages.empty() ? std::u16string() : frame_.messages.back();
+  }
+
+  FakeFrame frame_;
   Player player_{library_, frame_, folder_.Path()};
   RecordedServices services_;
   LyricHost host_;
@@ -212,16 +180,16 @@ TEST_F(AppLyric, MovesSavesAndAssociates) {
   Open("song.mp3");
   Do(Id::kLyricLater);
   EXPECT_EQ(desk_->Lyric().doc->Lines()[1].time_ms, 10500);
-  EXPECT_EQ(frame_.message, u"歌词推后 0.5 秒");
+  EXPECT_EQ(Message(), u"歌词推后 0.5 秒");
   EXPECT_EQ(desk_->LineGbk(), "");
   Open("none.mp3");
   Open("song.mp3");
   EXPECT_EQ(desk_->Lyric().doc->Lines()[1].time_ms, 10500) << "remembered until it is saved";
   Do(Id::kLyricLater);
-  EXPECT_EQ(frame_.message, u"歌词推后 1.0 秒");
+  EXPECT_EQ(Message(), u"歌词推后 1.0 秒");
   Do(Id::kLyricSave);
   WaitForMessage();
-  EXPECT_EQ(frame_.message, u"歌词已保存到 song.lrc");
+  EXPECT_EQ(Message(), u"歌词已保存到 song.lrc");
   EXPECT_EQ(Read("song.lrc"),
             "[ti:]\r\n[ar:]\r\n[al:]\r\n[by:]\r\n\r\n[00:01.00]first\r\n[00:11.00]second\r\n");
 
@@ -251,7 +219,7 @@ TEST_F(AppLyric, PutsLyricsIntoTags) {
   Do(Id::kLyricLater);
   Do(Id::kLyricSave);
   WaitForMessage();
-  EXPECT_EQ(frame_.message, u"歌词已保存到歌曲标签");
+  EXPECT_EQ(Message(), u"歌词已保存到歌曲标签");
   EXPECT_EQ(Read("song.lrc"), "none");
   {
     // As while it is played: there is room for a short text, but not for a long one.
@@ -267,7 +235,7 @@ TEST_F(AppLyric, PutsLyricsIntoTags) {
     EXPECT_TRUE(Until([this] { return desk_->Lyric().source == LyricSource::kFile; }));
     Do(Id::kLyricSave);
     WaitForMessage();
-    EXPECT_EQ(frame_.message, u"换歌后写入歌曲标签");
+    EXPECT_EQ(Message(), u"换歌后写入歌曲标签");
     Do(Id::kLyricDissociate);
     EXPECT_TRUE(Until([this] { return desk_->LineGbk().size() == 3000; })) << "as it will be";
   }
@@ -286,7 +254,7 @@ TEST_F(AppLyric, PutsLyricsIntoTags) {
   EXPECT_TRUE(Until([this] { return desk_->IsEnabled(Id::kLyricSave); }));
   Do(Id::kLyricSave);
   WaitForMessage();
-  EXPECT_EQ(frame_.message, u"这种文件的标签不能保存歌词");
+  EXPECT_EQ(Message(), u"这种文件的标签不能保存歌词");
 
   Write("late.lrc", kLrc);
   Look().auto_save_lyric_tag = 0;
@@ -297,7 +265,7 @@ TEST_F(AppLyric, PutsLyricsIntoTags) {
                             File::Create::kMustExist));
     Do(Id::kLyricSave);
     WaitForMessage();
-    EXPECT_EQ(frame_.message, u"换歌后写入歌曲标签");
+    EXPECT_EQ(Message(), u"换歌后写入歌曲标签");
   }
   desk_->Close();
   desk_.reset();
@@ -331,7 +299,7 @@ TEST_F(AppLyric, TheEditorSavesWhereTheSettingsSay) {
   EXPECT_STREQ(text, L"[00:00.00]你好\r\n[00:01.50]b") << "what buttons do can be taken back";
   click(L"保存(&S)");
   WaitForMessage();
-  EXPECT_EQ(frame_.message, u"歌词已保存到 new song.lrc");
+  EXPECT_EQ(Message(), u"歌词已保存到 new song.lrc");
   EXPECT_NE(Read("Lyrics\\new song.lrc").find("[00:00.00]" + GbkFromUtf16(u"你好") + "\r\n[00:01.50]b"),
             std::string::npos);
   SendMessageW(window, WM_COMMAND, IDCANCEL, 0);
