@@ -14,9 +14,8 @@ HRESULT OpenWaveOut(DeviceFactory& factory, const WAVEFORMATEX& format, const Bu
   const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format);
   const int32_t number = WaveOutNumber(index);
   HRESULT result = factory.OpenWaveOut(extensible.Format, plan.Bytes(), number, out);
-  if (FAILED(result) && result != E_OUTOFMEMORY)
-    result = factory.OpenWaveOut(format, plan.Bytes(), number, out);
-  return FAILED(result) && result != E_OUTOFMEMORY ? E_FAIL : result;
+  if (FAILED(result)) result = factory.OpenWaveOut(format, plan.Bytes(), number, out);
+  return FAILED(result) ? E_FAIL : result;
 }
 
 HRESULT OpenDirectSound(DeviceFactory& factory, const PlaybackSettings& settings, const DeviceChoice& choice,
@@ -33,7 +32,7 @@ HRESULT OpenDirectSound(DeviceFactory& factory, const PlaybackSettings& settings
     request.software = attempt >= 2;
     request.format = attempt % 2 == 0 ? &format : &extensible.Format;
     result = factory.OpenDirectSound(request, out);
-    if (SUCCEEDED(result) || result == E_OUTOFMEMORY) break;
+    if (SUCCEEDED(result)) break;
   }
   return result;
 }
@@ -41,7 +40,7 @@ HRESULT OpenDirectSound(DeviceFactory& factory, const PlaybackSettings& settings
 HRESULT OpenKernelStreaming(DeviceFactory& factory, const WAVEFORMATEX& format, const BufferPlan& plan,
                             int32_t index, OutputDevice** out) {
   const HRESULT result = factory.OpenKernelStreaming(format, plan.block_bytes, plan.blocks, index, out);
-  if (SUCCEEDED(result) || result == E_OUTOFMEMORY) return result;
+  if (SUCCEEDED(result)) return result;
   const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format);
   return factory.OpenKernelStreaming(extensible.Format, plan.block_bytes, plan.blocks, index, out);
 }

@@ -51,7 +51,7 @@ std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void* window);
 ///   extensible; the failure of the last attempt otherwise, E_INVALIDARG for a buffer below 1024 bytes;
 /// - Kernel Streaming: plain, then extensible; ASIO: plain;
 /// - any other kind: E_NOTIMPL.
-/// Running out of memory ends the attempts at once.
+/// E_OUTOFMEMORY is a failure like any other: a card whose own memory is full says so too.
 HRESULT OpenDevice(DeviceFactory& factory, const PlaybackSettings& settings, const WAVEFORMATEX& format,
                    const BufferPlan& plan, OutputDevice** out);
 

@@ -167,15 +167,13 @@ TEST(OpenDevice, TriesEveryWayInItsOrder) {
     EXPECT_EQ(factory.attempts, c.attempts);
     EXPECT_EQ(device.get() != nullptr, c.result == S_OK);
   }
-  for (uint16_t kind = 0; kind < 3; ++kind) {
-    FakeFactory factory;
-    factory.failure = E_OUTOFMEMORY;
-    ComPtr<OutputDevice> device;
-    EXPECT_EQ(
-        OpenDevice(factory, SettingsFor(kind, 0), format, PlanBuffer(format, 1000, 8768), device.Receive()),
-        E_OUTOFMEMORY);
-    EXPECT_EQ(factory.attempts.size(), 1u);
-  }
+  // A sound card whose own memory is full says this about a hardware buffer.
+  FakeFactory factory;
+  factory.failure = E_OUTOFMEMORY;
+  factory.succeed_at = 2;
+  ComPtr<OutputDevice> device;
+  EXPECT_EQ(OpenDevice(factory, hardware, format, PlanBuffer(format, 1000, 8768), device.Receive()), S_OK);
+  EXPECT_EQ(factory.attempts.size(), 3u);
 }
 
 TEST(OpenTrack, FormatAndBufferFollowTheSettings) {
