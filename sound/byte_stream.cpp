@@ -58,8 +58,13 @@ bool ByteStream::EnsureBuffer() {
 
 bool ByteStream::FlushPending() {
   if (!dirty_) return true;
-  if (file_.WriteAt(buffer_start_, {buffer_.get(), valid_}) != static_cast<int64_t>(valid_)) return false;
   dirty_ = false;
+  if (file_.WriteAt(buffer_start_, {buffer_.get(), valid_}) != static_cast<int64_t>(valid_)) {
+    // Told once. Kept, it would bar every way to another place of the file.
+    MoveBuffer(Position());
+    file_size_ = -1;
+    return false;
+  }
   if (file_size_ >= 0) file_size_ = std::max(file_size_, buffer_start_ + valid_);
   return true;
 }

@@ -22,7 +22,8 @@ namespace melorin {
 /// Read gives S_OK when it delivered anything and S_FALSE with 0 bytes at the end. A seek past the end is
 /// allowed, as streams of the platform have it; a read there finds the end.
 /// Written bytes are pending until the buffer is full, or until Read, Seek, SetSize, Stat or the last
-/// Release. Cost: a seek inside what the buffer holds reads nothing; the file's size is asked for once.
+/// Release; when they cannot be written then, they are lost and that call fails. Cost: a seek inside what the
+/// buffer holds reads nothing; the file's size is asked for once.
 class ByteStream final : public ComObject<IStream> {
  public:
   /// Reads this long or longer, such as a frame scan's first window, go straight into the caller's memory;

@@ -197,7 +197,6 @@ HRESULT WaveWriter::Write(const uint8_t* data, uint32_t bytes) {
   data_bytes_ += written;
   if (FAILED(result)) {
     failed_ = true;
-    data_bytes_ -= data_bytes_ % BlockAlign();
     return E_FAIL;
   }
   return too_large ? kTooLarge : S_OK;
@@ -210,21 +209,30 @@ HRESULT WaveWriter::Close() {
   return result;
 }
 
+/// What the stream took counts only where it is in the file, and there in whole blocks.
+void WaveWriter::CutToWhatIsWritten(int64_t data_start) {
+  const int64_t file_bytes = StreamSize(*stream_);
+  if (file_bytes >= data_start)
+    data_bytes_ = static_cast<uint32_t>(std::min<int64_t>(data_bytes_, file_bytes - data_start));
+  data_bytes_ -= data_bytes_ % BlockAlign();
+  ULARGE_INTEGER size;
+  size.QuadPart = static_cast<uint64_t>(data_start) + data_bytes_;
+  stream_->SetSize(size);
+}
+
 HRESULT WaveWriter::UpdateSizes() {
   const int64_t data_start =
       int64_t{kRiffHeaderBytes} + kChunkHeaderBytes + format_bytes_ + kChunkHeaderBytes;
-  bool good = true;
-  uint32_t pad = data_bytes_ & 1;
-  if (failed_) {
-    // What stands behind the last whole block is cut off; the pad byte is left out where there is no room.
-    ULARGE_INTEGER size;
-    size.QuadPart = static_cast<uint64_t>(data_start) + data_bytes_;
-    stream_->SetSize(size);
-    pad = 0;
-  } else if (pad) {
+  // Moving away makes a buffered stream write what it still holds, so that a full disk is told here.
+  bool good = SUCCEEDED(SeekTo(*stream_, 0));
+  uint32_t pad = 0;
+  if (failed_ || !good) {
+    CutToWhatIsWritten(data_start);
+  } else if (data_bytes_ & 1) {
     const uint8_t zero = 0;
     good = SUCCEEDED(SeekTo(*stream_, data_start + data_bytes_)) &&
-           SUCCEEDED(WriteExactly(*stream_, &zero, 1, nullptr));
+           SUCCEEDED(WriteExactly(*stream_, &zero, 1, nullptr)) && SUCCEEDED(SeekTo(*stream_, 0));
+    pad = good ? 1 : 0;
   }
   uint8_t size[4];
   PutLe32(size, format_bytes_ + 20 + data_bytes_ + pad);
@@ -233,7 +241,6 @@ HRESULT WaveWriter::UpdateSizes() {
   PutLe32(size, data_bytes_);
   good = SUCCEEDED(SeekTo(*stream_, data_start - 4)) &&
          SUCCEEDED(WriteExactly(*stream_, size, sizeof size, nullptr)) && good;
-  // Moving away makes a buffered stream write what it still holds, so that a full disk is told here.
   good = SUCCEEDED(SeekTo(*stream_, 0)) && good;
   return good ? S_OK : E_FAIL;
 }

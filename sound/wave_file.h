@@ -85,18 +85,18 @@ class WaveWriter {
   /// which must be the stream's start. E_FAIL when the stream does not take it all (disk full),
   /// E_OUTOFMEMORY.
   HRESULT Open(IStream* stream, const WAVEFORMATEX& format);
-  /// Appends samples. E_FAIL when the stream took less than that (disk full): the file then ends after the
-  /// last whole block that was written, and later writes fail as well. kTooLarge when not all of it fits into
-  /// 4 GB: the whole blocks that fit are written. Close after a failure still makes a valid file.
+  /// Appends samples. E_FAIL when the stream took less than that (disk full); later writes fail as well.
+  /// kTooLarge when not all of it fits into 4 GB: the whole blocks that fit are written. Close after a
+  /// failure still makes a valid file, which ends after the last whole block that was written.
   HRESULT Write(const uint8_t* data, uint32_t bytes);
   /// Pads the data to an even length, writes the RIFF and data sizes and releases the stream. S_FALSE when
-  /// not open. E_FAIL when the sizes could not be written.
+  /// not open. E_FAIL when samples or sizes could not be written.
   HRESULT Close();
-  uint32_t DataBytes() const { return data_bytes_; }
 
  private:
   HRESULT WriteHeader();
   HRESULT UpdateSizes();
+  void CutToWhatIsWritten(int64_t data_start);
   uint32_t BlockAlign() const { return format_->nBlockAlign ? format_->nBlockAlign : 1u; }
 
   WaveFormat format_;

@@ -5,6 +5,13 @@
 
 #include <cstring>
 
+#ifndef _WIN32
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
+
+#include "sound/byte_stream.h"
 #include "sound/wave_file.h"
 #include "tests/sound_test_files.h"
 
@@ -232,6 +239,60 @@ TEST(WaveWriter, AFullDiskIsToldAndLeavesWholeBlocks) {
   EXPECT_EQ(reader.DataBytes(), 8u);
   EXPECT_EQ(stream->Content().size(), 52u);
 }
+
+#ifndef _WIN32
+/// A disk that is full at so many bytes of a file, for as long as it lives.
+class FileLimit {
+ public:
+  explicit FileLimit(rlim_t bytes) : old_handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &old_limit_);
+    const rlimit limit = {bytes, old_limit_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileLimit() {
+    setrlimit(RLIMIT_FSIZE, &old_limit_);
+    std::signal(SIGXFSZ, old_handler_);
+  }
+
+ private:
+  void (*old_handler_)(int);
+  rlimit old_limit_;
+};
+
+// The samples that a real stream still holds when the disk is full must not count as written.
+TEST(WaveWriter, AFullDiskUnderABufferLeavesWhatIsThere) {
+  const auto path = std::filesystem::temp_directory_path() / "melorin_full_disk.wav";
+  const Bytes samples(1000, 1);
+  for (const size_t writes : {size_t{40}, size_t{80}}) {  // The last ones fail in Close, or in a Write.
+    SCOPED_TRACE(writes);
+    ComPtr<IStream> stream;
+    ASSERT_EQ(ByteStream::Open(path.u16string(), STGM_READWRITE | STGM_CREATE, stream.Receive()), S_OK);
+    HRESULT result = S_OK;
+    HRESULT closed = S_OK;
+    {
+      const FileLimit limit(34002);
+      WaveWriter writer;
+      ASSERT_EQ(writer.Open(stream.get(), Pcm()), S_OK);
+      for (size_t i = 0; i < writes && result == S_OK; ++i)
+        result = writer.Write(samples.data(), 1000);
+      closed = writer.Close();
+      stream.Reset();
+    }
+    EXPECT_EQ(result, writes == 80 ? E_FAIL : S_OK);
+    EXPECT_EQ(closed, writes == 80 ? S_OK : E_FAIL);
+    const Bytes file = test::FileBytes(path);
+    ASSERT_GT(file.size(), 32000u);
+    uint32_t riff = 0;
+    uint32_t data = 0;
+    std::memcpy(&riff, file.data() + 4, 4);
+    std::memcpy(&data, file.data() + 40, 4);
+    EXPECT_EQ(riff, file.size() - 8);
+    EXPECT_EQ(data, file.size() - 44);
+    EXPECT_EQ(data % 4, 0u);
+  }
+  std::filesystem::remove(path);
+}
+#endif
 
 }  // namespace
 }  // namespace melorin
