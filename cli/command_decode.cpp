@@ -2,6 +2,7 @@
 //
 // melorin-cli decode: a track through the player's own chain and conversion, into a Wave file.
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -9,6 +10,7 @@
 #include "cli/commands.h"
 #include "cli/decode_options.h"
 #include "cli/decode_range.h"
+#include "cli/interrupt.h"
 #include "cli/result_text.h"
 #include "cli/wave_target.h"
 #include "platform/clock.h"
@@ -26,6 +28,13 @@ namespace melorin {
 namespace {
 
 constexpr uint32_t kProgressEveryMs = 200;
+
+/// The gain as it is applied, which the peak may hold back.
+std::string GainFact(const TrackGain& gain, const char* origin) {
+  char text[64];
+  std::snprintf(text, sizeof(text), ", gain %+.2f dB %s", 20 * std::log10(GainFactor(gain)), origin);
+  return text;
+}
 
 /// One run of the command: the opened track, where it goes, and how far it is.
 class DecodeJob {
@@ -45,7 +54,8 @@ class DecodeJob {
   uint64_t SkipBySeeking(uint64_t first_frame);
   int Pump();
   int WriteBlock(SoundBuffer& block, RangeCutter& cutter);
-  void ShowProgress();
+  int WriteFailed(HRESULT result) const;
+  void ShowProgress(const char* what, uint64_t frames);
   void Report() const;
 
   const CommandContext& context_;
@@ -56,6 +66,8 @@ class DecodeJob {
   WAVEFORMATEX format_ = {};
   std::unique_ptr<DitherShaper> dither_;
   std::unique_ptr<WaveTarget> target_;
+  InterruptWatch interrupt_;
+  std::string gain_fact_;  ///< For the report.
   uint64_t frames_written_ = 0;
   uint32_t started_ms_ = 0;
   uint32_t shown_ms_ = 0;
@@ -81,7 +93,7 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
   if (const int failed = Pump()) return failed;
   // The input may be the very file that is replaced now.
   chain_.reset();
-  if (FAILED(target_->Finish())) return context_.Fail(out_name_, "cannot be written");
+  if (const HRESULT result = target_->Finish(); FAILED(result)) return WriteFailed(result);
   Report();
   return kExitDone;
 }
@@ -95,6 +107,7 @@ int DecodeJob::OpenChain(const SoundLibrary& library, const std::string& in_path
   if (options_.auto_gain) {
     chain.effects.gain = ReadTrackGain(*decoded->Source());
     chain.scan_gain = !chain.effects.gain;
+    if (chain.effects.gain) gain_fact_ = GainFact(*chain.effects.gain, "of the tags");
   }
   result = EffectsChain::Create(std::move(decoded), chain, &chain_);
   if (FAILED(result)) return context_.Fail(ResultText(result));
@@ -108,24 +121,37 @@ int DecodeJob::MeasureGain(EffectSettings effects) {
   ComPtr<SoundBuffer> block;
   if (FAILED(CreateSoundBuffer(block.Receive(), chain_->BlockBytes())))
     return context_.Fail(ResultText(E_OUTOFMEMORY));
+  uint64_t frames = 0;
   HRESULT result = chain_->NotifyStart();
-  while (result == S_OK)
+  while (result == S_OK && !interrupt_.Interrupted()) {
     result = chain_->NextBlock(*block);
+    frames += chain_->BlockBytes() / sizeof(float) / chain_->Channels();
+    ShowProgress("measuring", frames);
+  }
   chain_->NotifyStop();
+  if (interrupt_.Interrupted()) return context_.Fail(in_name_, "broken off");
   if (SUCCEEDED(result)) result = chain_->Seek(0);
   if (FAILED(result))
     return context_.Fail(in_name_, "its loudness cannot be measured: " + ResultText(result));
   effects.gain = chain_->ScannedGain();
+  gain_fact_ = effects.gain ? GainFact(*effects.gain, "measured") : ", too quiet for a gain";
   chain_->Set(effects);
   return kExitDone;
 }
 
 /// Before the input is opened, since that may be the very file.
 int DecodeJob::CheckTarget(const std::string& out_path) const {
+  if (out_path.empty()) return context_.Fail("OUT.wav has no name");
   if (DirectoryExists(out_path)) return context_.Fail(out_name_, "is a folder");
-  // Swapping a device for a file would be a nasty surprise.
-  if (FileExists(out_path) && !MappedFile().Open(out_path))
-    return context_.Fail(out_name_, "is in use, or is something else than a file");
+  if (FileExists(out_path)) {
+    // Swapping a device for a file would be a nasty surprise.
+    if (!IsOrdinaryFile(out_path)) return context_.Fail(out_name_, "is something else than a file");
+    if (!File().Open(out_path, File::Access::kReadWrite, File::Share::kReadWrite, File::Create::kMustExist))
+      return context_.Fail(out_name_, "is in use, or may not be written");
+  }
+  const std::string folder(PathDirectory(out_path));
+  if (!folder.empty() && !DirectoryExists(folder))
+    return context_.Fail(out_name_, "its folder does not exist");
   return kExitDone;
 }
 
@@ -135,7 +161,7 @@ int DecodeJob::OpenTarget(const std::optional<std::string>& out_path) {
   const WAVEFORMATEX& written = format_.nChannels > 2 ? extensible.Format : format_;
   if (!out_path) {
     const HRESULT result = CreateWaveStreamTarget(context_.console, written, &target_);
-    return FAILED(result) ? context_.Fail(out_name_, "cannot be written: " + ResultText(result)) : kExitDone;
+    return FAILED(result) ? WriteFailed(result) : kExitDone;
   }
   const HRESULT result = CreateWaveFileTarget(*out_path, written, &target_);
   return FAILED(result) ? context_.Fail(out_name_, "cannot be created: " + ResultText(result)) : kExitDone;
@@ -164,13 +190,14 @@ int DecodeJob::Pump() {
     return context_.Fail(ResultText(E_OUTOFMEMORY));
   RangeCutter cutter(range, SkipBySeeking(range.first));
   HRESULT result = chain_->NotifyStart();
-  while (SUCCEEDED(result) && !cutter.Done()) {
+  while (SUCCEEDED(result) && !cutter.Done() && !interrupt_.Interrupted()) {
     result = chain_->NextBlock(*block);
     if (result != S_OK) break;
     if (const int failed = WriteBlock(*block, cutter)) return failed;
-    ShowProgress();
+    ShowProgress("decoding", frames_written_);
   }
   chain_->NotifyStop();
+  if (interrupt_.Interrupted()) return context_.Fail(in_name_, "broken off");
   if (FAILED(result)) {
     const uint64_t at_ms = options_.start_ms + frames_written_ * 1000 / chain_->SampleRate();
     return context_.Fail(in_name_, "broken off at " + std::to_string(at_ms) + " ms: " + ResultText(result));
@@ -192,18 +219,24 @@ int DecodeJob::WriteBlock(SoundBuffer& block, RangeCutter& cutter) {
   const auto float_bytes = static_cast<uint32_t>(part.frames * channels * sizeof(float));
   const uint32_t converted = dither_ ? dither_->Convert(samples, float_bytes)
                                      : ConvertSamples(samples, float_bytes, format_.wBitsPerSample);
-  if (FAILED(target_->Write({samples, converted}))) return context_.Fail(out_name_, "cannot be written");
+  if (const HRESULT result = target_->Write({samples, converted}); FAILED(result)) return WriteFailed(result);
   frames_written_ += part.frames;
   return kExitDone;
 }
 
-void DecodeJob::ShowProgress() {
+int DecodeJob::WriteFailed(HRESULT result) const {
+  const std::string reason = result == E_FAIL        ? "is the disk full?"
+                             : result == kTargetKept ? "it is in use, or its folder may not be written"
+                                                     : ResultText(result);
+  return context_.Fail(out_name_, "cannot be written: " + reason);
+}
+
+void DecodeJob::ShowProgress(const char* what, uint64_t frames) {
   const uint32_t now_ms = SystemClock().TickMs();
   if (now_ms - shown_ms_ < kProgressEveryMs) return;
   shown_ms_ = now_ms;
-  const uint64_t done_ms = frames_written_ * 1000 / format_.nSamplesPerSec;
-  context_.console.Progress(in_name_ + ": " + std::to_string(done_ms / 1000) + " of " +
-                            std::to_string(chain_->DurationMs() / 1000) + " s");
+  context_.console.Progress(in_name_ + ": " + what + " " + std::to_string(frames / chain_->SampleRate()) +
+                            " of " + std::to_string(chain_->DurationMs() / 1000) + " s");
 }
 
 void DecodeJob::Report() const {
@@ -214,7 +247,7 @@ void DecodeJob::Report() const {
                 static_cast<unsigned>(format_.nSamplesPerSec), static_cast<unsigned>(format_.nChannels),
                 static_cast<unsigned>(format_.wBitsPerSample),
                 static_cast<double>(frames_written_) / format_.nSamplesPerSec, spent_ms / 1000.0);
-  context_.console.Message(PrintableLine(out_name_) + ": " + facts);
+  context_.console.Message(PrintableLine(out_name_) + ": " + facts + gain_fact_);
 }
 
 int RunDecode(const CommandContext& context, const Arguments& arguments) {
@@ -251,13 +284,15 @@ constexpr Command kDecodeCommand = {
     "rate,\n"
     "          4 the alternative shapers at 44100 and 48000 Hz\n"
     "--start, --length   milliseconds, rounded down to frames; exact for every format\n"
-    "--rate    resamples to that rate, with --hq in high quality\n"
+    "--rate    resamples to that rate; --hq does it in high quality\n"
     "--gain    decibels, or \"auto\": the gain of the tags, measured in a first pass where they have none\n"
     "--eq      the equalizer's preamplifier and ten bands from the lowest up, -12 to 12 dB each\n"
     "--surround   widens the stage; LEVEL is 0 to 100, 50 without it\n\n"
-    "OUT.wav is written beside its place and swapped in when it is whole. OUT \"-\" is standard output, "
-    "with\n"
-    "0xFFFFFFFF for the sizes that are not known yet. Progress goes to standard error.\n",
+    "OUT.wav is written beside its place and swapped in when it is whole; it may be FILE itself. A decode "
+    "that\n"
+    "fails, or is broken off by Ctrl+C, leaves what was there. OUT \"-\" is standard output, with 0xFFFFFFFF "
+    "for\n"
+    "the sizes that are not known yet. Progress goes to standard error.\n",
     2,
     2,
     kDecodeOptions,

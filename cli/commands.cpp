@@ -23,6 +23,14 @@ std::string UsageLine(const Command& command) {
   return line;
 }
 
+/// The same in one line.
+std::string ShortUsage(const Command& command) {
+  std::string line = UsageLine(command);
+  for (size_t end; (end = line.find('\n')) != std::string::npos;)
+    line.replace(end, line.find_first_not_of("\n ", end) - end, " ");
+  return "usage: " + line;
+}
+
 std::string HelpText() {
   std::string text =
       "melorin-cli: the core of the Melorin player without its window.\n\n"
@@ -56,8 +64,10 @@ int RunCommand(const CommandContext& context, const Command& command, std::span<
   Arguments arguments;
   std::string error;
   if (!ParseArguments(rest, command.options, &arguments, &error)) return context.FailUsage(error);
-  if (arguments.operands.size() < command.min_operands || arguments.operands.size() > command.max_operands)
-    return context.FailUsage("usage: " + UsageLine(command));
+  if (arguments.operands.size() < command.min_operands) return context.FailUsage(ShortUsage(command));
+  if (arguments.operands.size() > command.max_operands)
+    return context.FailUsage("one argument too many: " + arguments.operands[command.max_operands] + "; " +
+                             ShortUsage(command));
   return context.Finish(command.run(context, arguments));
 }
 

@@ -13,6 +13,7 @@ namespace {
 
 constexpr int32_t kUsualSurround = 50;
 constexpr uint32_t kMostRate = 768000;
+constexpr char kMilliseconds[] = "a number of milliseconds";
 
 /// Reads numeric options, up to the first that is wrong.
 class NumberReader {
@@ -25,8 +26,7 @@ class NumberReader {
     const auto number = ParseNumber(*value);
     if (number && *number >= least && *number <= most) return number;
     failed_ = true;
-    *error_ = number ? std::string(name) + " is " + allowed
-                     : std::string(name) + ": not a number: " + PrintableLine(*value);
+    *error_ = std::string(name) + " is " + allowed + ", not: " + PrintableLine(*value);
     return std::nullopt;
   }
   bool Failed() const { return failed_; }
@@ -48,6 +48,13 @@ std::optional<double> ParseDecibels(std::string text) {
       std::count_if(text.begin(), text.end(), [](char c) { return c == '.' || c == ','; }) > 1)
     return std::nullopt;
   return ParseGainDb(Utf16FromUtf8(text));
+}
+
+/// As the setting's text, which may go on with anything: here that is a slip.
+bool ParseEqualizer(const std::string& text, EqualizerBands* out) {
+  return text.find_first_not_of("0123456789+-:, ") == std::string::npos &&
+         std::count(text.begin(), text.end(), ',') == static_cast<ptrdiff_t>(EqualizerBands::kBands - 1) &&
+         ParseSetting(text, out);
 }
 
 bool ReadGain(const Arguments& arguments, DecodeOptions* out, std::string* error) {
@@ -76,18 +83,18 @@ bool ReadDecodeOptions(const Arguments& arguments, DecodeOptions* out, std::stri
   NumberReader numbers(arguments, error);
   out->bits = numbers.Read("--bits", 8, 32, "8, 16, 24 or 32").value_or(0);
   out->dither = numbers.Read("--dither", 0, 4, "0 to 4").value_or(0);
-  out->start_ms = numbers.Read("--start", 0, UINT32_MAX, "").value_or(0);
-  out->length_ms = numbers.Read("--length", 0, UINT32_MAX, "");
+  out->start_ms = numbers.Read("--start", 0, UINT32_MAX, kMilliseconds).value_or(0);
+  out->length_ms = numbers.Read("--length", 0, UINT32_MAX, kMilliseconds);
   out->chain.resample_rate = numbers.Read("--rate", 1, kMostRate, "1 to 768000 Hz").value_or(0);
   if (numbers.Failed()) return false;
   if (arguments.Has("--bits") && out->bits != 8 && out->bits != 16 && out->bits != 24 && out->bits != 32) {
-    *error = "--bits is 8, 16, 24 or 32";
+    *error = "--bits is 8, 16, 24 or 32, not: " + PrintableLine(*arguments.Value("--bits"));
     return false;
   }
   out->chain.quality = arguments.Has("--hq") ? ResampleQuality::kHigh : ResampleQuality::kFast;
   if (const std::string* text = arguments.Value("--eq")) {
-    if (!ParseSetting(*text, &out->chain.effects.equalizer)) {
-      *error = "--eq is eleven numbers, \"preamp:band,...,band\" in dB, not: " + PrintableLine(*text);
+    if (!ParseEqualizer(*text, &out->chain.effects.equalizer)) {
+      *error = "--eq is eleven whole numbers, \"preamp:band,...,band\" in dB, not: " + PrintableLine(*text);
       return false;
     }
   }

@@ -8,6 +8,7 @@
 #include "platform/file.h"
 #include "platform/text.h"
 #include "playback/output_device.h"
+#include "sound/wave_file.h"
 
 namespace melorin {
 namespace {
@@ -17,11 +18,16 @@ struct NamedResult {
   const char* text;
 };
 constexpr NamedResult kNames[] = {
-    {E_NOTIMPL, "not supported"},         {E_NOINTERFACE, "no such interface"},
-    {E_POINTER, "null pointer"},          {E_FAIL, "failed"},
-    {E_UNEXPECTED, "unexpected state"},   {E_OUTOFMEMORY, "out of memory"},
-    {E_INVALIDARG, "bad argument"},       {kDeviceBusy, "is in use"},
+    {E_NOTIMPL, "not supported"},
+    {E_NOINTERFACE, "no such interface"},
+    {E_POINTER, "null pointer"},
+    {E_FAIL, "failed"},
+    {E_UNEXPECTED, "unexpected state"},
+    {E_OUTOFMEMORY, "out of memory"},
+    {E_INVALIDARG, "bad argument"},
+    {kDeviceBusy, "is in use"},
     {kDeviceTimedOut, "does not answer"},
+    {WaveWriter::kTooLarge, "more than the 4 GB that a Wave file holds"},
 };
 
 }  // namespace

@@ -30,7 +30,7 @@ class WaveFileTarget final : public WaveTarget {
     output_.Reset();
     if (FAILED(result)) return result;
     finished_ = ReplaceFileAt(part_path_, final_path_);
-    return finished_ ? S_OK : E_FAIL;
+    return finished_ ? S_OK : kTargetKept;
   }
 
  private:

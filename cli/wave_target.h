@@ -22,6 +22,10 @@ class WaveTarget {
   virtual HRESULT Finish() = 0;
 };
 
+/// What Finish answers when the file is whole but could not be put in the place of the old one (the
+/// platform's "access denied").
+inline constexpr HRESULT kTargetKept = static_cast<HRESULT>(0x80070005);
+
 /// Writes beside `path_gbk`, through the sound library's Wave output, and Finish swaps the file in.
 /// E_FAIL when the file cannot be created.
 HRESULT CreateWaveFileTarget(const std::string& path_gbk, const WAVEFORMATEX& format,

@@ -98,6 +98,8 @@ struct FolderIdentity {
 FolderIdentity IdentifyFolder(const std::string& folder_gbk);
 
 bool FileExists(const std::string& path_gbk);  ///< A file, not a folder.
+/// A file on a disk: neither a folder nor a device, pipe or the like.
+bool IsOrdinaryFile(const std::string& path_gbk);
 bool DirectoryExists(const std::string& path_gbk);
 bool MakeDirectory(const std::string& path_gbk);  ///< True when it is there afterwards.
 bool DeleteFileAt(const std::string& path_gbk);

@@ -145,6 +145,8 @@ TEST(CliCommandLine, WrongUsageIsOneLineAndExitCode2) {
       {"decode", "a", "b", "--rate", "768001"},
       {"decode", "a", "b", "--hq=1"},
       {"decode", "a", "b", "--eq", "0:1,2,3,4,5,6,7,8,9"},
+      {"decode", "a", "b", "--eq", "0:1,2,3,4,5,6,7,8,9,10,11"},
+      {"decode", "a", "b", "--eq", "0:1,2,3,4,5,6,7,8,9,10.5"},
       {"decode", "a", "b", "--gain", "loud"},
       {"decode", "a", "b", "--gain", "1e3"},
       {"decode", "a", "b", "--gain", "1.2.3"},
@@ -158,6 +160,7 @@ TEST(CliCommandLine, WrongUsageIsOneLineAndExitCode2) {
     EXPECT_EQ(console.out, "");
     ASSERT_EQ(console.messages.size(), 1U);
     EXPECT_EQ(console.messages[0].find('\n'), std::string::npos);
+    EXPECT_EQ(console.messages[0].find("?  "), std::string::npos) << "a line break was in it";
   }
 }
 

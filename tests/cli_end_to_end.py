@@ -9,10 +9,12 @@ import json
 import math
 import os
 import shutil
+import signal
 import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 import wave
 
@@ -349,8 +351,29 @@ class EndToEnd(unittest.TestCase):
         self.wave("a.wav")
         os.mkdir(self.path("folder"))
         self.assert_fails(run("decode", self.path("a.wav"), self.path("folder")), 1, "folder")
-        self.assert_fails(run("decode", self.path("a.wav"), self.path("none/out.wav")), 1, "none/out.wav")
+        self.assert_fails(run("decode", self.path("a.wav"), self.path("none/out.wav")), 1, "none/out.wav", "folder")
+        self.assert_fails(run("decode", self.path("a.wav"), ""), 1, "no name")
+        device = "NUL" if len(PROGRAM) > 1 else "/dev/null"
+        self.assert_fails(run("decode", self.path("a.wav"), device), 1, device)
         self.assert_only("a.wav", "folder")
+
+    def test_decode_replaces_a_file_larger_than_memory(self):
+        data = self.wave("a.wav")
+        with open(self.path("out.wav"), "wb") as old:
+            old.truncate(3 << 30)
+        self.assertEqual(self.decode("a.wav")[1], data)
+        self.assert_only("a.wav", "out.wav")
+
+    def test_an_interrupted_decode_leaves_nothing(self):
+        self.wave("a.wav", frames=2000000)
+        job = subprocess.Popen([*PROGRAM, "decode", self.path("a.wav"), self.path("out.wav"), "--rate", "768000", "--hq"],
+                               stderr=subprocess.PIPE)
+        while job.poll() is None and len(os.listdir(self.folder)) == 1:
+            time.sleep(0.005)
+        job.send_signal(signal.SIGINT)
+        errors = job.communicate(timeout=20)[1]
+        self.assertEqual((job.returncode, errors.count(b"broken off")), (1, 1), errors)
+        self.assert_only("a.wav")
 
     # Names
 

@@ -207,6 +207,11 @@ bool FileExists(const std::string& path_gbk) {
   return Stat(path_gbk, info) && !S_ISDIR(info.st_mode);
 }
 
+bool IsOrdinaryFile(const std::string& path_gbk) {
+  struct stat info;
+  return Stat(path_gbk, info) && S_ISREG(info.st_mode);
+}
+
 bool DirectoryExists(const std::string& path_gbk) {
   struct stat info;
   return Stat(path_gbk, info) && S_ISDIR(info.st_mode);

@@ -225,6 +225,16 @@ bool FileExists(const std::string& path_gbk) {
   return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool IsOrdinaryFile(const std::string& path_gbk) {
+  if (!FileExists(path_gbk)) return false;
+  const HANDLE file =
+      CreateFileW(WidePath(path_gbk).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, 0, nullptr);
+  const bool ordinary = file != INVALID_HANDLE_VALUE && GetFileType(file) == FILE_TYPE_DISK;
+  if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+  return ordinary;
+}
+
 bool DirectoryExists(const std::string& path_gbk) {
   const DWORD attributes = Attributes(path_gbk);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
