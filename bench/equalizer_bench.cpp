@@ -78,11 +78,16 @@ BENCHMARK_CAPTURE(BM_EqualizerMoving, vector, Equalizer::Routine::kVector);
 struct Filters {
   Filters() {
     for (size_t k = 0; k < kBands; ++k) {
-      design[k] = DesignEqualizerBand(kEqualizerCentres[k], kRate);
+      const EqualizerBandDesign exact = DesignEqualizerBand(kEqualizerCentres[k], kRate);
+      design[k] = {static_cast<float>(exact.gamma), static_cast<float>(-exact.beta),
+                   static_cast<float>(exact.alpha)};
       gain[k] = EqualizerGain(Bands(5).values[k], 0);
     }
   }
-  EqualizerBandDesign design[kBands];
+  struct Band {
+    float gamma, minus_beta, alpha;
+  };
+  Band design[kBands];
   float gain[kBands];
 };
 
@@ -94,7 +99,7 @@ void BM_PlainLoop(benchmark::State& state) {
       float s = block[i];
       for (size_t k = 0; k < kBands; ++k) {
         float* past = history[i % 2][k];
-        const EqualizerBandDesign& band = filters.design[k];
+        const Filters::Band& band = filters.design[k];
         const float w = band.alpha * s + band.gamma * past[0] + band.minus_beta * past[1];
         s += filters.gain[k] * (w - 1.005f * past[1]);
         past[1] = past[0];
@@ -115,7 +120,7 @@ void BM_BothChannelsLoop(benchmark::State& state) {
     for (size_t n = 0; n < kFrames; ++n) {
       __m128 s = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(block + 2 * n)));
       for (size_t k = 0; k < kBands; ++k) {
-        const EqualizerBandDesign& band = filters.design[k];
+        const Filters::Band& band = filters.design[k];
         const __m128 w = _mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_set1_ps(band.alpha), s),
                                                _mm_mul_ps(_mm_set1_ps(band.gamma), history[k][0])),
                                     _mm_mul_ps(_mm_set1_ps(band.minus_beta), history[k][1]));

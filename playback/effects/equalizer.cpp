@@ -56,9 +56,7 @@ EqualizerBandDesign DesignEqualizerBand(double centre_hz, uint32_t sample_rate) 
   const double angle = 2 * std::numbers::pi * centre_hz / sample_rate;
   const double t = std::tan(kBandwidth * angle / 2);
   const double beta = (1 - t) / (1 + t);
-  return {.gamma = static_cast<float>(std::cos(angle) * (1 + beta)),
-          .minus_beta = static_cast<float>(-beta),
-          .alpha = static_cast<float>((1 - beta) / 2)};
+  return {.gamma = std::cos(angle) * (1 + beta), .beta = beta, .alpha = (1 - beta) / 2};
 }
 
 float EqualizerGain(int32_t band_db, int32_t preamp_db) {
@@ -71,15 +69,15 @@ Equalizer::Equalizer(uint32_t sample_rate, uint16_t channels, Routine routine)
   filters_.channels = channels;
   for (size_t k = 0; k < filters_.bands; ++k) {
     const EqualizerBandDesign design = DesignEqualizerBand(kEqualizerCentres[k], sample_rate);
-    SetBoth(filters_.alpha, k, design.alpha);
-    SetBoth(filters_.gamma, k, design.gamma);
-    SetBoth(filters_.minus_beta, k, design.minus_beta);
+    SetBoth(filters_.alpha, k, static_cast<float>(design.alpha));
+    SetBoth(filters_.beta, k, static_cast<float>(design.beta));
+    SetBoth(filters_.pull, k, static_cast<float>(1 + design.beta - design.gamma));
   }
   // The design has no stable filter for a centre above 0.408 of the rate (1 / (2 × 1.2247449)), as 16 kHz is
   // at 37.8 kHz: it would answer any sound with one that grows without end. Such a band is left out.
-  while (filters_.bands > 0 && std::fabs(filters_.minus_beta[filters_.bands - 1][0]) >= 1) {
+  while (filters_.bands > 0 && std::fabs(filters_.beta[filters_.bands - 1][0]) >= 1) {
     --filters_.bands;
-    for (auto* values : {&filters_.alpha, &filters_.gamma, &filters_.minus_beta})
+    for (auto* values : {&filters_.alpha, &filters_.beta, &filters_.pull})
       SetBoth(*values, filters_.bands, 0);
   }
 }

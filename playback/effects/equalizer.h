@@ -26,11 +26,11 @@ inline constexpr int32_t kEqualizerRangeDb = 12;
 /// How many bands take part at a rate: those whose centre is not above 0.43478262 of it.
 uint32_t ActiveEqualizerBands(uint32_t sample_rate);
 
-/// What the filters of one band are made of.
+/// The band-pass of one band: alpha × (1 - 1.005 z⁻²) / (1 - gamma z⁻¹ + beta z⁻²).
 struct EqualizerBandDesign {
-  float gamma = 0;
-  float minus_beta = 0;
-  float alpha = 0;
+  double gamma = 0;
+  double beta = 0;
+  double alpha = 0;
 };
 EqualizerBandDesign DesignEqualizerBand(double centre_hz, uint32_t sample_rate);
 

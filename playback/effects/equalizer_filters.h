@@ -22,8 +22,8 @@ struct EqualizerFilters {
   uint32_t bands = 0;     ///< How many take part, 0 to 10.
   uint32_t channels = 0;  ///< Of a frame; the first two are worked on.
   Values alpha = {};
-  Values gamma = {};
-  Values minus_beta = {};
+  Values beta = {};
+  Values pull = {};       ///< 1 + beta - gamma: how hard a filter is drawn back to 0.
   Values gain = {};       ///< Of the first frame; while gains move what they come from.
   Values gain_move = {};  ///< What a weight of 1 adds to the gain.
   Values w1 = {};         ///< The filters' histories: one sample back,
@@ -31,10 +31,18 @@ struct EqualizerFilters {
 };
 
 /// Works on interleaved frames in place and leaves the histories for the next call. With weights, one for
-/// each frame, a frame's gains are `gain` + `gain_move` × its weight. For each band in ascending order, in
-/// single precision and in this order of operations:
-///   w = alpha × s + gamma × w1 + minus_beta × w2
+/// each frame, a frame's gains are `gain` + `gain_move` × its weight. For each band in ascending order:
+///   w = alpha × s + gamma × w1 - beta × w2
 ///   s = s + gain × (w + kNumerator × w2)
+/// The first line is done by way of w's rise from frame to frame, w1 - w2 when a call begins, in single
+/// precision and in this order of operations:
+///   rise = (alpha × s + beta × rise) - pull × w1
+///   w = w1 + rise
+/// That is the same sum, for beta × w2 is beta × (w1 - rise). But the poles of the low bands lie so near 1
+/// that gamma and beta are almost 2 and 1. Rounded, those would move 31 Hz by up to 0.3 % at 48 kHz, and
+/// every rounding of w would push the filter where here it only shifts it. The response is within 0.001 dB of
+/// the design up to 384 kHz this way; with the sum as it stands above, it is 0.03 dB off at 48 kHz and 1.4
+/// at 384.
 using EqualizerRoutine = void (*)(EqualizerFilters& filters, float* samples, size_t frames,
                                   const float* weights);
 

@@ -8,6 +8,9 @@ namespace melorin {
 void RunEqualizerPlain(EqualizerFilters& filters, float* samples, size_t frames, const float* weights) {
   const uint32_t channels = std::min(filters.channels, EqualizerFilters::kChannels);
   for (uint32_t c = 0; c < channels; ++c) {
+    float rises[EqualizerBands::kBands];
+    for (uint32_t k = 0; k < filters.bands; ++k)
+      rises[k] = filters.w1[k][c] - filters.w2[k][c];
     for (size_t n = 0; n < frames; ++n) {
       float& sample = samples[n * filters.channels + c];
       float s = sample;
@@ -16,7 +19,8 @@ void RunEqualizerPlain(EqualizerFilters& filters, float* samples, size_t frames,
         float& w2 = filters.w2[k][c];
         float gain = filters.gain[k][c];
         if (weights) gain += filters.gain_move[k][c] * weights[n];
-        const float w = filters.alpha[k][c] * s + filters.gamma[k][c] * w1 + filters.minus_beta[k][c] * w2;
+        rises[k] = (filters.alpha[k][c] * s + filters.beta[k][c] * rises[k]) - filters.pull[k][c] * w1;
+        const float w = w1 + rises[k];
         s = s + gain * (w + EqualizerFilters::kNumerator * w2);
         w2 = w1;
         w1 = w;
