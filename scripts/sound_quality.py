@@ -16,6 +16,7 @@ import numpy as np
 import sound_quality_report as report
 
 FULL_32 = 2.0**31
+EQUALIZER_RATES = [22050, 32000, 44100, 48000, 96000, 192000]
 CENTRES = [31.25, 62.5, 125, 250, 500, 1000, 2000, 4000, 8000, 16000]
 
 
@@ -71,9 +72,8 @@ def db(ratio):
 # ---- equalizer
 
 
-def equalizer_theory(hz, rate, preamp, bands, stored=lambda coefficient: coefficient):
-    """The design at those frequencies: each band adds gain × band-pass to what comes from below. stored: how a
-    coefficient is kept."""
+def equalizer_theory(hz, rate, preamp, bands):
+    """The design at those frequencies: each band adds gain × band-pass to what comes from below."""
     z1 = np.exp(-2j * np.pi * hz / rate)
     response = np.ones_like(z1)
     limit = 10 ** (12 / 28)
@@ -84,17 +84,15 @@ def equalizer_theory(hz, rate, preamp, bands, stored=lambda coefficient: coeffic
         theta = 2 * np.pi * centre / rate
         t = np.tan(1.2247449 * theta / 2)
         beta = (1 - t) / (1 + t)
-        gamma, alpha = stored(np.cos(theta) * (1 + beta)), stored((1 - beta) / 2)
-        beta, numerator = stored(beta), stored(1.005)
+        gamma, alpha = np.cos(theta) * (1 + beta), (1 - beta) / 2
         gain = 10 ** (min(max(value, -12), 12) / 28) - 1 + p
-        band = alpha * (1 - numerator * z1**2) / (1 - gamma * z1 + beta * z1**2)
+        band = alpha * (1 - 1.005 * z1**2) / (1 - gamma * z1 + beta * z1**2)
         response = response * (1 + gain * band)
     return response
 
 
 def equalizer_response(cli, rate, preamp, bands):
-    """(Hz, measured dB, theory dB with exact and with stored coefficients): the spectrum of the answer to an
-    impulse that stays below full scale."""
+    """(Hz, measured dB, theory dB): the spectrum of the answer to an impulse that stays below full scale."""
     frames = 1 << 17
     loudest = np.max(np.abs(equalizer_theory(np.linspace(10, rate / 2, 512), rate, preamp, bands)))
     height = min(0.5, 0.5 / loudest)
@@ -106,25 +104,22 @@ def equalizer_response(cli, rate, preamp, bands):
     bins = np.unique(np.round(hz * frames / rate).astype(int))
     spectrum = np.fft.rfft(out[:, 0])[bins] / np.float32(height)
     hz = bins * rate / frames
-    single = lambda coefficient: float(np.float32(coefficient))
-    return (hz, db(spectrum), db(equalizer_theory(hz, rate, preamp, bands)),
-            db(equalizer_theory(hz, rate, preamp, bands, single)))
+    return hz, db(spectrum), db(equalizer_theory(hz, rate, preamp, bands))
 
 
 def measure_equalizer(cli):
     flat = [0] * 10
     cases = []
-    for rate in (44100, 48000, 22050):
+    for rate in EQUALIZER_RATES:
         settings = [(0, flat[:k] + [v] + flat[k + 1 :], f"{CENTRES[k]:g} Hz {v:+d}")
                     for k in range(10) for v in (12, -12)]
         settings += [(0, [v] * 10, f"all bands {v:+d}") for v in (12, -12, 6)]
         settings += [(v, flat, f"preamplifier {v:+d}") for v in (12, -12)]
         settings += [(-4, [5, 4, 2, 0, -2, -3, -1, 2, 4, 6], "a curve")]
         for preamp, bands, name in settings:
-            hz, measured, exact, stored = equalizer_response(cli, rate, preamp, bands)
+            hz, measured, wanted = equalizer_response(cli, rate, preamp, bands)
             cases.append(dict(rate=rate, name=name, hz=hz, measured=measured,
-                              error=float(np.max(np.abs(measured - stored))),
-                              from_exact=float(np.max(np.abs(measured - exact)))))
+                              error=float(np.max(np.abs(measured - wanted)))))
     return cases
 
 
