@@ -12,6 +12,7 @@ ChainOptions MakeChainOptions(const PlaybackSettings& settings, const std::optio
   ChainOptions options;
   options.resample_rate = settings.resample_rate;
   options.quality = settings.hq_resample ? ResampleQuality::kHigh : ResampleQuality::kFast;
+  options.block_ms = BlockMsFor(settings.buffer_duration);
   options.scan_gain = settings.auto_scan_gain && !(settings.skip_scan_gain && gain);
   options.effects.equalizer = settings.equalizer;
   options.effects.surround = settings.surround;

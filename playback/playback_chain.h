@@ -13,10 +13,18 @@ namespace melorin {
 
 class TrackEffects;
 
-/// Frames of a block: a fortieth of a second (25 ms), rounded down to a multiple of 8 frames and at least 64.
-/// Four of them fill the shortest device buffer, and the decode thread wakes often enough for fades.
-inline uint32_t BlockFrames(uint32_t sample_rate) {
-  return std::max(sample_rate / 40 / 8 * 8, 64u);
+/// A block's length in ms: an eighth of the device buffer within these bounds. The decode thread wakes two or
+/// three times a block, so longer ones save waking; four of the shortest fill the shortest buffer.
+inline constexpr uint32_t kShortestBlockMs = 25;
+inline constexpr uint32_t kLongestBlockMs = 50;
+constexpr uint32_t BlockMsFor(uint32_t buffer_ms) {
+  return std::clamp(buffer_ms / 8, kShortestBlockMs, kLongestBlockMs);
+}
+
+/// Frames of a block: rounded down to a multiple of 8, at least 64.
+constexpr uint32_t BlockFrames(uint32_t sample_rate, uint32_t block_ms = kShortestBlockMs) {
+  const uint64_t frames = uint64_t{sample_rate} * block_ms / 1000 / 8 * 8;
+  return std::max(static_cast<uint32_t>(frames), 64u);
 }
 
 /// Thread: NextBlock on the decode thread; Seek and the notifications on whichever thread the stream calls
@@ -45,7 +53,7 @@ class PlaybackChain {
   virtual HRESULT NotifyPause() = 0;
   virtual HRESULT NotifyStop() = 0;
 
-  virtual SoundSource* Source() const = 0;  ///< Borrowed.
+  virtual SoundSource* Source() const = 0;             ///< Borrowed.
   virtual TrackEffects* Effects() { return nullptr; }  ///< Borrowed; null for a chain without effects.
 };
 

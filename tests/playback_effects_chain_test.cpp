@@ -186,6 +186,23 @@ TEST(EffectsChain, ResamplesToTheRateAskedForOrNotAtAll) {
   }
 }
 
+TEST(EffectsChain, SoundsTheSameInBlocksOfAnyLength) {
+  const Signal signal{.frames = 20000, .sample = Wild};
+  for (const uint32_t rate : {0u, 48000u}) {
+    const auto chain_of = [&](uint32_t block_ms) {
+      return MakeChain(signal, {.resample_rate = rate, .block_ms = block_ms, .effects = EverythingOn()});
+    };
+    const std::vector<float> wanted = Drain(*chain_of(kShortestBlockMs));
+    for (const uint32_t buffer_ms : {0u, 300u, 400u, 10000u}) {
+      const uint32_t block_ms = BlockMsFor(buffer_ms);
+      const auto chain = chain_of(block_ms);
+      EXPECT_EQ(chain->BlockBytes(), BlockFrames(chain->SampleRate(), block_ms) * 8);
+      EXPECT_LE(4 * block_ms, std::max(buffer_ms, 100u));
+      EXPECT_TRUE(Drain(*chain) == wanted) << block_ms << " ms";
+    }
+  }
+}
+
 TEST(EffectsChain, SurvivesEveryLayoutAndRateWithEverythingOn) {
   for (const uint32_t rate : {1u, 100u, 8000u, 44100u, 768000u})
     for (uint16_t channels = 1; channels <= 8; ++channels) {

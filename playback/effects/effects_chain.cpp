@@ -118,7 +118,8 @@ struct EffectsChain::Parts {
   const std::unique_ptr<PlaybackChain> source;
   const uint16_t channels;
   const uint32_t sample_rate;  ///< Of what is delivered.
-  uint32_t block_frames = 0;
+  uint32_t block_frames = 0;   ///< Of a block that is delivered,
+  uint32_t native_frames = 0;  ///< and of the same at the source's own rate.
 
   ComPtr<SoundBuffer> source_block;
   const float* rest = nullptr;  ///< Of the source's block, what was not taken yet.
@@ -253,7 +254,8 @@ HRESULT EffectsChain::Create(std::unique_ptr<PlaybackChain> source, const ChainO
 
     auto parts = std::make_unique<Parts>(std::move(source), rate, options.effects);
     parts->resampler = std::move(resampler);
-    parts->block_frames = parts->resampler ? BlockFrames(rate) : source_frames;
+    parts->block_frames = BlockFrames(rate, options.block_ms);
+    parts->native_frames = BlockFrames(source_rate, options.block_ms);
     if (options.scan_gain) parts->scan.Begin(LoudnessMeter::Create(source_rate, channels));
     const HRESULT made = CreateSoundBuffer(parts->source_block.Receive(), parts->source->BlockBytes());
     if (FAILED(made)) return made;
@@ -270,7 +272,7 @@ EffectsChain::EffectsChain(std::unique_ptr<Parts> parts) : parts_(std::move(part
 EffectsChain::~EffectsChain() = default;
 
 uint32_t EffectsChain::NativeBlockBytes() const {
-  return parts_->source->BlockBytes();
+  return parts_->native_frames * parts_->channels * 4u;
 }
 uint32_t EffectsChain::ResampledBlockBytes() const {
   return parts_->block_frames * parts_->channels * 4u;

@@ -21,11 +21,12 @@ namespace melorin {
 struct ChainOptions {
   uint32_t resample_rate = 0;  ///< Hz; 0, the source's own rate, or one out of range: no resampling.
   ResampleQuality quality = ResampleQuality::kHigh;
-  bool scan_gain = false;       ///< Measures the track.
-  EffectSettings effects = {};  ///< What the first block is played with.
+  uint32_t block_ms = kShortestBlockMs;  ///< How long the delivered blocks are.
+  bool scan_gain = false;                ///< Measures the track.
+  EffectSettings effects = {};           ///< What the first block is played with.
 };
 
-/// Blocks are a fortieth of a second at the rate that is delivered, as SourceChain cuts them.
+/// Blocks have BlockFrames at the rate that is delivered, whatever those of the source are.
 ///
 /// With every effect off the samples are those of the source chain, bit for bit, those beyond full scale
 /// included. The limiter works while a gain, the equalizer or surround does. See PlaybackChain for threads.
