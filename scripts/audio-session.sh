@@ -117,12 +117,6 @@ session_prefix() {
   timeout 60 wine cmd /c exit >"$folder/session.log" 2>&1 </dev/null || true
 }
 
-# On a display without a window manager Wine waits two seconds for one at every window of the task bar that it
-# hides. For programs of the session that start afterwards.
-session_unmanaged() {
-  wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 </dev/null
-}
-
 # Runs a Windows program in the session, at most MELORIN_WINE_TIMEOUT seconds (300).
 session_wine() { timeout -k 5 "${MELORIN_WINE_TIMEOUT:-300}" wine "$@"; }
 

@@ -22,7 +22,8 @@ from bench_processes import ROOT, median
 
 PLAYER = ROOT / "build/bench-windows/bin/melorin.exe"
 WARM_UP_SECONDS = 5
-OFF = {"Player": {"Volume": 100, "PlayMode": 2}}
+# The others have no windows, or show none.
+OFF = {"Player": {"Volume": 100, "PlayMode": 2}, "General": {"StartupMinimize": 1, "HideMinimize": 1}}
 ON = {**OFF, "Equalizer": {"Current": "1:3,-2,3,-2,1,-1,2,-3,3,-2", "Surround": 50},
       "Playback": {"AutoGain": 1, "AutoScanGain": 1, "SkipScanGain": 0},
       "Device": {"ResampleRate": 48000, "HQResample": 1, "Dither": 3}}

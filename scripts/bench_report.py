@@ -218,7 +218,7 @@ def playing_table(playing):
     yield "surround, the file's gain, the loudness scan, resampling to 48 kHz in high quality, noise-shaped dither. Under"
     yield "Wine the process holds threads that mix and deliver every 10 ms, which on Windows are not the player's. The"
     yield "servers are processes of their own, one each for every player. The Wave file shows what playing takes without"
-    yield "decoding: the window, and waits, of which each is a round to the server under Wine."
+    yield "decoding: waits, of which each is a round to the server under Wine. Melorin is hidden in the notification area."
     yield ""
     keys = {"process": "player", "least": "least", "most": "most", "own threads": "own", "Wine's sound": "wine_sound",
             "Wine server": "wine_server", "sound server": "sound_server"}
