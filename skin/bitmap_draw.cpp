@@ -109,6 +109,13 @@ SkinRect Intersection(const SkinRect& a, const SkinRect& b) {
   return both;
 }
 
+SkinRect Union(const SkinRect& a, const SkinRect& b) {
+  if (a.IsEmpty()) return b;
+  if (b.IsEmpty()) return a;
+  return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+          std::max(a.bottom, b.bottom)};
+}
+
 uint32_t PixelOf(SkinColour colour, uint32_t alpha) {
   const auto value = static_cast<uint32_t>(colour);
   const uint32_t opaque = 0xFF000000 | (value & 255) << 16 | (value & 0xFF00) | (value >> 16 & 255);

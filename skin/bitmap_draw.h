@@ -25,6 +25,8 @@ enum class Combine {
 SkinRect BitmapBounds(const Bitmap& bitmap);
 /// Empty, with equal sides, when the two do not meet.
 SkinRect Intersection(const SkinRect& a, const SkinRect& b);
+/// The least area that holds both; an empty one counts for nothing.
+SkinRect Union(const SkinRect& a, const SkinRect& b);
 
 /// The pixel of a colour.
 uint32_t PixelOf(SkinColour colour, uint32_t alpha = 255);

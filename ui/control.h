@@ -21,6 +21,9 @@ struct PaintContext {
   TextPainter* text;  ///< Null where the system has no fonts.
   Bitmap& target;
   int32_t scale = 1;
+  /// Pixels of the target outside of which nothing may be painted. A control that never asks for a part of
+  /// itself to be painted need not look: it is always painted whole.
+  SkinRect clip = {};
 };
 
 struct Pointer {
@@ -48,6 +51,8 @@ class ControlHost {
  public:
   /// It looks different now; it is painted soon.
   virtual void Repaint(Control& control) = 0;
+  /// Only these pixels of the window's bitmap do.
+  virtual void RepaintPart(Control& control, const SkinRect& pixels) = 0;
   /// TickMs() has another answer.
   virtual void TickChanged() = 0;
   /// The name, value or state that screen readers tell has changed.
@@ -135,6 +140,10 @@ class Control {
  protected:
   void Repaint() {
     if (host_) host_->Repaint(*this);
+  }
+  /// Of a control that heeds the clip.
+  void RepaintPart(const SkinRect& pixels) {
+    if (host_) host_->RepaintPart(*this, pixels);
   }
   void TickChanged() {
     if (host_) host_->TickChanged();

@@ -43,8 +43,12 @@ constexpr int32_t kNoticeMs = 1500;
 constexpr double kGlideMs = 60;
 constexpr uint32_t kLongestTickMs = 100;
 constexpr uint32_t kDisplayMs = 15;
+constexpr uint32_t kNoticeTickMs = 120;
+/// Colours that change and lines that fill are no moving edges for the eye.
 constexpr int64_t kFillMs = 30;
-constexpr uint32_t kTicks[] = {240, 120, 60, 30};
+/// Reports of the position come more often.
+constexpr int64_t kLongestWaitMs = 1000;
+constexpr int64_t kNever = INT32_MAX;
 
 SkinColour ColourOf(const SettingsColour& colour) {
   return static_cast<SkinColour>(colour.value & 0xFFFFFF);
@@ -69,6 +73,15 @@ std::vector<std::string> LinesOf(std::string_view plain_gbk) {
                                   [](const std::string& line) { return !TrimSpaces(line).empty(); });
   lines.erase(lines.begin(), first);
   return lines;
+}
+
+/// How long until pixels that come evenly, one after the other, are one more; `left_ms` of `length_ms` are
+/// still to go.
+int64_t UntilNextPixel(int64_t left_ms, int64_t length_ms, int64_t pixels) {
+  if (pixels <= 0) return kNever;
+  // Those still to come; the last of them is there at the very end.
+  const int64_t to_come = std::clamp<int64_t>((left_ms * pixels + length_ms - 1) / length_ms, 1, pixels + 1);
+  return left_ms - (to_come - 1) * length_ms / pixels;
 }
 
 std::string TimeText(int32_t ms) {
@@ -178,6 +191,7 @@ void LyricView::EnsureLayout(const PaintContext& context) {
   layout_.Make(texts_, widths_, measures_);
   masks_.clear();
   laid_out_ = true;
+  text_pixels_ = TextPixels();
   shown_ = StateAt(now_ms_);
   const int32_t width = (layout_.NaturalWidth() + scale_ - 1) / scale_ + 2 * kMargin;
   if (on_width_ && lyric_.doc && width != told_width_) {
@@ -257,16 +271,32 @@ LyricView::State LyricView::StateAt(uint32_t now_ms) const {
 // ---- motion
 
 void LyricView::Show(uint32_t now_ms) {
-  const size_t line = shown_.line;
   now_ms_ = now_ms;
   if (!notice_gbk_.empty() && static_cast<int32_t>(now_ms - notice_since_) >= kNoticeMs) notice_gbk_.clear();
   const State state = StateAt(now_ms);
   if (state != shown_) {
-    shown_ = state;
-    Repaint();
-    if (state.line != line) ValueChanged();
+    const State before = std::exchange(shown_, state);
+    RepaintChange(before);
+    if (state.line != before.line) ValueChanged();
   }
   ScheduleTick();
+}
+
+void LyricView::RepaintChange(const State& before) {
+  const auto has_labels = [](const State& state) { return state.notice || state.target_ms >= 0; };
+  if (!laid_out_ || has_labels(before) || has_labels(shown_)) {
+    Repaint();
+  } else if (shown_.line != before.line || shown_.way != before.way) {
+    RepaintPart(text_pixels_);
+  } else {
+    SkinRect area;
+    if (shown_.sung != before.sung) area = SungPixels(before.sung, shown_.sung);
+    if (shown_.lit != before.lit) {
+      if (shown_.line > 0) area = Union(area, LinePixels(shown_.line - 1));
+      if (look_.karaoke_mode == 0) area = Union(area, LinePixels(shown_.line));
+    }
+    RepaintPart(area);
+  }
 }
 
 void LyricView::Glide(uint32_t elapsed_ms) {
@@ -286,35 +316,38 @@ void LyricView::OnTick(uint32_t now_ms) {
   Show(now_ms);
 }
 
+/// How long the song goes on until the lyric looks different.
+int64_t LyricView::NextChangeMs() const {
+  const int32_t time = clock_.At(now_ms_);
+  if (!IsTimed()) {
+    const int32_t scroll = layout_.Total() - 2 * HalfView();
+    if (time < 0 || time >= duration_ms_) return kNever;
+    return UntilNextPixel(duration_ms_ - time, duration_ms_, scroll);
+  }
+  const auto position = lyric_.doc->LineAtTime(time, kWhole, 0);
+  if (!position || position->index >= layout_.Lines().size()) return kNever;
+  const LyricLayout::Line& line = layout_.Lines()[position->index];
+  const int64_t length = std::max(int64_t{position->end_ms} - position->start_ms, int64_t{1});
+  // Before the first line, what comes before its start is as long and as high as the line itself.
+  const bool before_first = position->progress < 0;
+  const int64_t left = (before_first ? int64_t{position->start_ms} : int64_t{position->end_ms}) - time;
+  const int64_t wait = UntilNextPixel(left, length, line.extent);
+  if (look_.karaoke_mode == 0 || before_first) return wait;
+  return std::min(wait, std::max(UntilNextPixel(left, length, line.width), kFillMs));
+}
+
 uint32_t LyricView::TickFor(const State& state) const {
   if (!laid_out_) return 0;
   if (offset_ != offset_goal_) return kDisplayMs;
-  int64_t wait = INT32_MAX;
-  if (state.notice || (offset_ != 0 && IsTimed())) wait = 120;
-  if (clock_.Runs() && drag_ != Drag::kLines && lyric_.doc) {
-    const int32_t time = clock_.At(now_ms_);
-    if (!IsTimed()) {
-      const int32_t scroll = layout_.Total() - 2 * HalfView();
-      if (scroll > 0 && duration_ms_ > 0) wait = std::min<int64_t>(wait, duration_ms_ / (3 * scroll));
-    } else if (const auto position = lyric_.doc->LineAtTime(time, kWhole, 0);
-               position && position->index < layout_.Lines().size()) {
-      if (state.lit > 0 && state.lit < 255) return kDisplayMs;
-      const LyricLayout::Line& line = layout_.Lines()[position->index];
-      const int64_t length = std::max(position->end_ms - position->start_ms, 1);
-      const int64_t left =
-          position->progress < 0 ? int64_t{position->start_ms} - time : int64_t{position->end_ms} - time;
-      // Three looks for each pixel, so that their steps are even. A line that fills is no moving edge for the
-      // eye.
-      wait = std::min({wait, length / (3 * line.extent), std::max<int64_t>(left / 2, kDisplayMs)});
-      if (look_.karaoke_mode != 0)
-        wait = std::min(wait, std::max<int64_t>(length / std::max(line.width, 1), kFillMs));
-    }
-  }
-  if (wait == INT32_MAX) return 0;
-  // Few different ones: each is a timer set anew.
-  for (const uint32_t tick : kTicks)
-    if (wait >= tick) return tick;
-  return kDisplayMs;
+  const bool follows = clock_.Runs() && drag_ != Drag::kLines && lyric_.doc;
+  const bool waits = state.notice || (offset_ != 0 && IsTimed());
+  if (!follows) return waits ? kNoticeTickMs : 0;
+  int64_t wait = NextChangeMs();
+  if (waits) wait = std::min<int64_t>(wait, kNoticeTickMs);
+  if (state.lit > 0 && state.lit < 255) wait = std::min(wait, kFillMs);
+  if (wait == kNever) return 0;
+  // One more, since a timer may be early by that.
+  return static_cast<uint32_t>(std::clamp<int64_t>(wait + 1, kDisplayMs, kLongestWaitMs));
 }
 
 void LyricView::ScheduleTick() {
@@ -327,12 +360,11 @@ void LyricView::ScheduleTick() {
 // ---- painting
 
 void LyricView::PaintGround(const PaintContext& context) const {
-  const SkinRect place = ScaledPosition(Place(), context.scale);
   const uint32_t ground = PixelOf(ColourOf(look_.bkgnd_color));
   if (look_.transparent == 0) {
-    FillArea(context.target, place, ground);
+    FillArea(context.target, context.clip, ground);
   } else if (look_.trans_skin == 0) {
-    FillArea(context.target, place, ScalePixel(ground, 128));
+    FillArea(context.target, context.clip, ScalePixel(ground, 128));
   }
 }
 
@@ -344,42 +376,78 @@ void LyricView::Paint(const PaintContext& context) {
     PaintNotice(context);
     return;
   }
-  for (auto& [row, mask] : masks_)
-    mask.used = false;
   const int32_t half = HalfView();
+  const std::vector<LyricLayout::Line>& lines = layout_.Lines();
   const size_t first = layout_.LineAt(shown_.way - half);
-  for (size_t line = first; line < layout_.Lines().size(); ++line) {
-    if (layout_.Lines()[line].start >= shown_.way + half + 1) break;
-    PaintLine(context, line);
-  }
-  std::erase_if(masks_, [](const auto& entry) { return !entry.second.used; });
+  size_t end = first;
+  for (; end < lines.size() && lines[end].start < shown_.way + half + 1; ++end)
+    ForRows(end, end == shown_.line ? shown_.sung : 0, [&](const PlacedRow& row) { PaintRow(context, row); });
+  const size_t first_row = lines[first].first_row;
+  const size_t end_row = end < lines.size() ? lines[end].first_row : layout_.RowCount();
+  std::erase_if(masks_, [&](const auto& mask) { return mask.first < first_row || mask.first >= end_row; });
   PaintTarget(context);
   PaintNotice(context);
 }
 
-void LyricView::PaintLine(const PaintContext& context, size_t index) {
+template <class Act>
+void LyricView::ForRows(size_t index, int32_t sung, Act act) const {
   const LyricLayout::Line& line = layout_.Lines()[index];
-  const SkinRect place = ScaledPosition(Place(), context.scale);
+  const SkinRect place = ScaledPosition(Place(), scale_);
   const int32_t gap = measures_.interval / 2;
-  int32_t sung = index == shown_.line ? shown_.sung : 0;
   if (IsSideways()) {
     const int32_t x = place.left + place.Width() / 2 + line.start - shown_.way + gap;
-    const int32_t y = place.top + (place.Height() - measures_.row_height) / 2;
-    PaintRow(context, line.first_row, x, y, sung);
+    act({line.first_row, x, place.top + (place.Height() - measures_.row_height) / 2, sung});
     return;
   }
   int32_t y = place.top + place.Height() / 2 + line.start - shown_.way + gap;
-  for (size_t i = 0; i < line.rows; ++i) {
-    const LyricLayout::Row& row = layout_.RowAt(line.first_row + i);
-    const int32_t margin = kMargin * context.scale;
-    const int32_t spare = place.Width() - 2 * margin - row.width;
+  for (size_t row = line.first_row; row < line.first_row + line.rows; ++row) {
+    const int32_t width = layout_.RowAt(row).width;
+    const int32_t margin = kMargin * scale_;
+    const int32_t spare = place.Width() - 2 * margin - width;
     // A message stands in the middle, however the lyric is aligned.
     const int32_t align = lyric_.doc ? look_.text_align : 1;
-    const int32_t x = place.left + margin + (align == 0 ? 0 : align == 2 ? spare : spare / 2);
-    PaintRow(context, line.first_row + i, x, y, sung);
-    sung = std::max(sung - row.width, 0);
+    act({row, place.left + margin + (align == 0 ? 0 : align == 2 ? spare : spare / 2), y, sung});
+    sung = std::max(sung - width, 0);
     y += measures_.row_height;
   }
+}
+
+int32_t LyricView::MaskWidth(size_t row) const {
+  // Some letters reach out of their own width.
+  return layout_.RowAt(row).width + measures_.row_height / 2;
+}
+
+SkinRect LyricView::RowPixels(const PlacedRow& row) const {
+  return {row.x, row.y, row.x + MaskWidth(row.row), row.y + measures_.row_height};
+}
+
+SkinRect LyricView::LinePixels(size_t line) const {
+  SkinRect all;
+  if (line < layout_.Lines().size())
+    ForRows(line, 0, [&](const PlacedRow& row) { all = Union(all, RowPixels(row)); });
+  return all;
+}
+
+SkinRect LyricView::SungPixels(int32_t from, int32_t to) const {
+  SkinRect all;
+  if (shown_.line >= layout_.Lines().size()) return all;
+  ForRows(shown_.line, 0, [&](const PlacedRow& row) {
+    const auto [first, last] = std::minmax({std::max(from, 0), std::max(to, 0)});
+    const SkinRect turned = {row.x + first, row.y, row.x + last, row.y + measures_.row_height};
+    all = Union(all, Intersection(turned, RowPixels(row)));
+    from -= layout_.RowAt(row.row).width;
+    to -= layout_.RowAt(row.row).width;
+  });
+  return all;
+}
+
+SkinRect LyricView::TextPixels() const {
+  SkinRect all;
+  for (size_t line = 0; line < layout_.Lines().size(); ++line)
+    all = Union(all, LinePixels(line));
+  const SkinRect place = ScaledPosition(Place(), scale_);
+  return IsSideways() ? SkinRect{place.left, all.top, place.right, all.bottom}
+                      : SkinRect{all.left, place.top, all.right, place.bottom};
 }
 
 LyricView::Ink LyricView::InkOf(size_t line, int32_t distance) const {
@@ -404,11 +472,9 @@ LyricView::Ink LyricView::InkOf(size_t line, int32_t distance) const {
 
 const LyricView::Mask& LyricView::MaskOf(const PaintContext& context, size_t row) {
   Mask& mask = masks_[row];
-  mask.used = true;
   if (!mask.cover.empty()) return mask;
   const LyricLayout::Row& part = layout_.RowAt(row);
-  // Some letters reach out of their own width.
-  mask.width = part.width + measures_.row_height / 2;
+  mask.width = MaskWidth(row);
   mask.height = measures_.row_height;
   if (sheet_.width < mask.width || sheet_.height < mask.height)
     sheet_ = Bitmap(std::max(sheet_.width, mask.width), std::max(sheet_.height, mask.height));
@@ -425,19 +491,18 @@ const LyricView::Mask& LyricView::MaskOf(const PaintContext& context, size_t row
   return mask;
 }
 
-void LyricView::PaintRow(const PaintContext& context, size_t row, int32_t x, int32_t y, int32_t sung) {
+void LyricView::PaintRow(const PaintContext& context, const PlacedRow& placed) {
   const SkinRect place = Intersection(ScaledPosition(Place(), context.scale), BitmapBounds(context.target));
-  const LyricLayout::Row& part = layout_.RowAt(row);
-  if (part.width <= 0 || y >= place.bottom || y + measures_.row_height <= place.top || x >= place.right ||
-      x + part.width + measures_.row_height <= place.left)
-    return;
-  const Mask& mask = MaskOf(context, row);
+  const LyricLayout::Row& part = layout_.RowAt(placed.row);
+  const SkinRect seen = Intersection(RowPixels(placed), Intersection(place, context.clip));
+  if (part.width <= 0 || seen.IsEmpty()) return;
+  const Mask& mask = MaskOf(context, placed.row);
+  const auto [row, x, y, sung] = placed;
   const int32_t middle = place.top + place.Height() / 2;
   const int32_t distance = IsSideways() ? 0 : std::abs(y + measures_.row_height / 2 - middle);
   const Ink ink = InkOf(part.line, distance);
   const uint32_t usual = PixelOf(ink.colour);
   const uint32_t light = PixelOf(ColourOf(look_.hilight_color));
-  const SkinRect seen = Intersection({x, y, x + mask.width, y + mask.height}, place);
   // Rows fade in and out at the edges rather than being cut.
   const int32_t edge = !lyric_.doc ? 0 : measures_.row_height / (look_.fade_index != 0 ? 1 : 2);
   const bool sideways = IsSideways();

@@ -100,7 +100,13 @@ class LyricView final : public Control {
     int32_t width = 0;
     int32_t height = 0;
     std::vector<uint8_t> cover;
-    bool used = false;
+  };
+  /// Where a row is, in pixels of the window, and how many of its own are sung.
+  struct PlacedRow {
+    size_t row = 0;
+    int32_t x = 0;
+    int32_t y = 0;
+    int32_t sung = 0;
   };
   struct Ink {
     SkinColour colour = 0;
@@ -121,14 +127,24 @@ class LyricView final : public Control {
   int32_t OwnWay() const;
   State StateAt(uint32_t now_ms) const;
   void Show(uint32_t now_ms);
+  void RepaintChange(const State& before);
   void Glide(uint32_t elapsed_ms);
   void ScheduleTick();
+  int64_t NextChangeMs() const;
   uint32_t TickFor(const State& state) const;
   void MoveBy(int32_t pixels);
 
   void PaintGround(const PaintContext& context) const;
-  void PaintLine(const PaintContext& context, size_t line);
-  void PaintRow(const PaintContext& context, size_t row, int32_t x, int32_t y, int32_t sung);
+  /// The rows of a line whose first `sung` pixels are; calls `act` with each.
+  template <class Act>
+  void ForRows(size_t line, int32_t sung, Act act) const;
+  int32_t MaskWidth(size_t row) const;
+  SkinRect RowPixels(const PlacedRow& row) const;
+  SkinRect LinePixels(size_t line) const;
+  /// Where the lit line changes its colour when it is sung up to here instead of there.
+  SkinRect SungPixels(int32_t from, int32_t to) const;
+  SkinRect TextPixels() const;
+  void PaintRow(const PaintContext& context, const PlacedRow& placed);
   const Mask& MaskOf(const PaintContext& context, size_t row);
   Ink InkOf(size_t line, int32_t distance) const;
   void PaintTarget(const PaintContext& context) const;
@@ -154,6 +170,7 @@ class LyricView final : public Control {
   TextPainter* text_ = nullptr;
   int32_t scale_ = 1;
   bool laid_out_ = false;
+  SkinRect text_pixels_;                    ///< All that the text reaches while it scrolls.
   std::unordered_map<size_t, Mask> masks_;  ///< Of the rows in view.
   Bitmap sheet_;                            ///< Where masks are drawn.
   State shown_;

@@ -107,24 +107,33 @@ const Bitmap& WindowView::Compose() {
       placed.dirty = true;
   } else {
     for (const Placed& placed : placed_) {
-      if (!placed.dirty) continue;
-      const SkinRect area =
-          Intersection(ScaledPosition(placed.control->Place(), scale_), BitmapBounds(canvas_));
+      const SkinRect area = DirtyPixelsOf(placed);
       if (!area.IsEmpty()) DrawCell(canvas_, area, area.left, area.top, background_, area, Combine::kReplace);
     }
   }
   for (Placed& placed : placed_) {
-    if (placed.dirty) PaintControl(*placed.control);
+    const SkinRect clip = DirtyPixelsOf(placed);
+    if (placed.dirty || !clip.IsEmpty()) PaintControl(*placed.control, clip);
     placed.dirty = false;
+    placed.dirty_part = {};
   }
   all_dirty_ = false;
   return canvas_;
 }
 
-void WindowView::PaintControl(Control& control) {
+SkinRect WindowView::PixelsOf(const Control& control) const {
+  return Intersection(ScaledPosition(control.Place(), scale_), {0, 0, width_ * scale_, height_ * scale_});
+}
+
+SkinRect WindowView::DirtyPixelsOf(const Placed& placed) const {
+  const SkinRect pixels = PixelsOf(*placed.control);
+  return placed.dirty ? pixels : Intersection(placed.dirty_part, pixels);
+}
+
+void WindowView::PaintControl(Control& control, const SkinRect& clip) {
   if (!control.IsVisible() || !skin_) return;
   SkinPainter painter(skin_->Images(), text_, canvas_);
-  control.Paint({painter, text_, canvas_, scale_});
+  control.Paint({painter, text_, canvas_, scale_, clip});
   if (&control == focused_ && control.IsFocused() && shows_focus_ && !ShowsFocusItself(control.Role()))
     OutlineArea(canvas_, ScaledPosition(control.Place(), scale_), scale_);
 }
@@ -166,6 +175,24 @@ void WindowView::Repaint(Control& control) {
     if (host_) host_->RepaintArea(ScaledPosition(control.Place(), scale_));
     return;
   }
+}
+
+void WindowView::RepaintPart(Control& control, const SkinRect& pixels) {
+  const SkinRect area = Intersection(pixels, PixelsOf(control));
+  if (area.IsEmpty()) return;
+  Placed* found = nullptr;
+  for (Placed& placed : placed_) {
+    if (placed.control.get() == &control) {
+      found = &placed;
+    } else if (!Intersection(placed.control->Place(), control.Place()).IsEmpty()) {
+      // The other one is painted whole, and with it all that it lies over.
+      Repaint(control);
+      return;
+    }
+  }
+  if (!found) return;
+  found->dirty_part = Union(found->dirty_part, area);
+  if (host_) host_->RepaintArea(area);
 }
 
 // ---- the mouse

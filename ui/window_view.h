@@ -159,9 +159,11 @@ class WindowView : private ControlHost {
     SkinRect position;
     int32_t align = 0;
     bool dirty = true;
+    SkinRect dirty_part = {};  ///< Pixels; counts while it is not dirty as a whole.
   };
 
   void Repaint(Control& control) override;
+  void RepaintPart(Control& control, const SkinRect& pixels) override;
   void TickChanged() override;
   void ValueChanged(Control& control) override;
 
@@ -169,7 +171,9 @@ class WindowView : private ControlHost {
                   int32_t align);
   void PlaceControls();
   void PrepareBackground();
-  void PaintControl(Control& control);
+  SkinRect PixelsOf(const Control& control) const;
+  SkinRect DirtyPixelsOf(const Placed& placed) const;
+  void PaintControl(Control& control, const SkinRect& clip);
   void MoveFocus(int direction);
   Control* At(int32_t x, int32_t y) const;
   size_t IndexOf(const Control& control) const;
