@@ -14,6 +14,8 @@ HRESULT OpenWaveOut(DeviceFactory& factory, const WAVEFORMATEX& format, const Bu
   const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format);
   const int32_t number = WaveOutNumber(index);
   HRESULT result = factory.OpenWaveOut(extensible.Format, plan.Bytes(), number, out);
+  // Who does not answer has not refused; asking again only takes as long again.
+  if (result == kDeviceTimedOut) return result;
   if (FAILED(result)) result = factory.OpenWaveOut(format, plan.Bytes(), number, out);
   return FAILED(result) ? E_FAIL : result;
 }

@@ -46,7 +46,8 @@ class DeviceFactory {
 std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void* window);
 
 /// Opens the device that settings.device_type names:
-/// - waveOut: as extensible format, then as plain one; E_FAIL when both fail;
+/// - waveOut: as extensible format, then as plain one; E_FAIL when both fail, kDeviceTimedOut when the
+///   platform does not answer;
 /// - DirectSound: with "HardwareBuffer" in hardware first, then in software; each of the two plain, then
 ///   extensible; the failure of the last attempt otherwise, E_INVALIDARG for a buffer below 1024 bytes;
 /// - Kernel Streaming: plain, then extensible; ASIO: plain;

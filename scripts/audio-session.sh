@@ -26,6 +26,7 @@ SESSION_SINK=melorin
 SESSION_RATE=44100
 SESSION_FORMAT=s16le
 SESSION_REGISTRY=
+SESSION_SOUND_PID=
 session_pids=()
 recorder_pid=
 
@@ -62,7 +63,8 @@ session_sound() {
     -L "module-native-protocol-unix auth-anonymous=1 socket=$socket" \
     -L "module-null-sink sink_name=$SESSION_SINK rate=$SESSION_RATE format=$SESSION_FORMAT channels=2 norewinds=1" \
     >"$SESSION_DIR/pulse.log" 2>&1 </dev/null &
-  session_pids+=($!)
+  SESSION_SOUND_PID=$!
+  session_pids+=("$SESSION_SOUND_PID")
   export PULSE_SERVER=unix:$socket PULSE_COOKIE=$SESSION_DIR/pulse-state/cookie
   for i in $(seq 100); do
     ! pactl info >/dev/null 2>&1 || return 0

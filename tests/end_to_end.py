@@ -6,6 +6,7 @@ The null sink passes 16-bit samples at its own rate unchanged, so where Melorin 
 hold the file's samples bit for bit; a mixer that is starved of time leaves a gap, which shows as a change of offset.
 """
 import os
+import signal
 import subprocess
 import sys
 import time
@@ -189,6 +190,24 @@ class EndToEnd(unittest.TestCase):
                     code = player.finish(30)
                 self.assertEqual(code, 2, player.events())
                 self.assertTrue(player.events("error")[0]["text"])
+
+    def test_a_sound_server_that_stands_still(self):
+        """Neither a command nor leaving waits for it."""
+        server = int(os.environ["MELORIN_SOUND_PID"])
+        for device in ("dsound", "waveout"):
+            with self.subTest(device=device):
+                player = Player(f"/device={device}", windows_path(self.wav))
+                try:
+                    player.wait_for("playing")
+                    time.sleep(0.5)
+                    os.kill(server, signal.SIGSTOP)
+                    player.command("/pause")
+                    player.wait_for("paused", timeout=5)
+                    player.command("/exit")
+                    player.finish(10)
+                finally:
+                    os.kill(server, signal.SIGCONT)
+                    player.process.wait(40)
 
     def test_file_cut_while_playing(self):
         victim = os.path.join(WORK, "cut.wav")

@@ -13,7 +13,7 @@
 #include "playback/asio_feed.h"
 #include "playback/win32/asio_device.h"
 #include "playback/win32/asio_driver.h"
-#include "playback/win32/asio_thread.h"
+#include "playback/win32/driver_thread.h"
 
 namespace melorin {
 

@@ -20,6 +20,7 @@
 #include "playback/heard_position.h"
 #include "playback/ring_account.h"
 #include "playback/win32/device_base.h"
+#include "playback/win32/driver_thread.h"
 
 namespace melorin {
 
@@ -37,6 +38,9 @@ static_assert(sizeof(DSBUFFERDESC) == 36 && sizeof(DSBUFFERDESC1) == 20);
 
 /// Between the play cursor and what is heard: the mixer's own queue.
 constexpr uint32_t kLatencyMs = 60;
+/// How long a caller waits for DirectSound, which waits for the sound server behind it.
+constexpr uint32_t kOpenMs = 3000;
+constexpr uint32_t kReleaseMs = 1000;
 
 using CreateFunction = HRESULT(WINAPI*)(LPCGUID, LPDIRECTSOUND*, LPUNKNOWN);
 using EnumerateFunction = HRESULT(WINAPI*)(LPDSENUMCALLBACKA, LPVOID);
@@ -89,6 +93,19 @@ class DirectSoundHost {
 
 namespace {
 
+/// The last reference waits for the mixer's thread, which stands still together with the sound server behind
+/// it. So it is given away on another thread.
+void ReleaseInTime(std::shared_ptr<DirectSoundHost> host, ComPtr<IDirectSoundBuffer> buffer) {
+  try {
+    RunAsDriver(kReleaseMs, [host = std::move(host), buffer = std::move(buffer)]() mutable {
+      buffer.Reset();
+      host.reset();
+    });
+  } catch (const std::bad_alloc&) {
+    // Released here, then.
+  }
+}
+
 class DirectSoundDevice final : public DeviceBase<DeviceKind::kDirectSound> {
  public:
   DirectSoundDevice(std::shared_ptr<DirectSoundHost> host, std::vector<uint8_t> format, uint32_t buffer_bytes,
@@ -114,13 +131,14 @@ class DirectSoundDevice final : public DeviceBase<DeviceKind::kDirectSound> {
   HRESULT STDMETHODCALLTYPE Write(const uint8_t* data, uint32_t bytes) override;
 
  private:
+  ~DirectSoundDevice() override { ReleaseInTime(std::move(host_), std::move(buffer_)); }
   const WAVEFORMATEX& Format() const { return *reinterpret_cast<const WAVEFORMATEX*>(format_bytes_.data()); }
   HRESULT Refresh();
   HRESULT Restore();
   HRESULT Fill(RingAccount::Span span, const uint8_t* data);
   void SilenceStale();
 
-  const std::shared_ptr<DirectSoundHost> host_;
+  std::shared_ptr<DirectSoundHost> host_;
   const std::vector<uint8_t> format_bytes_;
   const uint32_t buffer_bytes_;
   const bool software_;
@@ -314,6 +332,59 @@ HRESULT DirectSoundDevice::Write(const uint8_t* data, uint32_t bytes) {
   return S_OK;
 }
 
+/// Attempts that somebody has given up and that have not ended yet.
+std::atomic<int32_t> g_hosts_in_vain{0};
+
+/// Makes a DirectSound object on a thread of its own.
+struct HostAttempt {
+  bool by_guid = false;
+  GUID guid = {};
+  HWND owner = nullptr;
+  bool create_primary = false;
+  HRESULT result = E_FAIL;
+  std::shared_ptr<DirectSoundHost> host;
+
+  void Run() {
+    try {
+      result = Make();
+    } catch (const std::bad_alloc&) {
+      result = E_OUTOFMEMORY;
+    }
+    if (FAILED(result)) host.reset();
+    const Lock lock(lock_);
+    ended_ = true;
+    if (abandoned_) --g_hosts_in_vain;
+  }
+  /// True when it has ended after all.
+  bool Abandon() {
+    const Lock lock(lock_);
+    if (ended_) return true;
+    abandoned_ = true;
+    ++g_hosts_in_vain;
+    return false;
+  }
+
+ private:
+  HRESULT Make() {
+    host = std::make_shared<DirectSoundHost>();
+    HRESULT made = DirectSoundLibrary().create(by_guid ? &guid : nullptr, host->object.Receive(), nullptr);
+    if (FAILED(made)) {
+      static_cast<void>(host->object.Detach());
+      return made;
+    }
+    made = host->object->SetCooperativeLevel(owner, DSSCL_PRIORITY);
+    if (FAILED(made)) return made;
+    ComPtr<IUnknown> version8;
+    host->version8 = SUCCEEDED(host->object->QueryInterface(kIidDirectSound8, version8.ReceiveVoid()));
+    if (create_primary) host->CreatePrimary();
+    return made;
+  }
+
+  CriticalSection lock_;
+  bool ended_ = false;
+  bool abandoned_ = false;
+};
+
 BOOL CALLBACK OnDevice(LPGUID guid, LPCSTR description, LPCSTR, LPVOID context) {
   auto& list = *static_cast<std::vector<DeviceInfo>*>(context);
   try {
@@ -334,25 +405,20 @@ HRESULT OpenDirectSoundHost(const GUID* guid, void* window, bool create_primary,
                             std::shared_ptr<DirectSoundHost>* out) {
   if (!out) return E_POINTER;
   out->reset();
-  const Library& library = DirectSoundLibrary();
-  if (!library.create) return E_FAIL;
+  if (!DirectSoundLibrary().create) return E_FAIL;
   if (guid && SameGuid(*guid, kDefaultPlayback)) guid = nullptr;
+  HWND owner = static_cast<HWND>(window);
+  if (!owner || !IsWindow(owner)) owner = GetDesktopWindow();
+  if (g_hosts_in_vain > 0) return kDeviceTimedOut;
   try {
-    auto host = std::make_shared<DirectSoundHost>();
-    HRESULT result = library.create(guid, host->object.Receive(), nullptr);
-    if (FAILED(result)) {
-      static_cast<void>(host->object.Detach());
-      return result;
-    }
-    HWND owner = static_cast<HWND>(window);
-    if (!owner || !IsWindow(owner)) owner = GetDesktopWindow();
-    result = host->object->SetCooperativeLevel(owner, DSSCL_PRIORITY);
-    if (FAILED(result)) return result;
-    ComPtr<IUnknown> version8;
-    host->version8 = SUCCEEDED(host->object->QueryInterface(kIidDirectSound8, version8.ReceiveVoid()));
-    if (create_primary) host->CreatePrimary();
-    *out = std::move(host);
-    return S_OK;
+    auto attempt = std::make_shared<HostAttempt>();
+    attempt->by_guid = guid != nullptr;
+    if (guid) attempt->guid = *guid;
+    attempt->owner = owner;
+    attempt->create_primary = create_primary;
+    if (!RunAsDriver(kOpenMs, [attempt] { attempt->Run(); }) && !attempt->Abandon()) return kDeviceTimedOut;
+    *out = std::move(attempt->host);
+    return attempt->result;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   }

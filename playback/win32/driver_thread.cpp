@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "playback/win32/asio_thread.h"
+#include "playback/win32/driver_thread.h"
 
 #include <objbase.h>
 #include <process.h>
@@ -10,11 +10,9 @@ namespace melorin {
 
 namespace {
 
-__attribute__((force_align_arg_pointer)) unsigned __stdcall RunDriverThread(void* argument) noexcept {
+__attribute__((force_align_arg_pointer)) unsigned __stdcall RunThread(void* argument) noexcept {
   const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(argument));
-  const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   (*body)();
-  if (SUCCEEDED(apartment)) CoUninitialize();
   return 0;
 }
 
@@ -44,8 +42,28 @@ bool DriverEvent::WaitAsCaller(uint32_t timeout_ms) {
 }
 
 bool StartDriverThread(std::function<void()> body) {
+  return StartLooseThread([run = std::move(body)] {
+    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    run();
+    if (SUCCEEDED(apartment)) CoUninitialize();
+  });
+}
+
+bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body) {
+  const auto ended = std::make_shared<DriverEvent>();
+  const auto run = std::make_shared<std::function<void()>>(std::move(body));
+  const bool started = *ended && StartDriverThread([run, ended] {
+    (*run)();
+    ended->Set();
+  });
+  if (started) return ended->WaitAsCaller(timeout_ms);
+  (*run)();
+  return true;
+}
+
+bool StartLooseThread(std::function<void()> body) {
   auto owned = std::make_unique<std::function<void()>>(std::move(body));
-  const uintptr_t handle = _beginthreadex(nullptr, 0, &RunDriverThread, owned.get(), 0, nullptr);
+  const uintptr_t handle = _beginthreadex(nullptr, 0, &RunThread, owned.get(), 0, nullptr);
   if (handle == 0) return false;
   static_cast<void>(owned.release());
   CloseHandle(reinterpret_cast<HANDLE>(handle));

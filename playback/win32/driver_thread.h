@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Threads and waits around an ASIO driver. A driver is a component of a single-threaded apartment that may
-// make windows and may never come back from a call, so it lives on a thread of its own that nobody has to
-// wait for longer than he wants.
+// Threads and waits around drivers that may never come back from a call: such a driver lives on a thread of
+// its own that nobody has to wait for longer than he wants.
 #pragma once
 
 #include <windows.h>
@@ -35,8 +34,13 @@ class DriverEvent {
   HANDLE handle_;
 };
 
-/// Runs the body on a new thread in an apartment of its own, which nobody joins: the body owns what it needs.
-/// False when no thread can be started; then the body is gone. Throws std::bad_alloc.
+/// Runs the body on a new thread that nobody joins: the body owns what it needs. False when no thread can be
+/// started; then the body is gone. Throws std::bad_alloc.
+bool StartLooseThread(std::function<void()> body);
+/// The same in an apartment of its own, for drivers that are components and may make windows.
 bool StartDriverThread(std::function<void()> body);
+/// Starts the body so and waits for its end as WaitAsCaller does. False when it has not ended in that time,
+/// or could not be started.
+bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body);
 
 }  // namespace melorin
