@@ -27,14 +27,8 @@ float FiniteOrZero(Sample value) {
 
 }  // namespace
 
-bool IsUncompressed(const WAVEFORMATEX& format) {
-  const uint32_t tag = PlainFormatTag(format);
-  return tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT;
-}
-
 bool ParseSampleLayout(const WAVEFORMATEX& format, SampleLayout* layout) {
-  const uint32_t tag = PlainFormatTag(format);
-  if (tag != WAVE_FORMAT_PCM && tag != WAVE_FORMAT_IEEE_FLOAT) return false;
+  if (!IsUncompressed(format)) return false;
   const uint32_t channels = format.nChannels;
   if (channels == 0 || channels > kMaxChannels) return false;
   if (format.nSamplesPerSec == 0 || format.nSamplesPerSec > kMaxSampleRate) return false;
@@ -43,7 +37,7 @@ bool ParseSampleLayout(const WAVEFORMATEX& format, SampleLayout* layout) {
   if (format.wBitsPerSample > width * 8) return false;
 
   SampleKind kind;
-  if (tag == WAVE_FORMAT_IEEE_FLOAT) {
+  if (PlainFormatTag(format) == WAVE_FORMAT_IEEE_FLOAT) {
     if (format.wBitsPerSample != width * 8 || (width != 4 && width != 8)) return false;
     kind = width == 4 ? SampleKind::kFloat32 : SampleKind::kFloat64;
   } else {

@@ -30,8 +30,6 @@ inline constexpr uint32_t kMaxSampleRate = 1536000;
 /// than kMaxChannels channels, a rate of 0 or above kMaxSampleRate, and a block align that the sample width
 /// does not explain.
 bool ParseSampleLayout(const WAVEFORMATEX& format, SampleLayout* layout);
-/// The tag is PCM or IEEE float, plain or as the extensible sub-format, whatever the rest says.
-bool IsUncompressed(const WAVEFORMATEX& format);
 
 /// Converts `samples` samples. Integers are divided by 2^(width-1), so widths up to 24 bits are exact and
 /// come back as they were when multiplied by the same power. A float that is not finite becomes 0: nothing

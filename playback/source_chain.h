@@ -5,12 +5,12 @@
 #pragma once
 
 #include <array>
-#include <functional>
 #include <memory>
 
 #include "platform/com_ptr.h"
 #include "playback/pcm_to_float.h"
 #include "playback/playback_chain.h"
+#include "sound/decoded_source.h"
 #include "sound/sound_library.h"
 
 namespace melorin {
@@ -23,9 +23,7 @@ namespace melorin {
 /// ever. Thread: see PlaybackChain. After Create nothing allocates, decoders and sources aside.
 class SourceChain final : public PlaybackChain {
  public:
-  /// As SoundLibrary::CreateDecoder.
-  using DecoderMaker =
-      std::function<HRESULT(const WAVEFORMATEX& in, WAVEFORMATEX* out, SoundDecoder** decoder)>;
+  using DecoderMaker = DecodedSource::DecoderMaker;
 
   /// Opens the file through the library. Failures are those of OpenSource and of Create.
   static HRESULT Open(const SoundLibrary& library, const WideChar* path, uint32_t flags,
@@ -52,37 +50,28 @@ class SourceChain final : public PlaybackChain {
   /// failure (a source that cannot seek) the chain goes on where it was.
   HRESULT Seek(uint32_t position_ms) override;
 
-  HRESULT NotifyStart() override { return source_->Start(); }
-  HRESULT NotifyPause() override { return source_->Pause(); }
-  HRESULT NotifyStop() override { return source_->Stop(); }
+  HRESULT NotifyStart() override { return samples_.Source().Start(); }
+  HRESULT NotifyPause() override { return samples_.Source().Pause(); }
+  HRESULT NotifyStop() override { return samples_.Source().Stop(); }
 
-  SoundSource* Source() const override { return source_.get(); }
+  SoundSource* Source() const override { return &samples_.Source(); }
 
  private:
-  explicit SourceChain(ComPtr<SoundSource> source);
-  HRESULT Prepare(const DecoderMaker& make_decoder);
-  HRESULT ChooseDecoder(const WAVEFORMATEX& in, const DecoderMaker& make_decoder);
-  HRESULT Refill();
-  HRESULT RefillDecoded();
-  HRESULT ReadPacket();
+  SourceChain() = default;
+  HRESULT Prepare(ComPtr<SoundSource> source, const DecoderMaker& make_decoder);
   size_t TakeFrames(float* out, size_t frames);
 
-  ComPtr<SoundSource> source_;
-  ComPtr<SoundDecoder> decoder_;  ///< None when packets are samples.
-  SampleLayout layout_;           ///< Of the decoder's output, or of the packets.
+  DecodedSource samples_;
+  SampleLayout layout_;  ///< Of the samples.
   uint32_t block_frames_ = 0;
   uint16_t source_bits_ = 0;
   uint32_t duration_ms_ = 0;
 
-  ComPtr<SoundBuffer> packet_;
-  ComPtr<SoundBuffer> pcm_;        ///< The decoder's output; the packet itself when there is no decoder.
-  const uint8_t* rest_ = nullptr;  ///< Samples not handed out yet, inside pcm_.
-  size_t rest_bytes_ = 0;
-  /// The first bytes of a frame that a packet ended in.
+  std::span<const uint8_t> rest_;  ///< Samples not handed out yet.
+  /// The first bytes of a frame that the rest ended in.
   std::array<uint8_t, kMaxChannels * 8> split_frame_{};
   size_t split_bytes_ = 0;
 
-  bool source_ended_ = false;
   bool ended_ = false;
   HRESULT failure_ = S_OK;  ///< What broke the track off.
 };

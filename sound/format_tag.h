@@ -19,4 +19,10 @@ inline uint32_t PlainFormatTag(const WAVEFORMATEX& format) {
   return SameGuid(extensible.SubFormat, WaveSubtype(tag)) ? tag : 0;
 }
 
+/// The tag is PCM or IEEE float, plain or as the extensible sub-format, whatever the rest says.
+inline bool IsUncompressed(const WAVEFORMATEX& format) {
+  const uint32_t tag = PlainFormatTag(format);
+  return tag == WAVE_FORMAT_PCM || tag == WAVE_FORMAT_IEEE_FLOAT;
+}
+
 }  // namespace melorin

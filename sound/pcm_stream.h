@@ -8,8 +8,8 @@
 #include <span>
 
 #include "platform/com_ptr.h"
+#include "sound/decoded_source.h"
 #include "sound/interfaces.h"
-#include "sound/wave_file.h"
 
 namespace melorin {
 
@@ -19,14 +19,12 @@ class SoundLibrary;
 /// time. Only Open and SeekTo allocate; sources and decoders aside.
 class PcmStream {
  public:
-  /// Takes over an opened source at its start. MPEG audio is decoded to floats, other compressed formats to
-  /// PCM, or to the other of the two where a decoder refuses the first. E_NOTIMPL when nothing decodes the
-  /// format, E_OUTOFMEMORY.
+  /// Takes over an opened source at its start. Failures are those of DecodedSource::Open.
   HRESULT Open(ComPtr<SoundSource> source, const SoundLibrary& library);
 
-  SoundSource& Source() const { return *source_; }
+  SoundSource& Source() const { return samples_.Source(); }
   /// Of the samples that come out; the block align is that of one frame.
-  const WAVEFORMATEX& Format() const { return *format_; }
+  const WAVEFORMATEX& Format() const { return samples_.Format(); }
 
   /// The next Read begins with that frame. Exact, and bit for bit what an unbroken decode gives, for Wave
   /// files of samples and for MPEG audio. Other sources are taken at their word: they are sought to the
@@ -39,29 +37,19 @@ class PcmStream {
   HRESULT Read(std::span<uint8_t> room, size_t* got);
 
  private:
-  HRESULT MakeDecoder(const SoundLibrary& library);
-  HRESULT MakeBuffers();
   HRESULT SeekExactly(uint64_t frame);
   HRESULT SeekNearly(uint64_t frame);
   HRESULT Rewind();
   HRESULT LearnLeadIn(uint32_t* frames);
   void Forget();
   HRESULT Refill();
-  HRESULT RefillDecoded();
-  HRESULT ReadPacket(uint32_t* bytes);
 
-  ComPtr<SoundSource> source_;
-  ComPtr<SoundDecoder> decoder_;  ///< None when packets are samples.
-  WaveFormat in_format_;
-  WaveFormat format_;
-  ComPtr<SoundBuffer> packet_;
-  ComPtr<SoundBuffer> pcm_;  ///< What samples come in: the decoder's output, or the packet.
-  std::span<uint8_t> rest_;  ///< Samples in pcm_ that have not been handed out.
-  uint64_t drop_bytes_ = 0;  ///< To be passed over before anything is handed out.
-  bool at_start_ = true;     ///< Nothing has been read yet.
+  DecodedSource samples_;
+  std::span<const uint8_t> rest_;  ///< Samples that have not been handed out.
+  uint64_t drop_bytes_ = 0;        ///< To be passed over before anything is handed out.
+  bool at_start_ = true;           ///< Nothing has been read yet.
   bool lead_in_known_ = false;
   uint32_t lead_in_frames_ = 0;
-  bool source_ended_ = false;
 };
 
 }  // namespace melorin

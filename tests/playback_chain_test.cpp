@@ -13,6 +13,7 @@
 #include "playback/pcm_to_float.h"
 #include "playback/source_chain.h"
 #include "sound/exports.h"
+#include "sound/format_tag.h"
 #include "sound/interfaces.h"
 
 namespace melorin {

@@ -198,7 +198,12 @@ TEST(EffectsChain, SoundsTheSameInBlocksOfAnyLength) {
       const auto chain = chain_of(block_ms);
       EXPECT_EQ(chain->BlockBytes(), BlockFrames(chain->SampleRate(), block_ms) * 8);
       EXPECT_LE(4 * block_ms, std::max(buffer_ms, 100u));
-      EXPECT_TRUE(Drain(*chain) == wanted) << block_ms << " ms";
+      const std::vector<float> out = Drain(*chain);
+      ASSERT_EQ(out.size(), wanted.size());
+      float difference = 0;  // The equalizer's histories are rounded between two blocks.
+      for (size_t i = 0; i < out.size(); ++i)
+        difference = std::max(difference, std::fabs(out[i] - wanted[i]));
+      EXPECT_LT(difference, 1e-6f) << block_ms << " ms";
     }
   }
 }
