@@ -471,12 +471,25 @@ void ListDesk::DeleteFiles() {
   if (!dialogs_.Confirm(u"将" + what + u"从磁盘移到回收站？")) return;
   // A file that is open cannot be moved, be it stopped.
   PlayerControl& control = player_.Control();
-  if (control.HasTrack() && std::find(paths.begin(), paths.end(), control.Item()->PathGbk()) != paths.end())
+  ItemRef played;
+  const uint32_t position_ms = control.PositionMs();
+  if (control.HasTrack() && std::find(paths.begin(), paths.end(), control.Item()->PathGbk()) != paths.end()) {
+    if (control.State() == PlayState::kPlaying) played = control.Item();
     control.LetGo();
+  }
   const size_t count = paths.size();
-  tasks_.Recycle(std::move(paths), [this, list, count](const FileTasks::PathSet& gone) {
+  tasks_.Recycle(std::move(paths), [this, list, count, played, position_ms](const FileTasks::PathSet& gone) {
     editor_.RemoveGone(
         list, [&](const std::string& path) { return gone.contains(path); }, u"删除文件");
+    // Unless the user has begun with something else meanwhile.
+    if (played && !player_.Control().HasTrack()) {
+      if (gone.contains(played->PathGbk())) {
+        player_.Control().Next();
+      } else {
+        player_.Control().Play();
+        player_.Control().Seek(position_ms);
+      }
+    }
     if (gone.size() == count) {
       player_.Tell(u"已删除 " + Number(count) + u" 个文件");
     } else {

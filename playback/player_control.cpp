@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "platform/file.h"
 #include "platform/text.h"
@@ -492,12 +493,27 @@ void PlayerControl::OnListEdited(const Playlist& list, const ListEdit& edit) {
     return;
   }
   index_.reset();
+  if (const auto again = gap_ ? NewIndexOfItem(edit) : std::nullopt) {
+    index_ = again;
+    gap_.reset();
+    return;
+  }
   gap_ = now ? now : edit.NewIndexOfNext(*old);
   if (gap_) return;
   // Behind the last one before it that is still there, so that what is added there follows.
   gap_ = 0;
   for (size_t i = std::min(*old, edit.moved_to.size()); i-- > 0 && *gap_ == 0;)
     if (const auto before = edit.NewIndex(i)) gap_ = *before + 1;
+}
+
+std::optional<size_t> PlayerControl::NewIndexOfItem(const ListEdit& edit) const {
+  if (edit.inserted == 0) return std::nullopt;
+  std::vector<bool> was_there(Count());
+  for (const uint32_t index : edit.moved_to)
+    if (index < was_there.size()) was_there[index] = true;
+  for (size_t i = 0; i < Count(); ++i)
+    if (!was_there[i] && list_->At(i).get() == item_.get()) return i;
+  return std::nullopt;
 }
 
 // ---- the program's start and end

@@ -155,7 +155,7 @@ class PlayerControl final : private EventTarget {
   void SetEndOfListStep(std::function<void()> step) { end_of_list_step_ = std::move(step); }
 
   /// The entries of that list have changed. When the playing entry is gone it plays on, and the entry that
-  /// followed it is the next.
+  /// followed it is the next; when it comes back, as by undo, it is the playing entry again.
   void OnListEdited(const Playlist& list, const ListEdit& edit);
 
   // ---- what the host brings
@@ -190,6 +190,8 @@ class PlayerControl final : private EventTarget {
   void Drop(ComPtr<PlaybackStream>& stream);
   void AfterFailure();
   std::optional<size_t> PlaceBeforeNext() const;
+  /// Where the edit has put the item that plays, if it has brought it.
+  std::optional<size_t> NewIndexOfItem(const ListEdit& edit) const;
   void StartTimer(uint32_t shortest_ms);
   void CancelTimer();
   void SetState(PlayState state);

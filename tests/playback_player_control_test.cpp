@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "playback_sim.h"
+#include "playlist/list_undo.h"
 #include "sound/text_out.h"
 
 namespace melorin {
@@ -863,6 +864,30 @@ TEST_F(PlayerControlTest, WhatFollowsWhenThePlayingEntryIsRemoved) {
   Heard();
   control_.Play();
   EXPECT_EQ(Heard(), "open a");
+}
+
+TEST_F(PlayerControlTest, AnEntryThatComesBackIsThePlayingOneAgain) {
+  MakeList("abcd", 10000);
+  ListHistory history;
+  const auto remove = [&](std::vector<size_t> indexes) {
+    ListEdit edit = RemoveEntries(*list_, indexes);
+    control_.OnListEdited(*list_, edit);
+    history.Add("remove", std::move(edit));
+  };
+  control_.OpenEntry(2);
+  remove({1, 2});  // a (C) d
+  remove({0});
+  control_.OnListEdited(*list_, *history.Undo(*list_));
+  EXPECT_EQ(control_.PlayingIndex(), std::nullopt) << "another one came back";
+  control_.OnListEdited(*list_, *history.Undo(*list_));
+  EXPECT_EQ(control_.PlayingIndex(), 2u);
+  control_.OnListEdited(*list_, *history.Redo(*list_));
+  EXPECT_EQ(control_.PlayingIndex(), std::nullopt);
+  Heard();
+  control_.Next();
+  EXPECT_EQ(Heard(), "open d");
+  control_.OnListEdited(*list_, *history.Undo(*list_));
+  EXPECT_EQ(control_.PlayingIndex(), 3u) << "it has been left meanwhile";
 }
 
 TEST_F(PlayerControlTest, PlayPassesOverAStoppedEntryThatWasRemoved) {

@@ -120,6 +120,24 @@ class Editing(ListTest):
         player.key("ctrl+z", "playlist")
         self.assertEqual(self.order(), self.names)
 
+    def test_the_playing_file_is_deleted(self):
+        player = self.player
+        files = [self.tone(f"删{i}.wav", 300 + 50 * i, 30) for i in range(3)]
+        player.refill(files)
+        self.click_row(1, times=2)
+        player.wait_status(state="playing", index=1)
+        player.screen.key("Delete")
+        player.wait_status(entries=2, index=None, state="playing")
+        player.key("ctrl+z", "playlist")
+        self.assertEqual(file_name(player.wait_status(entries=3, index=1)), "删1.wav")
+        known = player.screen.windows()
+        player.key("shift+Delete", "playlist")
+        dialog = player.new_window(known)
+        player.screen.key("Return")
+        player.wait_gone(dialog)
+        self.assertEqual(file_name(player.wait_status(entries=2, index=1, state="playing")), "删2.wav")
+        self.assertFalse(os.path.exists(files[1]))
+
     def test_remove_and_take_back(self):
         player = self.player
         player.refill(self.files)
