@@ -20,7 +20,7 @@ namespace melorin {
 ///   /add              append the paths to the list; what plays goes on
 ///   /list=NAME        of the list of that name, made when there is none; else see PlayerJobs
 ///   /play /pause      start or go on; pause, or go on when paused; nothing when stopped
-///   /stop /next /prev
+///   /stop /next /prev "/play /next" to a player that has not played yet begins with the second entry
 ///   /mode=N           play mode: 0 single, 1 repeat one, 2 in order, 3 repeat all, 4 random
 ///   /volume=N         0 to 100
 ///   /seek=MS          position within the track in milliseconds

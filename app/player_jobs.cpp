@@ -111,7 +111,12 @@ void PlayerJobs::Finish(ExpandedPaths expanded) {
   if (line.stop) control_.Stop();
   Load(line, expanded);
   if (std::exchange(first_, false)) ResumeAtStart(line);
-  if (line.next) control_.Next();
+  if (line.next) {
+    // Both together: what is to be played begins, and the next one takes its place.
+    if (line.play && !control_.HasTrack() && !control_.PlayingIndex())
+      control_.SetPlayingList(control_.PlayingList(), 0);
+    control_.Next();
+  }
   if (line.previous) control_.Previous();
   if (line.play) control_.Play();
   if (line.seek_ms) host_.SeekTo(*line.seek_ms);

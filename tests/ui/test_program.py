@@ -58,9 +58,7 @@ class Restarts(OwnPlayer):
             player.drag_window("player", (x, y), (x + 130, y + 50))
             wait_until(lambda: player.window("player").place[:2] == (HOME[0] + 130, HOME[1] + 50), 10,
                        lambda: player.window("player"))
-            player.command("/play")
-            player.wait_status(state="playing", index=0)
-            player.click("player", "next")
+            player.command("/play", "/next")
             played = file_name(player.wait_status(state="playing", index=1))
             places = {kind: player.window(kind).place for kind in ("player", "playlist", "lyric")}
             player.click("player", "exit")
