@@ -250,7 +250,6 @@ void Application::OnTrayMessage(WPARAM wparam, LPARAM lparam) {
     case TrayAction::kMiddle:
       menus_.Run(CommandId::kPlayPause);
       break;
-    case TrayAction::kDoubleClick:  // The click before it has shown or hidden the windows.
     case TrayAction::kNone:
       break;
   }

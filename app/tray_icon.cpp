@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "app/resource.h"
 #include "platform/com.h"
@@ -48,7 +49,7 @@ HICON IconOfFile(const std::u16string& path) {
 
 }  // namespace
 
-TrayEvent DecodeTrayMessage(bool has_version_4, WPARAM wparam, LPARAM lparam) {
+TrayEvent TrayMessages::Decode(bool has_version_4, WPARAM wparam, LPARAM lparam) {
   TrayEvent event;
   UINT what = static_cast<UINT>(lparam);
   if (has_version_4) {
@@ -56,8 +57,11 @@ TrayEvent DecodeTrayMessage(bool has_version_4, WPARAM wparam, LPARAM lparam) {
     event.at = POINT{GET_X_LPARAM(wparam), GET_Y_LPARAM(wparam)};
   }
   switch (what) {
+    case WM_LBUTTONDOWN:
+      second_of_two_ = false;
+      break;
     case WM_LBUTTONDBLCLK:
-      event.action = TrayAction::kDoubleClick;
+      second_of_two_ = true;
       break;
     case WM_MBUTTONUP:
       event.action = TrayAction::kMiddle;
@@ -79,6 +83,8 @@ TrayEvent DecodeTrayMessage(bool has_version_4, WPARAM wparam, LPARAM lparam) {
     default:
       break;
   }
+  if (event.action == TrayAction::kClick && what != NIN_KEYSELECT && std::exchange(second_of_two_, false))
+    event.action = TrayAction::kNone;
   return event;
 }
 

@@ -14,8 +14,7 @@ namespace melorin {
 
 enum class TrayAction {
   kNone,
-  kClick,  ///< Also the first half of a double click; and a key of somebody who has no mouse.
-  kDoubleClick,
+  kClick,  ///< Once for a double click too; and a key of somebody who has no mouse.
   kMenu,
   kMiddle,
 };
@@ -25,8 +24,16 @@ struct TrayEvent {
   std::optional<POINT> at;
 };
 
-/// `has_version_4`: whether the system speaks that version (see NIM_SETVERSION) with this icon.
-TrayEvent DecodeTrayMessage(bool has_version_4, WPARAM wparam, LPARAM lparam);
+/// What the icon's messages mean, which are to come in their order.
+class TrayMessages {
+ public:
+  /// `has_version_4`: whether the system speaks that version (see NIM_SETVERSION) with this icon.
+  TrayEvent Decode(bool has_version_4, WPARAM wparam, LPARAM lparam);
+
+ private:
+  /// The click that comes next is the second half of a double one.
+  bool second_of_two_ = false;
+};
 
 /// The beginning of a text, at most `most` units, without half a surrogate pair at its end.
 std::u16string_view CutText(std::u16string_view text, size_t most);
@@ -51,9 +58,7 @@ class TrayIcon {
   /// A message beside the icon, for a few seconds. At most 63 and 255 units.
   void ShowBalloon(std::u16string_view title, std::u16string_view text);
 
-  TrayEvent Decode(WPARAM wparam, LPARAM lparam) const {
-    return DecodeTrayMessage(has_version_4_, wparam, lparam);
-  }
+  TrayEvent Decode(WPARAM wparam, LPARAM lparam) { return messages_.Decode(has_version_4_, wparam, lparam); }
   /// To be called with every message of the window that it does not know: the desktop has started anew, and
   /// the icon with it. True when it was that message.
   bool OnTaskbarCreated(UINT message);
@@ -86,6 +91,7 @@ class TrayIcon {
   bool wanted_ = false;
   bool shown_ = false;
   bool has_version_4_ = false;
+  TrayMessages messages_;
   std::u16string tip_;
   std::u16string balloon_title_;
   std::u16string balloon_text_;

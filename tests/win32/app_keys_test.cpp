@@ -7,6 +7,8 @@
 
 #include <shellapi.h>
 
+#include <span>
+
 #include "app/hot_keys.h"
 #include "app/popup_menu.h"
 #include "app/tray_icon.h"
@@ -123,16 +125,15 @@ TEST(AppTrayIcon, MessagesOfBothKinds) {
     TrayAction action;
   } kCases[] = {
       {true, WM_LBUTTONUP, TrayAction::kNone},    {true, NIN_SELECT, TrayAction::kClick},
-      {true, NIN_KEYSELECT, TrayAction::kClick},  {true, WM_LBUTTONDBLCLK, TrayAction::kDoubleClick},
-      {true, WM_RBUTTONUP, TrayAction::kNone},    {true, WM_CONTEXTMENU, TrayAction::kMenu},
-      {true, WM_MBUTTONUP, TrayAction::kMiddle},  {true, WM_MOUSEMOVE, TrayAction::kNone},
-      {false, WM_LBUTTONUP, TrayAction::kClick},  {false, WM_LBUTTONDBLCLK, TrayAction::kDoubleClick},
+      {true, NIN_KEYSELECT, TrayAction::kClick},  {true, WM_RBUTTONUP, TrayAction::kNone},
+      {true, WM_CONTEXTMENU, TrayAction::kMenu},  {true, WM_MBUTTONUP, TrayAction::kMiddle},
+      {true, WM_MOUSEMOVE, TrayAction::kNone},    {false, WM_LBUTTONUP, TrayAction::kClick},
       {false, WM_RBUTTONUP, TrayAction::kMenu},   {false, WM_CONTEXTMENU, TrayAction::kNone},
       {false, WM_MBUTTONUP, TrayAction::kMiddle},
   };
   for (const auto& test : kCases) {
     const LPARAM lparam = test.version_4 ? MAKELPARAM(test.message, 1) : static_cast<LPARAM>(test.message);
-    const TrayEvent event = DecodeTrayMessage(test.version_4, MAKEWPARAM(0xFFFE, 7), lparam);
+    const TrayEvent event = TrayMessages().Decode(test.version_4, MAKEWPARAM(0xFFFE, 7), lparam);
     EXPECT_EQ(event.action, test.action) << test.version_4 << ' ' << test.message;
     ASSERT_EQ(event.at.has_value(), test.version_4);
     // A screen left of the first one has negative coordinates.
@@ -140,6 +141,23 @@ TEST(AppTrayIcon, MessagesOfBothKinds) {
       EXPECT_EQ(event.at->x, -2);
       EXPECT_EQ(event.at->y, 7);
     }
+  }
+}
+
+TEST(AppTrayIcon, ADoubleClickIsOneClick) {
+  const UINT one[] = {WM_LBUTTONDOWN, WM_LBUTTONUP, NIN_SELECT};
+  const UINT two[] = {WM_LBUTTONDOWN, WM_LBUTTONUP, NIN_SELECT, WM_LBUTTONDBLCLK, WM_LBUTTONUP, NIN_SELECT};
+  for (const bool version_4 : {false, true}) {
+    TrayMessages messages;
+    const auto clicks = [&](std::span<const UINT> sent) {
+      int count = 0;
+      for (const UINT message : sent)
+        count += messages.Decode(version_4, 0, static_cast<LPARAM>(message)).action == TrayAction::kClick;
+      return count;
+    };
+    EXPECT_EQ(clicks(two), 1);
+    EXPECT_EQ(clicks(one), 1);
+    EXPECT_EQ(clicks(two), 1);
   }
 }
 
