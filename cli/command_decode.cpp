@@ -49,13 +49,15 @@ class DecodeJob {
  private:
   int CheckTarget(const std::string& out_path) const;
   int OpenChain(const SoundLibrary& library, const std::string& in_path);
-  int MeasureGain(EffectSettings effects);
+  int OpenSource(const SoundLibrary& library, const std::string& in_path,
+                 std::unique_ptr<SourceChain>* out) const;
+  int MeasureGain(std::unique_ptr<SourceChain> decoded, std::optional<TrackGain>* gain);
   int OpenTarget(const std::optional<std::string>& out_path);
   uint64_t SkipBySeeking(uint64_t first_frame);
   int Pump();
   int WriteBlock(SoundBuffer& block, RangeCutter& cutter);
   int WriteFailed(HRESULT result) const;
-  void ShowProgress(const char* what, uint64_t frames);
+  void ShowProgress(const char* what, const PlaybackChain& chain, uint64_t frames);
   void Report() const;
 
   const CommandContext& context_;
@@ -100,42 +102,52 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
 
 int DecodeJob::OpenChain(const SoundLibrary& library, const std::string& in_path) {
   std::unique_ptr<SourceChain> decoded;
-  HRESULT result =
-      SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), options_.open_flags, &decoded);
-  if (FAILED(result)) return context_.Fail(in_name_, OpenFailureText(library, in_path, result));
+  if (const int failed = OpenSource(library, in_path, &decoded)) return failed;
   ChainOptions chain = options_.chain;
   if (options_.auto_gain) {
     chain.effects.gain = ReadTrackGain(*decoded->Source());
-    chain.scan_gain = !chain.effects.gain;
-    if (chain.effects.gain) gain_fact_ = GainFact(*chain.effects.gain, "of the tags");
+    const char* origin = "of the tags";
+    if (!chain.effects.gain) {
+      if (const int failed = MeasureGain(std::move(decoded), &chain.effects.gain)) return failed;
+      origin = "measured";
+      // Opened again: not every source can be brought back to its start.
+      if (const int failed = OpenSource(library, in_path, &decoded)) return failed;
+    }
+    gain_fact_ = chain.effects.gain ? GainFact(*chain.effects.gain, origin) : ", too quiet for a gain";
   }
-  result = EffectsChain::Create(std::move(decoded), chain, &chain_);
+  const HRESULT result = EffectsChain::Create(std::move(decoded), chain, &chain_);
   if (FAILED(result)) return context_.Fail(ResultText(result));
   if (options_.chain.resample_rate != 0 && chain_->SampleRate() != options_.chain.resample_rate)
     return context_.Fail(in_name_, "cannot be resampled to that rate");
-  return chain.scan_gain ? MeasureGain(chain.effects) : kExitDone;
+  return kExitDone;
+}
+
+int DecodeJob::OpenSource(const SoundLibrary& library, const std::string& in_path,
+                          std::unique_ptr<SourceChain>* out) const {
+  const HRESULT result =
+      SourceChain::Open(library, AsWide(Utf16FromGbk(in_path).c_str()), options_.open_flags, out);
+  return FAILED(result) ? context_.Fail(in_name_, OpenFailureText(library, in_path, result)) : kExitDone;
 }
 
 /// Plays the track unheard, to its end.
-int DecodeJob::MeasureGain(EffectSettings effects) {
+int DecodeJob::MeasureGain(std::unique_ptr<SourceChain> decoded, std::optional<TrackGain>* gain) {
+  std::unique_ptr<EffectsChain> chain;
   ComPtr<SoundBuffer> block;
-  if (FAILED(CreateSoundBuffer(block.Receive(), chain_->BlockBytes())))
-    return context_.Fail(ResultText(E_OUTOFMEMORY));
+  HRESULT result = EffectsChain::Create(std::move(decoded), {.scan_gain = true}, &chain);
+  if (SUCCEEDED(result)) result = CreateSoundBuffer(block.Receive(), chain->BlockBytes());
+  if (FAILED(result)) return context_.Fail(ResultText(result));
   uint64_t frames = 0;
-  HRESULT result = chain_->NotifyStart();
+  result = chain->NotifyStart();
   while (result == S_OK && !interrupt_.Interrupted()) {
-    result = chain_->NextBlock(*block);
-    frames += chain_->BlockBytes() / sizeof(float) / chain_->Channels();
-    ShowProgress("measuring", frames);
+    result = chain->NextBlock(*block);
+    frames += chain->BlockBytes() / sizeof(float) / chain->Channels();
+    ShowProgress("measuring", *chain, frames);
   }
-  chain_->NotifyStop();
+  chain->NotifyStop();
   if (interrupt_.Interrupted()) return context_.Fail(in_name_, "broken off");
-  if (SUCCEEDED(result)) result = chain_->Seek(0);
   if (FAILED(result))
     return context_.Fail(in_name_, "its loudness cannot be measured: " + ResultText(result));
-  effects.gain = chain_->ScannedGain();
-  gain_fact_ = effects.gain ? GainFact(*effects.gain, "measured") : ", too quiet for a gain";
-  chain_->Set(effects);
+  *gain = chain->ScannedGain();
   return kExitDone;
 }
 
@@ -194,7 +206,7 @@ int DecodeJob::Pump() {
     result = chain_->NextBlock(*block);
     if (result != S_OK) break;
     if (const int failed = WriteBlock(*block, cutter)) return failed;
-    ShowProgress("decoding", frames_written_);
+    ShowProgress("decoding", *chain_, frames_written_);
   }
   chain_->NotifyStop();
   if (interrupt_.Interrupted()) return context_.Fail(in_name_, "broken off");
@@ -231,12 +243,14 @@ int DecodeJob::WriteFailed(HRESULT result) const {
   return context_.Fail(out_name_, "cannot be written: " + reason);
 }
 
-void DecodeJob::ShowProgress(const char* what, uint64_t frames) {
+void DecodeJob::ShowProgress(const char* what, const PlaybackChain& chain, uint64_t frames) {
   const uint32_t now_ms = SystemClock().TickMs();
   if (now_ms - shown_ms_ < kProgressEveryMs) return;
   shown_ms_ = now_ms;
-  context_.console.Progress(in_name_ + ": " + what + " " + std::to_string(frames / chain_->SampleRate()) +
-                            " of " + std::to_string(chain_->DurationMs() / 1000) + " s");
+  const uint32_t duration_ms = chain.DurationMs();
+  const bool known = duration_ms != 0 && duration_ms != UINT32_MAX;
+  context_.console.Progress(in_name_ + ": " + what + " " + std::to_string(frames / chain.SampleRate()) +
+                            (known ? " of " + std::to_string(duration_ms / 1000) : "") + " s");
 }
 
 void DecodeJob::Report() const {

@@ -270,6 +270,11 @@ class EndToEnd(unittest.TestCase):
         self.assertGreater(max(out), 30000)
         # 1 kHz in both channels is as loud as its peak is high: -12.04; the common loudness is -18.
         self.assertAlmostEqual(level("same.wav", "--gain", "auto")[0], -5.96, delta=0.1)
+        # Without a byte rate nothing can be sought, not even the start after measuring.
+        with open(self.path("same.wav"), "r+b") as file:
+            file.seek(28)
+            file.write(bytes(4))
+        self.assertAlmostEqual(level("same.wav", "--gain", "auto")[0], -5.96, delta=0.1)
 
     def test_start_and_length_count_frames_exactly(self):
         data = self.wave("a.wav", frames=120000)
