@@ -52,7 +52,7 @@ class DecodeJob {
   int OpenSource(const SoundLibrary& library, const std::string& in_path,
                  std::unique_ptr<SourceChain>* out) const;
   int MeasureGain(std::unique_ptr<SourceChain> decoded, std::optional<TrackGain>* gain);
-  int OpenTarget(const std::optional<std::string>& out_path);
+  int OpenTarget(const SoundLibrary& library, const std::optional<std::string>& out_path);
   uint64_t SkipBySeeking(uint64_t first_frame);
   int Pump();
   int WriteBlock(SoundBuffer& block, RangeCutter& cutter);
@@ -91,7 +91,7 @@ int DecodeJob::Run(const SoundLibrary& library, const std::string& in_path,
     dither_ = DitherShaper::Create(parameters);
     if (!dither_) return context_.Fail(ResultText(E_OUTOFMEMORY));
   }
-  if (const int failed = OpenTarget(out_path)) return failed;
+  if (const int failed = OpenTarget(library, out_path)) return failed;
   if (const int failed = Pump()) return failed;
   // The input may be the very file that is replaced now.
   chain_.reset();
@@ -167,7 +167,7 @@ int DecodeJob::CheckTarget(const std::string& out_path) const {
   return kExitDone;
 }
 
-int DecodeJob::OpenTarget(const std::optional<std::string>& out_path) {
+int DecodeJob::OpenTarget(const SoundLibrary& library, const std::optional<std::string>& out_path) {
   // More than two channels need the layout that says which speaker each is for.
   const WAVEFORMATEXTENSIBLE extensible = MakeExtensible(format_);
   const WAVEFORMATEX& written = format_.nChannels > 2 ? extensible.Format : format_;
@@ -175,7 +175,7 @@ int DecodeJob::OpenTarget(const std::optional<std::string>& out_path) {
     const HRESULT result = CreateWaveStreamTarget(context_.console, written, &target_);
     return FAILED(result) ? WriteFailed(result) : kExitDone;
   }
-  const HRESULT result = CreateWaveFileTarget(*out_path, written, &target_);
+  const HRESULT result = CreateWaveFileTarget(library, *out_path, written, &target_);
   return FAILED(result) ? context_.Fail(out_name_, "cannot be created: " + ResultText(result)) : kExitDone;
 }
 

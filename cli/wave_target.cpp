@@ -73,14 +73,12 @@ std::string PartPath(const std::string& path_gbk) {
 
 }  // namespace
 
-HRESULT CreateWaveFileTarget(const std::string& path_gbk, const WAVEFORMATEX& format,
-                             std::unique_ptr<WaveTarget>* out) try {
+HRESULT CreateWaveFileTarget(const SoundLibrary& library, const std::string& path_gbk,
+                             const WAVEFORMATEX& format, std::unique_ptr<WaveTarget>* out) try {
   const std::string part_path = PartPath(path_gbk);
   if (part_path.empty()) return E_FAIL;
-  const ComPtr<SoundOutputEntry> entry = CreateWaveOutputEntry();
-  if (!entry) return E_OUTOFMEMORY;
   ComPtr<SoundOutput> output;
-  HRESULT result = entry->CreateOutput(output.Receive());
+  HRESULT result = library.CreateOutput(kWaveOutputName, output.Receive());
   if (FAILED(result)) return result;
   SoundOutput& opened = *output;
   auto target = std::make_unique<WaveFileTarget>(std::move(output), path_gbk, part_path);

@@ -11,6 +11,7 @@
 
 #include "cli/console.h"
 #include "platform/com.h"
+#include "sound/sound_library.h"
 
 namespace melorin {
 
@@ -26,10 +27,10 @@ class WaveTarget {
 /// platform's "access denied").
 inline constexpr HRESULT kTargetKept = static_cast<HRESULT>(0x80070005);
 
-/// Writes beside `path_gbk`, through the sound library's Wave output, and Finish swaps the file in.
+/// Writes beside `path_gbk`, through the library's Wave output, and Finish swaps the file in.
 /// E_FAIL when the file cannot be created.
-HRESULT CreateWaveFileTarget(const std::string& path_gbk, const WAVEFORMATEX& format,
-                             std::unique_ptr<WaveTarget>* out);
+HRESULT CreateWaveFileTarget(const SoundLibrary& library, const std::string& path_gbk,
+                             const WAVEFORMATEX& format, std::unique_ptr<WaveTarget>* out);
 
 /// Writes to standard output, as programs at the other end of a pipe expect it: the length is not known when
 /// the header goes out, so both sizes in it are 0xFFFFFFFF.

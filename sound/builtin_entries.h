@@ -39,7 +39,9 @@ ComPtr<SoundDecoderEntry> CreateDmoDecoderEntry();
 /// "ACM Audio Decoders": the platform's audio compression manager.
 ComPtr<SoundDecoderEntry> CreateAcmDecoderEntry();
 
-/// "Wave 文件输出": writes PCM to a Wave file.
+/// The name by which the library hands it out.
+inline constexpr char16_t kWaveOutputName[] = u"Wave 文件输出";
+/// Writes PCM to a Wave file.
 ComPtr<SoundOutputEntry> CreateWaveOutputEntry();
 
 }  // namespace melorin

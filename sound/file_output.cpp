@@ -53,7 +53,7 @@ class WaveOutputEntry final : public ComObject<SoundOutputEntry> {
     *out = new (std::nothrow) WaveFileOutput();
     return *out ? S_OK : E_OUTOFMEMORY;
   }
-  HRESULT STDMETHODCALLTYPE GetName(WideChar** name) override { return HandOutText(u"Wave 文件输出", name); }
+  HRESULT STDMETHODCALLTYPE GetName(WideChar** name) override { return HandOutText(kWaveOutputName, name); }
 };
 
 }  // namespace

@@ -180,6 +180,17 @@ HRESULT SoundLibrary::CreateDecoder(const WAVEFORMATEX& in, WAVEFORMATEX* out, S
   return E_NOTIMPL;
 }
 
+HRESULT SoundLibrary::CreateOutput(std::u16string_view name, SoundOutput** out) const {
+  if (!out) return E_POINTER;
+  *out = nullptr;
+  for (const auto& entry : impl_->registry.outputs) {
+    TaskText entry_name;
+    if (FAILED(entry.object->GetName(entry_name.Receive()))) continue;
+    if (entry_name.get() == name) return entry.object->CreateOutput(out);
+  }
+  return E_NOTIMPL;
+}
+
 std::vector<FileFilter> SoundLibrary::FileFilters() const {
   std::vector<FileFilter> filters;
   for (const std::u16string& description : ReaderDescriptions())

@@ -50,6 +50,9 @@ class SoundLibrary {
   /// comes with the wanted format tag (WAVE_FORMAT_PCM) and is completed. E_NOTIMPL when none does.
   HRESULT CreateDecoder(const WAVEFORMATEX& in, WAVEFORMATEX* out, SoundDecoder** decoder) const;
 
+  /// Of the first output entry of that name. E_NOTIMPL when there is none.
+  HRESULT CreateOutput(std::u16string_view name, SoundOutput** out) const;
+
   std::vector<FileFilter> FileFilters() const;
   /// Text for the platform's open dialog: "all playable files", then one entry a reader, each as
   /// label NUL patterns NUL, with a NUL at the end.

@@ -205,8 +205,11 @@ TEST(BuiltInEntries, CountTheirReferencesAndCheckTheirOutPointers) {
 }
 
 TEST(WaveOutput, WritesAFileThatTheWaveReaderTakes) {
+  SoundLibrary library;
+  ASSERT_EQ(library.Start(""), S_OK);
   ComPtr<SoundOutput> output;
-  ASSERT_EQ(CreateWaveOutputEntry()->CreateOutput(output.Receive()), S_OK);
+  EXPECT_EQ(library.CreateOutput(u"Wave", output.Receive()), E_NOTIMPL);
+  ASSERT_EQ(library.CreateOutput(u"Wave 文件输出", output.Receive()), S_OK);
   const std::u16string path = Utf16FromGbk(TempDirectory() + "melorin_output.wav");
   const WAVEFORMATEX pcm = {WAVE_FORMAT_PCM, 1, 8000, 16000, 2, 16, 0};
   const uint8_t samples[] = {1, 0, 2, 0, 3, 0};
@@ -216,8 +219,6 @@ TEST(WaveOutput, WritesAFileThatTheWaveReaderTakes) {
   EXPECT_EQ(output->Write(samples, 2), S_OK);
   ASSERT_EQ(output->Close(), S_OK);
 
-  SoundLibrary library;
-  ASSERT_EQ(library.Start(""), S_OK);
   ComPtr<SoundSource> source;
   ASSERT_EQ(library.OpenSource(AsWide(path.c_str()), 0, source.Receive()), S_OK);
   const auto packet = MemorySoundBuffer::Create(100);
