@@ -18,6 +18,7 @@ struct EqualizerFilters {
 
   /// The numerator's constant. It is not -1: a band lets a little of the lowest frequencies through.
   static constexpr float kNumerator = -1.005f;
+  static constexpr float kNumeratorRest = kNumerator + 1;
 
   uint32_t bands = 0;     ///< How many take part, 0 to 10.
   uint32_t channels = 0;  ///< Of a frame; the first two are worked on.
@@ -34,15 +35,17 @@ struct EqualizerFilters {
 /// each frame, a frame's gains are `gain` + `gain_move` × its weight. For each band in ascending order:
 ///   w = alpha × s + gamma × w1 - beta × w2
 ///   s = s + gain × (w + kNumerator × w2)
-/// The first line is done by way of w's rise from frame to frame, w1 - w2 when a call begins, in single
-/// precision and in this order of operations:
+/// Both are done by way of w's rise from frame to frame, w1 - w2 when a call begins, in single precision and
+/// in this order of operations:
+///   past = kNumeratorRest × w2 + rise
 ///   rise = (alpha × s + beta × rise) - pull × w1
 ///   w = w1 + rise
-/// That is the same sum, for beta × w2 is beta × (w1 - rise). But the poles of the low bands lie so near 1
-/// that gamma and beta are almost 2 and 1. Rounded, those would move 31 Hz by up to 0.3 % at 48 kHz, and
-/// every rounding of w would push the filter where here it only shifts it. The response is within 0.001 dB of
-/// the design up to 384 kHz this way; with the sum as it stands above, it is 0.03 dB off at 48 kHz and 1.4
-/// at 384.
+///   s = s + gain × (rise + past)
+/// These are the same sums, with w1 - rise for w2. But the poles of the low bands lie so near 1 that gamma
+/// and beta are almost 2 and 1, and w is a hundred times the band's output. As the sums stand above, rounding
+/// would move 31 Hz by up to 0.3 % at 48 kHz; what is rounded off w would push the filter, where here it only
+/// shifts it, and would be noise in its output. The response is within 0.001 dB of the design up to 384 kHz
+/// this way, against 0.03 dB at 48 kHz and 1.4 at 384; noise beside a bass tone is 20 dB less.
 using EqualizerRoutine = void (*)(EqualizerFilters& filters, float* samples, size_t frames,
                                   const float* weights);
 

@@ -19,9 +19,11 @@ void RunEqualizerPlain(EqualizerFilters& filters, float* samples, size_t frames,
         float& w2 = filters.w2[k][c];
         float gain = filters.gain[k][c];
         if (weights) gain += filters.gain_move[k][c] * weights[n];
-        rises[k] = (filters.alpha[k][c] * s + filters.beta[k][c] * rises[k]) - filters.pull[k][c] * w1;
-        const float w = w1 + rises[k];
-        s = s + gain * (w + EqualizerFilters::kNumerator * w2);
+        float& rise = rises[k];
+        const float past = EqualizerFilters::kNumeratorRest * w2 + rise;
+        rise = (filters.alpha[k][c] * s + filters.beta[k][c] * rise) - filters.pull[k][c] * w1;
+        const float w = w1 + rise;
+        s = s + gain * (rise + past);
         w2 = w1;
         w1 = w;
       }

@@ -115,11 +115,11 @@ class Pipeline {
       weight[kPair] = Next<kPair>(weight, sample_weight);
       gain = _mm_add_ps(gain, _mm_mul_ps(gain_move_[kPair], weight[kPair]));
     }
+    const __m128 past = _mm_add_ps(_mm_mul_ps(_mm_set1_ps(EqualizerFilters::kNumeratorRest), w2), rise);
     rise = _mm_sub_ps(_mm_add_ps(_mm_mul_ps(alpha_[kPair], s), _mm_mul_ps(beta_[kPair], rise)),
                       _mm_mul_ps(pull_[kPair], w1));
     const __m128 w = _mm_add_ps(w1, rise);
-    const __m128 numerator = _mm_set1_ps(EqualizerFilters::kNumerator);
-    signal[kPair] = _mm_add_ps(s, _mm_mul_ps(gain, _mm_add_ps(w, _mm_mul_ps(numerator, w2))));
+    signal[kPair] = _mm_add_ps(s, _mm_mul_ps(gain, _mm_add_ps(rise, past)));
     return w;
   }
 
@@ -127,11 +127,10 @@ class Pipeline {
   template <size_t kPair>
   void WorkTwice(const __m128 (&sample)[kSkew], const __m128 (&sample_weight)[kSkew]) {
     const __m128 w1 = w1_[kPair];
-    __m128 rise = rise_[kPair];
-    const __m128 w = Work<kPair>(signal_[0], weight_[0], sample[0], sample_weight[0], w1, w2_[kPair], rise);
+    const __m128 w =
+        Work<kPair>(signal_[0], weight_[0], sample[0], sample_weight[0], w1, w2_[kPair], rise_[kPair]);
     w2_[kPair] = w;
-    w1_[kPair] = Work<kPair>(signal_[1], weight_[1], sample[1], sample_weight[1], w, w1, rise);
-    rise_[kPair] = rise;
+    w1_[kPair] = Work<kPair>(signal_[1], weight_[1], sample[1], sample_weight[1], w, w1, rise_[kPair]);
   }
 
   // Calls a function with each register's number from the last down, since each takes what the one below has
