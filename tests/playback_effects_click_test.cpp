@@ -44,6 +44,11 @@ std::vector<EffectCase> Cases() {
          for (int32_t& value : s.equalizer.values)
            value = d.Roll(-12, 1);
        }},
+      {"equalizer",
+       [](EffectSettings& s, Dice& d) {
+         for (int32_t& value : s.equalizer.values)
+           value = d.Roll(-12, 12);
+       }},
       // The tone goes 12 dB over full scale and is held down.
       {"gain that the limiter holds", [](EffectSettings& s, Dice& d) { s.extra_gain_db = d.Roll(0, 24); }},
   };
@@ -79,15 +84,36 @@ TEST(EffectClicks, TheEarHearsAHardSwitch) {
   EXPECT_GT(Decibels(after), -70);
 }
 
-TEST(EffectClicks, NoneWhateverIsChanged) {
-  for (const EffectCase& c : Cases()) {
-    SCOPED_TRACE(c.name);
+struct ToneCase {
+  EffectCase effect;
+  uint32_t hz = 1000;
+  uint32_t rate = 22050;
+  ChainOptions options = {};
+};
+
+std::vector<ToneCase> ToneCases() {
+  std::vector<ToneCase> cases;
+  for (const EffectCase& effect : Cases()) {
+    const std::string_view name = effect.name;
     // The lower rate is quicker, but has no 16 kHz.
-    const uint32_t rate = std::string_view(c.name) == "16 kHz" ? 44100 : 22050;
-    const auto chain = MakeChain(Tone(rate, uint64_t{rate} * 3600));
+    cases.push_back({effect, 1000, name == "16 kHz" ? 44100u : 22050u});
+    if (name == "all" || name == "equalizer") cases.push_back({effect, 10000, 44100});
+    if (name != "all") continue;
+    cases.push_back({effect, 50});
+    cases.push_back({effect, 1000, 22050, {.resample_rate = 32000, .scan_gain = true}});
+  }
+  return cases;
+}
+
+TEST(EffectClicks, NoneWhateverIsChanged) {
+  for (const ToneCase& tone : ToneCases()) {
+    const EffectCase& c = tone.effect;
+    SCOPED_TRACE(testing::Message() << c.name << ", tone of " << tone.hz << " Hz");
+    const auto chain = MakeChain(Tone(tone.rate, uint64_t{tone.rate} * 3600, tone.hz), tone.options);
+    const uint32_t rate = chain->SampleRate();
     const ComPtr<SoundBuffer> block = MakeBlock(*chain);
     Dice dice(7);
-    ClickEar ear(rate);
+    ClickEar ear(rate, tone.hz);
     EffectSettings settings;
     std::vector<float> out;
     double residue = 0;
@@ -172,7 +198,7 @@ TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
     const auto one = [&](size_t index, EffectSettings& s) { cases[index].change(s, dice); };
     for (int change = 0; change < kChanges && !stop; ++change) {
       EffectSettings settings;
-      if (dice.Roll(0, 3) != 0) one(static_cast<size_t>(dice.Roll(0, 5)), settings);
+      if (dice.Roll(0, 3) != 0) one(static_cast<size_t>(dice.Roll(0, 6)), settings);
       if (dice.Roll(0, 3) == 0) ChangeBand(settings, dice, static_cast<size_t>(dice.Roll(0, 10)));
       const uint32_t seen = blocks;
       effects->Set(settings);

@@ -119,24 +119,27 @@ inline std::vector<float> Drain(PlaybackChain& chain, HRESULT* end = nullptr) {
   }
 }
 
-/// What is left of a signal above 5 kHz: an eighth-order Butterworth high-pass, 112 dB down at 1 kHz. Source
-/// of the sections: R. Bristow-Johnson, Cookbook formulae for audio EQ biquad filter coefficients.
+/// What is left of a signal far from the tone that is played: for one up to 1 kHz what lies above 5 kHz (1
+/// kHz is 112 dB down there), for a higher one what lies below 3 kHz (10 kHz is 96 dB down). An eighth-order
+/// Butterworth filter. Source of the sections: R. Bristow-Johnson, Cookbook formulae for audio EQ biquad
+/// filter coefficients.
 class ClickEar {
  public:
-  explicit ClickEar(uint32_t rate) {
-    const double w = 2 * std::numbers::pi * 5000 / rate;
+  explicit ClickEar(uint32_t rate, uint32_t tone_hz = 1000) : middle_(tone_hz <= 1000 ? -2 : 2) {
+    const double w = 2 * std::numbers::pi * (tone_hz <= 1000 ? 5000 : 3000) / rate;
     constexpr std::array<double, 4> kQ = {0.50979558, 0.60134489, 0.89997622, 2.56291545};
     for (size_t k = 0; k < kQ.size(); ++k) {
       const double alpha = std::sin(w) / (2 * kQ[k]);
       const double a0 = 1 + alpha;
-      sections_[k] = {(1 + std::cos(w)) / 2 / a0, -2 * std::cos(w) / a0, (1 - alpha) / a0, 0, 0};
+      sections_[k] = {(1 - std::copysign(std::cos(w), middle_)) / 2 / a0, -2 * std::cos(w) / a0,
+                      (1 - alpha) / a0, 0, 0};
     }
   }
   double Next(double x) {
     for (Section* section = sections_.data(); section < sections_.data() + sections_.size(); ++section) {
       const Section s = *section;
       const double y = s.b * x + s.s1;
-      section->s1 = -2 * s.b * x - s.a1 * y + s.s2;
+      section->s1 = middle_ * s.b * x - s.a1 * y + s.s2;
       section->s2 = s.b * x - s.a2 * y;
       x = y;
     }
@@ -148,21 +151,22 @@ class ClickEar {
     double b, a1, a2, s1, s2;
   };
   std::array<Section, 4> sections_;
+  const double middle_;  ///< Of each numerator, by its ends.
 };
 
 inline double Decibels(double value) {
   return 20 * std::log10(std::max(value, 1e-20));
 }
 
-/// 1 kHz at -12 dBFS; the right channel is one radian ahead, so that nothing cancels out.
-inline Signal Tone(uint32_t rate, uint64_t frames) {
+/// A tone of a multiple of 5 Hz at -12 dBFS; the right channel is one radian ahead, so that nothing cancels
+/// out.
+inline Signal Tone(uint32_t rate, uint64_t frames, uint32_t hz = 1000) {
   Signal tone{.rate = rate, .frames = frames};
-  constexpr uint32_t kCycles = 20;  // Whole frames at 22050 and 44100 Hz.
-  const uint32_t period = rate * kCycles / 1000;
+  const uint32_t period = rate / 5;
   for (uint32_t i = 0; i < period; ++i)
     for (uint32_t channel = 0; channel < 2; ++channel)
       tone.loop.push_back(
-          static_cast<float>(0.25 * std::sin(2 * std::numbers::pi * kCycles * i / period + channel)));
+          static_cast<float>(0.25 * std::sin(2 * std::numbers::pi * hz * i / rate + channel)));
   return tone;
 }
 

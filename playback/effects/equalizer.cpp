@@ -105,6 +105,8 @@ bool Equalizer::IsIdle() {
     for (size_t k = 0; k < filters_.bands; ++k)
       SetBoth(filters_.gain_move, k, target_[k] - current_[k]);
     ramp_.Start();
+    // To filters at rest the sound is one that begins at once, and the low bands ring from that.
+    if (idle_) lead_frames_ = ramp_.FramesLeft();
     idle_ = false;
   } else if (!idle_ && target_ == Gains{}) {
     Clear(filters_);
@@ -114,6 +116,13 @@ bool Equalizer::IsIdle() {
 }
 
 void Equalizer::Process(float* samples, size_t frames) {
+  if (lead_frames_ > 0) {
+    const size_t count = std::min(frames, lead_frames_);
+    run_(filters_, samples, count, nullptr);
+    samples += count * filters_.channels;
+    frames -= count;
+    lead_frames_ -= count;
+  }
   while (frames > 0 && ramp_.IsRunning()) {
     float weights[kMovingFrames];
     const size_t count = std::min({frames, ramp_.FramesLeft(), kMovingFrames});
@@ -131,6 +140,7 @@ void Equalizer::Process(float* samples, size_t frames) {
 
 void Equalizer::Flush() {
   ramp_.Finish();
+  lead_frames_ = 0;
   TakeOver();
   Settle(wanted_);
   Clear(filters_);

@@ -67,7 +67,8 @@ class Equalizer final : public SoundStage {
   ChangeRamp ramp_;
   Gains current_{};  ///< Of the last block; while a ramp runs what it left.
   Gains target_{};
-  Gains wanted_{};  ///< Becomes the target when the ramp under way has ended.
+  Gains wanted_{};          ///< Becomes the target when the ramp under way has ended.
+  size_t lead_frames_ = 0;  ///< What filters that begin anew are still to hear before the ramp.
   bool idle_ = true;
 };
 
