@@ -19,6 +19,10 @@ size_t LookAheadFrames(uint32_t sample_rate) {
       static_cast<size_t>(uint64_t{sample_rate} * Limiter::kLookAheadMs / 1000) & ~size_t{1}, 8);
 }
 
+size_t HoldFrames(uint32_t sample_rate) {
+  return static_cast<size_t>(uint64_t{sample_rate} * Limiter::kHoldMs / 1000);
+}
+
 }  // namespace
 
 void Limiter::RunningMean::SetLength(size_t length) {
@@ -62,12 +66,13 @@ float Limiter::RunningMinimum::Next(float value) {
   return queue_[first_].value;
 }
 
-// Window of the minimum: the look-ahead and the frame itself, W = L + 1. Means of L / 2 + 1 each span L + 1.
+// Window of the minimum: the look-ahead, the frame itself and the hold. Means of L / 2 + 1 each span L + 1,
+// the look-ahead and the frame.
 Limiter::Limiter(uint32_t sample_rate, uint16_t channels)
     : channels_(channels),
       look_ahead_(LookAheadFrames(sample_rate)),
       release_(std::exp(-1000.0 / (static_cast<double>(kReleaseMs) * sample_rate))) {
-  minimum_.SetLength(look_ahead_ + 1);
+  minimum_.SetLength(look_ahead_ + 1 + HoldFrames(sample_rate));
   first_mean_.SetLength(look_ahead_ / 2 + 1);
   second_mean_.SetLength(look_ahead_ / 2 + 1);
   Rest();

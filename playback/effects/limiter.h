@@ -4,11 +4,15 @@
 // gain is already down when the peak comes, without a corner in it.
 //
 // For each frame: the gain that brings its loudest channel to full scale (1 for what is below); the lowest of
-// these over the frames ahead; from there a release towards 1, exponential with 150 ms, that never rises
-// above the next such minimum; two running means in a row over that, which together are as long as the window
-// of the minimum. A mean of values each of which is low enough for a frame is low enough for it, so the
-// result never is above what the frame needs, and it moves along a parabola, not in steps. All channels get
-// the same gain, so the image does not wander.
+// these over the 5 ms ahead and the 20 ms before; from there a release towards 1, exponential with 150 ms,
+// that never rises above the next such minimum; two running means in a row over that, which together are as
+// long as the look-ahead. A mean of values each of which is low enough for a frame is low enough for it, so
+// the result never is above what the frame needs, and it moves along a parabola, not in steps. All channels
+// get the same gain, so the image does not wander.
+//
+// The 20 ms are half a period of 25 Hz: a steady tone from there up gets a steady gain. Without them the gain
+// would rise between two peaks of a bass tone and be taken down at each of them, which is distortion: 3 % of
+// 50 Hz brought 12 dB above full scale, 5 % of 30 Hz.
 #pragma once
 
 #include <cstddef>
@@ -23,10 +27,11 @@ class Limiter {
   /// Throws std::bad_alloc.
   Limiter(uint32_t sample_rate, uint16_t channels);
 
-  static constexpr uint32_t kLookAheadMs = 2;
+  static constexpr uint32_t kLookAheadMs = 5;
+  static constexpr uint32_t kHoldMs = 20;
   static constexpr uint32_t kReleaseMs = 150;
 
-  /// Frames that a frame must wait for those after it. 2 ms, and at least 8.
+  /// Frames that a frame must wait for those after it. 5 ms, and at least 8.
   size_t LookAhead() const { return look_ahead_; }
 
   /// Takes new frames and finishes as many: those that lie LookAhead() frames before them in memory (none
