@@ -403,8 +403,7 @@ void ListDesk::DropFiles(int32_t x, int32_t y, std::vector<std::u16string> paths
 void ListDesk::ShowDropPlace(std::optional<std::pair<int32_t, int32_t>> point) {
   if (!view_.Rows() || !view_.Tabs()) return;
   const bool on_rows = point && Contains(view_.Rows()->Place(), point->first, point->second);
-  view_.Rows()->ShowDropLine(on_rows ? std::optional(view_.Rows()->InsertIndexAt(point->second))
-                                     : std::nullopt);
+  view_.Rows()->HoldFiles(on_rows ? std::optional(Pointer{point->first, point->second}) : std::nullopt);
   if (point) {
     view_.Tabs()->DragEntriesOver(point->first, point->second);
   } else {

@@ -30,6 +30,8 @@ constexpr uint32_t kLongestTickMs = 100;
 /// Pixels a second for each pixel that the mouse is beyond the edge.
 constexpr int32_t kAutoScrollSpeed = 12;
 constexpr int32_t kFastestAutoScroll = 1600;
+/// As near to an edge files that are held over the rows scroll them; 1x pixels.
+constexpr int32_t kHeldEdge = 20;
 
 size_t DigitsOf(size_t number) {
   size_t digits = 1;
@@ -327,6 +329,17 @@ void PlaylistView::DragTo(const Pointer& pointer) {
   ShowDropLine(over_rows ? std::optional(InsertIndexAt(pointer.y)) : std::nullopt);
 }
 
+void PlaylistView::HoldFiles(std::optional<Pointer> at) {
+  const bool held = at.has_value();
+  if (at) last_pointer_ = *at;
+  if (held != holds_files_) {
+    holds_files_ = held;
+    ticking_ = false;
+  }
+  ShowDropLine(at ? std::optional(InsertIndexAt(at->y)) : std::nullopt);
+  TickChanged();
+}
+
 void PlaylistView::ShowDropLine(std::optional<size_t> before) {
   if (before == drop_line_) return;
   drop_line_ = before;
@@ -503,13 +516,18 @@ void PlaylistView::DoPart(size_t part) {
 // ---- motion
 
 int32_t PlaylistView::BeyondEdge() const {
-  if (last_pointer_.y < Place().top) return last_pointer_.y - Place().top;
-  if (last_pointer_.y >= Place().bottom) return last_pointer_.y - Place().bottom + 1;
+  // Only while the button is held here is the mouse followed beyond the rows.
+  const int32_t edge = holds_files_ ? std::min(kHeldEdge, Place().Height() / 3) : 0;
+  const int32_t top = Place().top + edge;
+  const int32_t bottom = Place().bottom - edge;
+  if (last_pointer_.y < top) return last_pointer_.y - top;
+  if (last_pointer_.y >= bottom) return last_pointer_.y - bottom + 1;
   return 0;
 }
 
 uint32_t PlaylistView::TickMs() const {
-  return glide_to_ || drag_ == Drag::kEntries ? kTickMs : 0;
+  const bool held_at_edge = holds_files_ && BeyondEdge() != 0;
+  return glide_to_ || drag_ == Drag::kEntries || held_at_edge ? kTickMs : 0;
 }
 
 void PlaylistView::AutoScroll(uint32_t elapsed_ms) {
@@ -534,7 +552,7 @@ void PlaylistView::OnTick(uint32_t now_ms) {
   const uint32_t elapsed = ticking_ ? std::min(now_ms - ticked_ms_, kLongestTickMs) : kTickMs;
   ticked_ms_ = now_ms;
   ticking_ = true;
-  if (drag_ == Drag::kEntries) AutoScroll(elapsed);
+  if (drag_ == Drag::kEntries || holds_files_) AutoScroll(elapsed);
   if (glide_to_) {
     const int32_t left = *glide_to_ - Scroll();
     const double part = 1 - std::exp(-static_cast<double>(elapsed) / kGlideMs);

@@ -118,8 +118,9 @@ class PlaylistView final : public Control {
 
   // ---- files that are dragged here from elsewhere
 
-  /// Shows where they would be put.
-  void ShowDropLine(std::optional<size_t> before);
+  /// Shows where they would be put, and scrolls while they are held at the upper or lower edge. Nothing: they
+  /// are held over the rows no longer.
+  void HoldFiles(std::optional<Pointer> at);
   std::optional<size_t> DropLine() const { return drop_line_; }
   bool IsDragging() const { return drag_ == Drag::kEntries; }
 
@@ -187,7 +188,9 @@ class PlaylistView final : public Control {
   void StepFocus(const KeyPress& key, int64_t target);
   void DragTo(const Pointer& pointer);
   void EndDrag();
+  void ShowDropLine(std::optional<size_t> before);
   void AutoScroll(uint32_t elapsed_ms);
+  /// Pixels; negative at the upper one.
   int32_t BeyondEdge() const;
 
   PlaylistSource& source_;
@@ -211,6 +214,7 @@ class PlaylistView final : public Control {
   Pointer last_pointer_;
   bool click_on_release_ = false;  ///< A selected row was pressed: it may be dragged with the others.
   std::optional<size_t> drop_line_;
+  bool holds_files_ = false;
 
   std::optional<int32_t> glide_to_;
   uint32_t ticked_ms_ = 0;

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The playlist window: adding, ordering, finding, taking back, and the lists' tabs."""
 import os
+import time
 
 from driver import SharedPlayer, file_name, wait_until, windows_path
 
@@ -89,6 +90,31 @@ class Adding(ListTest):
         player.wait_status(entries=5, state="playing", index=4)
         one, two, three, four, five = self.names
         self.assertEqual(self.order(), [one, four, five, two, three])
+
+    def test_files_held_at_the_edge_scroll(self):
+        player = self.player
+        player.refill(self.files)
+        # Entries that are there already come again.
+        player.command("/add", *map(windows_path, self.files * 5))
+        player.wait_status(entries=30)
+        left, _, right, bottom = player.area("playlist", "playlist")
+        seen = [player.control_picture("playlist", "playlist")]
+
+        def moves():
+            time.sleep(0.3)
+            seen.append(player.control_picture("playlist", "playlist"))
+            return seen[-1].differing(seen[-2]) > 500
+
+        def scrolls():
+            wait_until(moves, 10, "the list stands still")
+            wait_until(lambda: not moves(), 20, "the list does not come to its end")
+        bar = self.rows()[1] + 4
+        player.screen.drop_files([self.tone("末.wav", 810)], (left + right) // 2, bottom - bar, held=scrolls)
+        player.wait_status(entries=31)
+        player.key("End", "playlist")
+        player.screen.key("Return")
+        status = player.wait_status(state="playing", index=30)
+        self.assertEqual(file_name(status), "末.wav")
 
     def test_file_chosen_in_the_dialog(self):
         player = self.player
