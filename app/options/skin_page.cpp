@@ -52,6 +52,15 @@ GdiObject<HBITMAP> BitmapOf(const Bitmap& picture, int width, int height) {
   return bitmap;
 }
 
+/// Keeps Return for the list, which activates an entry by it; to the dialog it would be the button "关闭".
+LRESULT CALLBACK TakeReturn(HWND list, UINT message, WPARAM wparam, LPARAM lparam, UINT_PTR id, DWORD_PTR) {
+  const LRESULT result = DefSubclassProc(list, message, wparam, lparam);
+  if (message == WM_NCDESTROY) RemoveWindowSubclass(list, TakeReturn, id);
+  if (message != WM_GETDLGCODE || lparam == 0) return result;
+  const auto* key = reinterpret_cast<const MSG*>(lparam);
+  return key->message == WM_KEYDOWN && key->wParam == VK_RETURN ? result | DLGC_WANTMESSAGE : result;
+}
+
 class SkinPage final : public OptionsPage {
  public:
   ~SkinPage() override {
@@ -72,6 +81,7 @@ class SkinPage final : public OptionsPage {
     list.height = 214;
     list.on_notify = [this](NMHDR& header) { return OnListNotify(header); };
     list_ = page.Custom({}, list).Window();
+    SetWindowSubclass(list_, TakeReturn, 0, 0);
     SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_DOUBLEBUFFER, LVS_EX_DOUBLEBUFFER);
     SendMessageW(list_, LVM_SETICONSPACING, 0,
                  MAKELPARAM(static_cast<WORD>(width_ + page.Font().X(10)),

@@ -8,6 +8,7 @@ from driver import HOME, SKIN, OwnPlayer, Player, SharedPlayer, player_process, 
 
 KINDS = ("player", "playlist", "equalizer", "lyric")
 PLAY_LIST_LOOK_PAGE = 6
+SKINS_PAGE = 13
 
 
 def setUpModule():
@@ -127,6 +128,22 @@ class Skins(SharedPlayer):
 
 
 class Options(OwnPlayer):
+    def test_skin_is_chosen_by_keys(self):
+        with Player(Histroy={"LastActivePage": SKINS_PAGE}) as player:
+            known = player.screen.windows()
+            player.key("F5")
+            dialog = player.new_window(known, title="选项")
+            player.screen.key("Tab")
+
+            def chosen():
+                # The list is read on a thread.
+                player.screen.key("Right")
+                player.screen.key("Return")
+                return player.status()["skin"] == "inverted.zip"
+            wait_until(chosen, 15, "Return does not choose the skin")
+            player.screen.key("Escape")
+            player.wait_gone(dialog)
+
     def test_options_take_effect_at_once_and_are_kept(self):
         with Player("/add", *map(windows_path, self.tones(4)),
                     Histroy={"LastActivePage": PLAY_LIST_LOOK_PAGE}) as player:
