@@ -3,6 +3,7 @@
 // What a sound device can play, as the settings page lists it.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -35,9 +36,11 @@ inline constexpr uint32_t kUsualRates[] = {8000,  11025, 16000, 22050,  32000,  
 inline constexpr uint16_t kOutputBits[] = {8, 16, 24, 32};
 
 /// Asks the device with that identifier (see DeviceInfo::id); slow, as drivers are. E_NOTIMPL for a kind that
-/// does not exist here, E_INVALIDARG for an index past the last device, the device's failure; `out` then says
-/// nothing. Thread: the UI thread.
-HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out);
+/// does not exist here, E_INVALIDARG for an index past the last device, kDeviceTimedOut when there is no
+/// answer within ten seconds or `stop` is set before, else the device's failure; `out` then says nothing.
+/// Throws std::bad_alloc. Thread: any.
+HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out,
+                                const std::atomic<bool>* stop = nullptr);
 
 /// The lines that the settings page shows, GBK: "8000 - 192000 Hz 立体声", "8 - 24 比特", "512 Samples", then
 /// one line a rate and one a width where these were asked for one by one ("%6d Hz", " %2d 比特").

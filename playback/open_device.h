@@ -5,6 +5,7 @@
 // can be tested without a sound card.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -65,7 +66,8 @@ struct DeviceInfo {
 
 /// "DirectSound", "waveOut(Windows 波型输出)" …; empty for a kind that does not exist.
 std::string DeviceKindNameGbk(int32_t kind);
-/// The devices of that kind in the order of their index; none where the platform has none.
-std::vector<DeviceInfo> ListDevices(DeviceKind kind);
+/// The devices of that kind in the order of their index; none where the platform has none, does not answer
+/// within ten seconds, or `stop` is set before it does. Throws std::bad_alloc. Thread: any.
+std::vector<DeviceInfo> ListDevices(DeviceKind kind, const std::atomic<bool>* stop = nullptr);
 
 }  // namespace melorin

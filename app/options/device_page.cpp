@@ -10,6 +10,7 @@
 
 #include "app/options/choice_lists.h"
 #include "app/options/device_tree.h"
+#include "app/options/page_task.h"
 #include "app/options/page_window.h"
 #include "platform/com.h"
 #include "platform/text.h"
@@ -17,17 +18,6 @@
 
 namespace melorin {
 namespace {
-
-class WaitCursor {
- public:
-  WaitCursor() : before_(SetCursor(LoadCursor(nullptr, IDC_WAIT))) {}
-  ~WaitCursor() { SetCursor(before_); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-
- private:
-  HCURSOR before_;
-};
 
 bool Resamples(const Settings& settings) {
   return settings.device.resample_rate != 0;
@@ -40,6 +30,7 @@ class DevicePage final : public OptionsPage {
  public:
   void Build(PageWindow& page) override {
     page_ = &page;
+    task_ = std::make_unique<PageTask>(page.Host());
     page.Group(u"输出设备");
     PageWindow::CustomSpec tree{WC_TREEVIEWW};
     tree.style = WS_TABSTOP | TVS_SHOWSELALWAYS | TVS_DISABLEDRAGDROP | TVS_FULLROWSELECT;
@@ -75,11 +66,16 @@ class DevicePage final : public OptionsPage {
   }
 
   void OnFirstShown() override {
-    const WaitCursor wait;
-    kinds_ = ListDeviceKinds();
-    listed_ = true;
-    FillTree();
-    OnRefresh();
+    ShowLine(u"正在查找设备…");
+    // Drivers take their time, and some do not answer at all.
+    task_->Run<std::vector<DeviceKindEntry>>(
+        [](const std::atomic<bool>& stop) { return ListDeviceKinds(&stop); },
+        [this](std::vector<DeviceKindEntry> kinds) {
+          kinds_ = std::move(kinds);
+          listed_ = true;
+          FillTree();
+          OnRefresh();
+        });
   }
 
   void OnRefresh() override {
@@ -98,6 +94,11 @@ class DevicePage final : public OptionsPage {
   }
 
  private:
+  struct Answer {
+    HRESULT result = E_FAIL;
+    DeviceCapabilities capabilities;
+  };
+
   HTREEITEM Insert(HTREEITEM parent, const std::string& name_gbk, const DeviceInfo* device) {
     std::u16string name = Utf16FromGbk(name_gbk);
     TVINSERTSTRUCTW insert{};
@@ -147,13 +148,28 @@ class DevicePage final : public OptionsPage {
     if (device == described_ && described_once_) return;
     described_ = device;
     described_once_ = true;
+    if (!device) return ShowLine(u"没有找到所设置的设备");
+    ShowLine(u"正在询问设备…");
+    task_->Run<Answer>(
+        [id = device->id](const std::atomic<bool>& stop) {
+          Answer answer;
+          answer.result = QueryDeviceCapabilities(id, &answer.capabilities, &stop);
+          return answer;
+        },
+        [this](const Answer& answer) { ShowAnswer(answer); });
+  }
+
+  void ShowAnswer(const Answer& answer) const {
+    if (answer.result == kDeviceBusy) return ShowLine(u"设备正在使用中");
+    if (FAILED(answer.result)) return ShowLine(u"设备没有回答");
     SendMessageW(capabilities_, LB_RESETCONTENT, 0, 0);
-    if (!device) return AddLine(u"没有找到所设置的设备");
-    const WaitCursor wait;
-    DeviceCapabilities capabilities;
-    if (FAILED(QueryDeviceCapabilities(device->id, &capabilities))) return AddLine(u"设备没有回答");
-    for (const std::string& line : DescribeCapabilitiesGbk(capabilities))
+    for (const std::string& line : DescribeCapabilitiesGbk(answer.capabilities))
       AddLine(Utf16FromGbk(line));
+  }
+
+  void ShowLine(const std::u16string& line) const {
+    SendMessageW(capabilities_, LB_RESETCONTENT, 0, 0);
+    AddLine(line);
   }
 
   void AddLine(const std::u16string& line) const {
@@ -174,6 +190,7 @@ class DevicePage final : public OptionsPage {
   bool described_once_ = false;
   bool listed_ = false;
   bool filling_ = false;
+  std::unique_ptr<PageTask> task_;  ///< Last: it ends before what it brings results to.
 };
 
 }  // namespace

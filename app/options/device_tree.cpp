@@ -3,11 +3,11 @@
 
 namespace melorin {
 
-std::vector<DeviceKindEntry> ListDeviceKinds() {
+std::vector<DeviceKindEntry> ListDeviceKinds(const std::atomic<bool>* stop) {
   std::vector<DeviceKindEntry> kinds;
   for (const DeviceKind kind :
        {DeviceKind::kWaveOut, DeviceKind::kDirectSound, DeviceKind::kKernelStreaming, DeviceKind::kAsio})
-    kinds.push_back({DeviceKindNameGbk(static_cast<int32_t>(kind)), ListDevices(kind)});
+    kinds.push_back({DeviceKindNameGbk(static_cast<int32_t>(kind)), ListDevices(kind, stop)});
   return kinds;
 }
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// The sound devices of the machine by kind, as the device page lists them. Thread: the UI thread.
+// The sound devices of the machine by kind, as the device page lists them.
 #pragma once
 
-#include <cstddef>
-#include <optional>
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -17,8 +16,9 @@ struct DeviceKindEntry {
   std::vector<DeviceInfo> devices;
 };
 
-/// All four kinds; as slow as the drivers are.
-std::vector<DeviceKindEntry> ListDeviceKinds();
+/// All four kinds; as slow as the drivers are. What is missing when `stop` is set counts as none. Thread:
+/// any.
+std::vector<DeviceKindEntry> ListDeviceKinds(const std::atomic<bool>* stop = nullptr);
 
 /// The device that the setting "DeviceType" names among these, by its own identifier or its place in the
 /// list; nothing when there is no such device.

@@ -26,11 +26,11 @@ std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void*) {
   return std::unique_ptr<DeviceFactory>(new (std::nothrow) NoDevices);
 }
 
-std::vector<DeviceInfo> ListDevices(DeviceKind) {
+std::vector<DeviceInfo> ListDevices(DeviceKind, const std::atomic<bool>*) {
   return {};
 }
 
-HRESULT QueryDeviceCapabilities(const GUID&, DeviceCapabilities* out) {
+HRESULT QueryDeviceCapabilities(const GUID&, DeviceCapabilities* out, const std::atomic<bool>*) {
   if (!out) return E_POINTER;
   *out = {};
   return E_NOTIMPL;

@@ -12,7 +12,7 @@
 #include "platform/thread.h"
 #include "playback/device_format.h"
 #include "playback/heard_position.h"
-#include "playback/win32/asio_loader.h"
+#include "playback/win32/asio_query.h"
 #include "playback/win32/asio_registry.h"
 #include "playback/win32/asio_session.h"
 #include "playback/win32/device_base.h"
@@ -108,67 +108,6 @@ bool IsUsableFormat(const WAVEFORMATEX& format) {
          format.nAvgBytesPerSec == format.nSamplesPerSec * format.nBlockAlign;
 }
 
-void* DialogOwner(void* window) {
-  return window && IsWindow(static_cast<HWND>(window)) ? window : GetDesktopWindow();
-}
-
-HRESULT AskDriver(const CLSID& clsid, void* window, DeviceCapabilities* out) {
-  ComPtr<asio::Driver> driver;
-  const HRESULT loaded = LoadAsioDriver(clsid, std::addressof(driver));
-  if (FAILED(loaded)) return loaded;
-  if (driver->init(window) == 0) return E_FAIL;
-  for (const uint32_t rate : kUsualRates)
-    if (driver->canSampleRate(rate) == asio::kOk) out->rates.push_back(rate);
-  if (!out->rates.empty()) {
-    out->min_rate = out->rates.front();
-    out->max_rate = out->rates.back();
-  }
-  int32_t inputs = 0;
-  int32_t outputs = 0;
-  if (driver->getChannels(&inputs, &outputs) == asio::kOk)
-    out->max_channels = static_cast<uint16_t>(std::clamp(outputs, 0, 0xFFFF));
-  AsioBufferSizes sizes;
-  if (driver->getBufferSize(&sizes.smallest, &sizes.largest, &sizes.preferred, &sizes.granularity) ==
-      asio::kOk)
-    out->buffer_frames = ChooseAsioFrames(sizes);
-  asio::ChannelInfo info = {};
-  AsioSampleLayout layout;
-  if (driver->getChannelInfo(&info) == asio::kOk && LayoutOfAsioType(info.type, &layout)) {
-    out->min_bits = out->max_bits = layout.valid_bits;
-    out->bits.push_back(layout.valid_bits);
-  }
-  return S_OK;
-}
-
-/// Shared with the driver's thread, which may come back long after nobody wants to know any more.
-struct Question {
-  CLSID clsid;
-  void* window;
-  DriverEvent answered;
-  HRESULT result = E_FAIL;
-  DeviceCapabilities capabilities;
-};
-
-HRESULT QueryDriver(const CLSID& clsid, void* window, const AsioPatience& patience, DeviceCapabilities* out) {
-  if (AsioSession::IsInUse(clsid)) return kDeviceBusy;
-  auto question = std::make_shared<Question>();
-  question->clsid = clsid;
-  question->window = window;
-  if (!question->answered) return E_OUTOFMEMORY;
-  const bool asked = StartDriverThread([question] {
-    try {
-      question->result = AskDriver(question->clsid, question->window, &question->capabilities);
-    } catch (const std::bad_alloc&) {
-      question->result = E_OUTOFMEMORY;
-    }
-    question->answered.Set();
-  });
-  if (!asked) return E_OUTOFMEMORY;
-  if (!question->answered.WaitAsCaller(patience.open_ms)) return kDeviceTimedOut;
-  if (SUCCEEDED(question->result)) *out = std::move(question->capabilities);
-  return question->result;
-}
-
 }  // namespace
 
 HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t index, void* window,
@@ -181,7 +120,9 @@ HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_
     const std::vector<AsioDriverEntry> drivers = ReadAsioDrivers();
     if (index < 0 || static_cast<size_t>(index) >= drivers.size()) return E_INVALIDARG;
     const AsioRequest request = {drivers[static_cast<size_t>(index)].clsid, format, buffer_bytes,
-                                 DialogOwner(window), patience};
+                                 AsioDialogOwner(window), patience};
+    // Many a driver makes one object only.
+    if (!AwaitAsioQuery(request.clsid, patience.open_ms)) return kDeviceTimedOut;
     std::shared_ptr<AsioSession> session;
     const HRESULT result = AsioSession::Open(request, &session);
     if (FAILED(result)) return result;
@@ -203,18 +144,6 @@ std::vector<DeviceInfo> ListAsioDevices() {
     list.push_back(std::move(info));
   }
   return list;
-}
-
-HRESULT QueryAsioDevice(int32_t index, void* window, DeviceCapabilities* out, const AsioPatience& patience) {
-  if (!out) return E_POINTER;
-  *out = {};
-  try {
-    const std::vector<AsioDriverEntry> drivers = ReadAsioDrivers();
-    if (index < 0 || static_cast<size_t>(index) >= drivers.size()) return E_INVALIDARG;
-    return QueryDriver(drivers[static_cast<size_t>(index)].clsid, DialogOwner(window), patience, out);
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  }
 }
 
 }  // namespace melorin

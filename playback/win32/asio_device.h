@@ -42,7 +42,8 @@ HRESULT OpenAsioDevice(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_
 
 /// The drivers below "SOFTWARE\ASIO" whose module is registered, in the order of the registry.
 std::vector<DeviceInfo> ListAsioDevices();
-/// Loads the driver to ask it. ERROR_BUSY as a result code while it is open for playing; else as for opening.
+/// Loads the driver to ask it. kDeviceBusy while it is open for playing or being asked already; else as for
+/// opening. A device opened meanwhile waits until the driver has answered.
 HRESULT QueryAsioDevice(int32_t index, void* window, DeviceCapabilities* out,
                         const AsioPatience& patience = {});
 

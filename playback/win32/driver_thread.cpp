@@ -10,6 +10,9 @@ namespace melorin {
 
 namespace {
 
+/// How often a waiting caller looks whether it is to stop.
+constexpr DWORD kStopStepMs = 50;
+
 __attribute__((force_align_arg_pointer)) unsigned __stdcall RunThread(void* argument) noexcept {
   const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(argument));
   (*body)();
@@ -29,13 +32,16 @@ void DriverEvent::WaitAsDriver() {
   }
 }
 
-bool DriverEvent::WaitAsCaller(uint32_t timeout_ms) {
+bool DriverEvent::WaitAsCaller(uint32_t timeout_ms, const std::atomic<bool>* stop) {
   const DWORD begin = GetTickCount();
   for (;;) {
     const DWORD passed = GetTickCount() - begin;
-    const DWORD left = passed < timeout_ms ? timeout_ms - passed : 0;
-    if (MsgWaitForMultipleObjects(1, &handle_, FALSE, left, QS_SENDMESSAGE) != WAIT_OBJECT_0 + 1)
-      return WaitForSingleObject(handle_, 0) == WAIT_OBJECT_0;
+    const bool stopped = stop && *stop;
+    const DWORD left = passed < timeout_ms && !stopped ? timeout_ms - passed : 0;
+    const DWORD step = stop && left > kStopStepMs ? kStopStepMs : left;
+    const DWORD result = MsgWaitForMultipleObjects(1, &handle_, FALSE, step, QS_SENDMESSAGE);
+    if (result == WAIT_TIMEOUT && step < left) continue;
+    if (result != WAIT_OBJECT_0 + 1) return WaitForSingleObject(handle_, 0) == WAIT_OBJECT_0;
     MSG message;
     PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
   }
@@ -49,14 +55,14 @@ bool StartDriverThread(std::function<void()> body) {
   });
 }
 
-bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body) {
+bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body, const std::atomic<bool>* stop) {
   const auto ended = std::make_shared<DriverEvent>();
   const auto run = std::make_shared<std::function<void()>>(std::move(body));
   const bool started = *ended && StartDriverThread([run, ended] {
     (*run)();
     ended->Set();
   });
-  if (started) return ended->WaitAsCaller(timeout_ms);
+  if (started) return ended->WaitAsCaller(timeout_ms, stop);
   (*run)();
   return true;
 }

@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -26,9 +27,10 @@ class DriverEvent {
   void Reset() { ResetEvent(handle_); }
   /// On the driver's thread: for ever, handling every message meanwhile.
   void WaitAsDriver();
-  /// For a caller: at most that long; true when the event was set. Messages that another thread sends are
-  /// answered meanwhile, since the driver may be talking to our window; posted ones wait.
-  bool WaitAsCaller(uint32_t timeout_ms);
+  /// For a caller: at most that long, and no longer than until `stop` is set; true when the event was set.
+  /// Messages that another thread sends are answered meanwhile, since the driver may be talking to our
+  /// window; posted ones wait.
+  bool WaitAsCaller(uint32_t timeout_ms, const std::atomic<bool>* stop = nullptr);
 
  private:
   HANDLE handle_;
@@ -41,6 +43,6 @@ bool StartLooseThread(std::function<void()> body);
 bool StartDriverThread(std::function<void()> body);
 /// Starts the body so and waits for its end as WaitAsCaller does. False when it has not ended in that time,
 /// or could not be started.
-bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body);
+bool RunAsDriver(uint32_t timeout_ms, std::function<void()> body, const std::atomic<bool>* stop = nullptr);
 
 }  // namespace melorin

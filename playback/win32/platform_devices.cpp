@@ -12,6 +12,7 @@
 #include "playback/open_device.h"
 #include "playback/win32/asio_device.h"
 #include "playback/win32/direct_sound_device.h"
+#include "playback/win32/driver_thread.h"
 #include "playback/win32/kernel_streaming_device.h"
 #include "playback/win32/wave_out_device.h"
 
@@ -19,6 +20,8 @@ namespace melorin {
 
 namespace {
 
+/// What asks for devices waits that long; an ASIO driver that wakes up its hardware is given up before.
+constexpr uint32_t kAnswerMs = 10000;
 constexpr HRESULT kNoDriver = static_cast<HRESULT>(0x88780078);  // DSERR_NODRIVER
 
 /// index: of ListDirectSoundDevices; -1: see guid.
@@ -92,13 +95,7 @@ std::vector<DeviceInfo> ListWaveOutDevices() {
   return list;
 }
 
-}  // namespace
-
-std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void* window) {
-  return std::unique_ptr<DeviceFactory>(new (std::nothrow) PlatformDevices(window));
-}
-
-std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
+std::vector<DeviceInfo> ListKind(DeviceKind kind) {
   switch (kind) {
     case DeviceKind::kWaveOut:
       return ListWaveOutDevices();
@@ -113,9 +110,7 @@ std::vector<DeviceInfo> ListDevices(DeviceKind kind) {
   }
 }
 
-HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out) {
-  if (!out) return E_POINTER;
-  *out = {};
+HRESULT Query(const GUID& id, DeviceCapabilities* out) {
   const DeviceChoice choice = ParseDeviceId(id);
   switch (choice.kind) {
     case static_cast<int32_t>(DeviceKind::kWaveOut):
@@ -129,6 +124,47 @@ HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out) {
     default:
       return E_NOTIMPL;
   }
+}
+
+/// Shared with the thread that asks, which may come back long after nobody wants to know any more.
+struct Answer {
+  HRESULT result = E_OUTOFMEMORY;
+  DeviceCapabilities capabilities;
+  std::vector<DeviceInfo> devices;
+};
+
+/// Null when there is no answer in time.
+template <class Ask>
+std::shared_ptr<Answer> AskInTime(const std::atomic<bool>* stop, Ask ask) {
+  auto answer = std::make_shared<Answer>();
+  const auto body = [answer, ask] {
+    try {
+      ask(*answer);
+    } catch (const std::bad_alloc&) {
+      *answer = {};
+    }
+  };
+  return RunAsDriver(kAnswerMs, body, stop) ? answer : nullptr;
+}
+
+}  // namespace
+
+std::unique_ptr<DeviceFactory> CreatePlatformDeviceFactory(void* window) {
+  return std::unique_ptr<DeviceFactory>(new (std::nothrow) PlatformDevices(window));
+}
+
+std::vector<DeviceInfo> ListDevices(DeviceKind kind, const std::atomic<bool>* stop) {
+  const auto answer = AskInTime(stop, [kind](Answer& told) { told.devices = ListKind(kind); });
+  return answer ? std::move(answer->devices) : std::vector<DeviceInfo>();
+}
+
+HRESULT QueryDeviceCapabilities(const GUID& id, DeviceCapabilities* out, const std::atomic<bool>* stop) {
+  if (!out) return E_POINTER;
+  *out = {};
+  const auto answer = AskInTime(stop, [id](Answer& told) { told.result = Query(id, &told.capabilities); });
+  if (!answer) return kDeviceTimedOut;
+  *out = std::move(answer->capabilities);
+  return answer->result;
 }
 
 }  // namespace melorin

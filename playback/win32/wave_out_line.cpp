@@ -16,7 +16,7 @@ namespace {
 /// Between what waveOut reports as played and what is heard.
 constexpr uint32_t kLatencyMs = 60;
 /// A report is good for that long; how far it is followed by the clock when no newer one comes.
-constexpr uint32_t kReportMs = 15;
+constexpr uint32_t kReportMs = 40;
 constexpr uint32_t kFollowMs = 100;
 /// How long closing waits for the driver to give back its blocks.
 constexpr uint32_t kBlocksBackMs = 500;

@@ -517,6 +517,28 @@ TEST_F(AsioDevices, CapabilitiesAreTheDriversAnswers) {
   EXPECT_EQ(QueryAsioDevice(Index(), nullptr, &found), kBusy);
 }
 
+TEST_F(AsioDevices, ADeviceWaitsForTheQuestionUnderWay) {
+  control_->behaviour.hangs_in_init = true;
+  DeviceCapabilities found;
+  HRESULT asked = E_FAIL;
+  std::thread asker([&] { asked = QueryAsioDevice(Index(), nullptr, &found); });
+  EXPECT_TRUE(Await([] { return control_->alive == 1; }));
+  DeviceCapabilities second;
+  EXPECT_EQ(QueryAsioDevice(Index(), nullptr, &second), kBusy);
+  EXPECT_EQ(Open(MakePcmFormat(2, kRate, 16), 2400, kShort), kTimedOut);
+  control_->behaviour.hangs_in_init = false;
+  std::thread later([] {
+    Sleep(50);
+    SetEvent(control_->let_go);
+  });
+  EXPECT_EQ(Open(MakePcmFormat(2, kRate, 16)), S_OK);
+  EXPECT_EQ(control_->alive, 1);
+  asker.join();
+  later.join();
+  EXPECT_EQ(asked, S_OK);
+  EXPECT_FALSE(found.rates.empty());
+}
+
 /// 16-bit stereo at 8000 Hz, played by the driver's clock.
 class AsioTrack : public AsioDevices, private EventTarget {
  protected:
