@@ -371,12 +371,16 @@ class EndToEnd(unittest.TestCase):
 
     def test_an_interrupted_decode_leaves_nothing(self):
         self.wave("a.wav", frames=2000000)
-        job = subprocess.Popen([*PROGRAM, "decode", self.path("a.wav"), self.path("out.wav"), "--rate", "768000", "--hq"],
-                               stderr=subprocess.PIPE)
-        while job.poll() is None and len(os.listdir(self.folder)) == 1:
-            time.sleep(0.005)
-        job.send_signal(signal.SIGINT)
-        errors = job.communicate(timeout=20)[1]
+        for _ in range(5):  # A machine busy elsewhere may not get to the signal in time.
+            job = subprocess.Popen([*PROGRAM, "decode", self.path("a.wav"), self.path("out.wav"), "--rate", "768000",
+                                    "--hq"], stderr=subprocess.PIPE)
+            while job.poll() is None and len(os.listdir(self.folder)) == 1:
+                time.sleep(0.005)
+            job.send_signal(signal.SIGINT)
+            errors = job.communicate(timeout=60)[1]
+            if job.returncode != 0:
+                break
+            os.remove(self.path("out.wav"))
         self.assertEqual((job.returncode, errors.count(b"broken off")), (1, 1), errors)
         self.assert_only("a.wav")
 
