@@ -23,13 +23,15 @@ void Note(int signal_number) {
 
 InterruptWatch::InterruptWatch() {
   g_interrupted = false;
-  for (const int signal_number : kSignals)
-    std::signal(signal_number, Note);
+  for (const int signal_number : kSignals) {
+    // Whoever started the program may want it to go on, as a shell does in the background.
+    if (std::signal(signal_number, Note) == SIG_IGN) std::signal(signal_number, SIG_IGN);
+  }
 }
 
 InterruptWatch::~InterruptWatch() {
   for (const int signal_number : kSignals)
-    std::signal(signal_number, SIG_DFL);
+    if (std::signal(signal_number, SIG_DFL) == SIG_IGN) std::signal(signal_number, SIG_IGN);
 }
 
 bool InterruptWatch::Interrupted() const {

@@ -6,7 +6,8 @@
 namespace melorin {
 
 /// While one lives, the first Ctrl+C or request to end the program is noted instead of ending it; the second
-/// ends it. Thread: the main thread, one object at a time.
+/// ends it. What the program was started to ignore it goes on ignoring. Thread: the main thread, one object
+/// at a time.
 class InterruptWatch {
  public:
   InterruptWatch();
