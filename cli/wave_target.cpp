@@ -9,6 +9,7 @@
 #include "platform/file.h"
 #include "platform/text.h"
 #include "sound/builtin_entries.h"
+#include "sound/wave_file.h"
 
 namespace melorin {
 namespace {
@@ -44,14 +45,7 @@ class WaveStreamTarget final : public WaveTarget {
  public:
   explicit WaveStreamTarget(Console& console) : console_(console) {}
   HRESULT WriteHeader(const WAVEFORMATEX& format) {
-    std::string header("RIFF\xFF\xFF\xFF\xFFWAVEfmt ", 16);
-    const bool plain = format.wFormatTag == WAVE_FORMAT_PCM && format.cbSize == 0;
-    const auto body_bytes = plain ? 16 : static_cast<uint32_t>(FormatSize(format));
-    // The record and the size are little-endian in memory, as in the file.
-    header.append(reinterpret_cast<const char*>(&body_bytes), 4);
-    header.append(reinterpret_cast<const char*>(&format), body_bytes);
-    header.append("data\xFF\xFF\xFF\xFF", 8);
-    return console_.Write(header) ? S_OK : E_FAIL;
+    return Write(WaveHeader(format, 0xFFFFFFFF, 0xFFFFFFFF));
   }
   HRESULT Write(std::span<const uint8_t> pcm) override {
     return console_.Write({reinterpret_cast<const char*>(pcm.data()), pcm.size()}) ? S_OK : E_FAIL;
@@ -90,12 +84,13 @@ HRESULT CreateWaveFileTarget(const SoundLibrary& library, const std::string& pat
 }
 
 HRESULT CreateWaveStreamTarget(Console& console, const WAVEFORMATEX& format,
-                               std::unique_ptr<WaveTarget>* out) {
-  std::unique_ptr<WaveStreamTarget> target(new (std::nothrow) WaveStreamTarget(console));
-  if (!target) return E_OUTOFMEMORY;
+                               std::unique_ptr<WaveTarget>* out) try {
+  auto target = std::make_unique<WaveStreamTarget>(console);
   const HRESULT result = target->WriteHeader(format);
   if (SUCCEEDED(result)) *out = std::move(target);
   return result;
+} catch (const std::bad_alloc&) {
+  return E_OUTOFMEMORY;
 }
 
 }  // namespace melorin

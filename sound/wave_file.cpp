@@ -20,6 +20,7 @@ constexpr uint32_t kPlainFormatBytes = 16;
 /// The record's extension size is 16 bits wide, so nothing beyond this is ever looked at.
 constexpr uint32_t kLargestFormatBytes = kFormatRecordBytes + 0xFFFF;
 constexpr uint32_t kRiffHeaderBytes = 12;
+constexpr uint32_t kRiffSizeAt = 4;
 constexpr uint32_t kChunkHeaderBytes = 8;
 /// No real file has so many chunks before its samples; ends the walk through gigabytes of zeros.
 constexpr uint32_t kMostChunks = 1u << 20;
@@ -155,32 +156,35 @@ HRESULT WaveReader::SeekToOffset(uint32_t offset) {
   return S_OK;
 }
 
-HRESULT WaveWriter::Open(IStream* stream, const WAVEFORMATEX& format) {
-  if (!stream) return E_POINTER;
-  if (stream_) return E_FAIL;
-  data_bytes_ = 0;
-  failed_ = false;
-  if (!format_.Assign(format)) return E_OUTOFMEMORY;
-  const bool plain = format_->wFormatTag == WAVE_FORMAT_PCM && format_->cbSize == 0;
-  format_bytes_ = plain ? kPlainFormatBytes : kFormatRecordBytes + format_->cbSize;
-  stream_ = ComPtr<IStream>::Share(stream);
-  const HRESULT result = WriteHeader();
-  if (FAILED(result)) stream_.Reset();
-  return result;
-}
-
-HRESULT WaveWriter::WriteHeader() {
-  uint8_t start[kRiffHeaderBytes + kChunkHeaderBytes];
-  uint8_t* p = PutTag(start, "RIFF");
-  p = PutLe32(p, format_bytes_ + 20);
+std::vector<uint8_t> WaveHeader(const WAVEFORMATEX& format, uint32_t riff_size, uint32_t data_size) {
+  const bool plain = format.wFormatTag == WAVE_FORMAT_PCM && format.cbSize == 0;
+  const uint32_t format_bytes = plain ? kPlainFormatBytes : kFormatRecordBytes + format.cbSize;
+  std::vector<uint8_t> header(kRiffHeaderBytes + kChunkHeaderBytes + format_bytes + kChunkHeaderBytes);
+  uint8_t* p = PutTag(header.data(), "RIFF");
+  p = PutLe32(p, riff_size);
   p = PutTag(p, "WAVE");
   p = PutTag(p, "fmt ");
-  PutLe32(p, format_bytes_);
-  uint8_t data[kChunkHeaderBytes];
-  PutLe32(PutTag(data, "data"), 0);
-  if (FAILED(WriteExactly(*stream_, start, sizeof start, nullptr))) return E_FAIL;
-  if (FAILED(WriteExactly(*stream_, format_.get(), format_bytes_, nullptr))) return E_FAIL;
-  return WriteExactly(*stream_, data, sizeof data, nullptr);
+  p = PutLe32(p, format_bytes);
+  std::memcpy(p, &format, format_bytes);
+  p = PutTag(p + format_bytes, "data");
+  PutLe32(p, data_size);
+  return header;
+}
+
+HRESULT WaveWriter::Open(IStream* stream, const WAVEFORMATEX& format) try {
+  if (!stream) return E_POINTER;
+  if (stream_) return E_FAIL;
+  std::vector<uint8_t> header = WaveHeader(format, 0, 0);
+  header_bytes_ = static_cast<uint32_t>(header.size());
+  PutLe32(header.data() + kRiffSizeAt, RiffSize(0));
+  block_align_ = std::max<uint32_t>(format.nBlockAlign, 1);
+  data_bytes_ = 0;
+  failed_ = false;
+  if (FAILED(WriteExactly(*stream, header.data(), header_bytes_, nullptr))) return E_FAIL;
+  stream_ = ComPtr<IStream>::Share(stream);
+  return S_OK;
+} catch (const std::bad_alloc&) {
+  return E_OUTOFMEMORY;
 }
 
 HRESULT WaveWriter::Write(const uint8_t* data, uint32_t bytes) {
@@ -188,10 +192,10 @@ HRESULT WaveWriter::Write(const uint8_t* data, uint32_t bytes) {
   if (bytes == 0) return S_OK;
   if (!data) return E_POINTER;
   // The RIFF size counts everything after itself, the pad byte included.
-  const uint32_t most = 0xFFFFFFFF - (format_bytes_ + 20) - 1;
+  const uint32_t most = 0xFFFFFFFF - RiffSize(0) - 1;
   const uint32_t room = most - std::min(most, data_bytes_);
   const bool too_large = bytes > room;
-  const uint32_t count = too_large ? room - room % BlockAlign() : bytes;
+  const uint32_t count = too_large ? room - room % block_align_ : bytes;
   uint32_t written = 0;
   const HRESULT result = WriteExactly(*stream_, data, count, &written);
   data_bytes_ += written;
@@ -210,36 +214,34 @@ HRESULT WaveWriter::Close() {
 }
 
 /// What the stream took counts only where it is in the file, and there in whole blocks.
-void WaveWriter::CutToWhatIsWritten(int64_t data_start) {
+void WaveWriter::CutToWhatIsWritten() {
   const int64_t file_bytes = StreamSize(*stream_);
-  if (file_bytes >= data_start)
-    data_bytes_ = static_cast<uint32_t>(std::min<int64_t>(data_bytes_, file_bytes - data_start));
-  data_bytes_ -= data_bytes_ % BlockAlign();
+  if (file_bytes >= header_bytes_)
+    data_bytes_ = static_cast<uint32_t>(std::min<int64_t>(data_bytes_, file_bytes - header_bytes_));
+  data_bytes_ -= data_bytes_ % block_align_;
   ULARGE_INTEGER size;
-  size.QuadPart = static_cast<uint64_t>(data_start) + data_bytes_;
+  size.QuadPart = uint64_t{header_bytes_} + data_bytes_;
   stream_->SetSize(size);
 }
 
 HRESULT WaveWriter::UpdateSizes() {
-  const int64_t data_start =
-      int64_t{kRiffHeaderBytes} + kChunkHeaderBytes + format_bytes_ + kChunkHeaderBytes;
   // Moving away makes a buffered stream write what it still holds, so that a full disk is told here.
   bool good = SUCCEEDED(SeekTo(*stream_, 0));
   uint32_t pad = 0;
   if (failed_ || !good) {
-    CutToWhatIsWritten(data_start);
+    CutToWhatIsWritten();
   } else if (data_bytes_ & 1) {
     const uint8_t zero = 0;
-    good = SUCCEEDED(SeekTo(*stream_, data_start + data_bytes_)) &&
+    good = SUCCEEDED(SeekTo(*stream_, int64_t{header_bytes_} + data_bytes_)) &&
            SUCCEEDED(WriteExactly(*stream_, &zero, 1, nullptr)) && SUCCEEDED(SeekTo(*stream_, 0));
     pad = good ? 1 : 0;
   }
   uint8_t size[4];
-  PutLe32(size, format_bytes_ + 20 + data_bytes_ + pad);
-  good =
-      SUCCEEDED(SeekTo(*stream_, 4)) && SUCCEEDED(WriteExactly(*stream_, size, sizeof size, nullptr)) && good;
+  PutLe32(size, RiffSize(data_bytes_ + pad));
+  good = SUCCEEDED(SeekTo(*stream_, kRiffSizeAt)) &&
+         SUCCEEDED(WriteExactly(*stream_, size, sizeof size, nullptr)) && good;
   PutLe32(size, data_bytes_);
-  good = SUCCEEDED(SeekTo(*stream_, data_start - 4)) &&
+  good = SUCCEEDED(SeekTo(*stream_, header_bytes_ - 4)) &&
          SUCCEEDED(WriteExactly(*stream_, size, sizeof size, nullptr)) && good;
   good = SUCCEEDED(SeekTo(*stream_, 0)) && good;
   return good ? S_OK : E_FAIL;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "platform/com_ptr.h"
 #include "sound/interfaces.h"
@@ -68,6 +69,10 @@ class WaveReader {
   uint32_t duration_ms_ = 0;
 };
 
+/// What stands before the samples, with these values in the size fields of the file and of the data. Throws
+/// std::bad_alloc.
+std::vector<uint8_t> WaveHeader(const WAVEFORMATEX& format, uint32_t riff_size, uint32_t data_size);
+
 /// Writes a Wave file: Open, Write …, Close.
 class WaveWriter {
  public:
@@ -94,14 +99,14 @@ class WaveWriter {
   HRESULT Close();
 
  private:
-  HRESULT WriteHeader();
   HRESULT UpdateSizes();
-  void CutToWhatIsWritten(int64_t data_start);
-  uint32_t BlockAlign() const { return format_->nBlockAlign ? format_->nBlockAlign : 1u; }
+  void CutToWhatIsWritten();
+  /// What the RIFF size counts: everything after itself.
+  uint32_t RiffSize(uint32_t data_bytes) const { return header_bytes_ - 8 + data_bytes; }
 
-  WaveFormat format_;
   ComPtr<IStream> stream_;
-  uint32_t format_bytes_ = 0;  ///< Size of the "fmt " body.
+  uint32_t header_bytes_ = 0;
+  uint32_t block_align_ = 1;
   uint32_t data_bytes_ = 0;
   bool failed_ = false;
 };
