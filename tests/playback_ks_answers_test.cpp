@@ -149,10 +149,15 @@ TEST(KsPosition, FollowsWhatCanBeTrue) {
   EXPECT_EQ(position.Get(), 0u);
   EXPECT_EQ(position.Update(1400, 800), 400u);
   EXPECT_EQ(position.Update(1300, 800), 400u) << "never back";
-  EXPECT_EQ(position.Update(1400, 800), 500u) << "but on from there";
-  EXPECT_EQ(position.Update(9000, 800), 800u) << "never past what was written";
-  EXPECT_EQ(position.Update(0, 2000), 800u) << "a driver that starts over";
-  EXPECT_EQ(position.Update(200, 2000), 1000u);
+  EXPECT_EQ(position.Update(1400, 800), 400u) << "and not twice over the same stretch";
+  EXPECT_EQ(position.Update(9000, 800), 400u) << "a slip";
+  EXPECT_EQ(position.Update(1500, 800), 500u);
+  EXPECT_EQ(position.Update(9000, 800), 500u);
+  EXPECT_EQ(position.Update(9100, 800), 800u) << "it stays there, but never past what was written";
+  for (uint64_t offset = 0; offset < 140; offset += 20)
+    EXPECT_EQ(position.Update(offset, 2000), 800u) << "a driver that starts over";
+  EXPECT_EQ(position.Update(200, 2000), 1000u) << "is believed at last, with all that it has played";
+  EXPECT_EQ(position.Update(220, 2000), 1020u);
 
   position.Restart(0xFFFFFF00);
   EXPECT_EQ(position.Update(0x100, 4096), 512u) << "around 2^32";
@@ -163,7 +168,8 @@ TEST(KsPosition, FollowsWhatCanBeTrue) {
   position.Restart(0);
   EXPECT_EQ(position.Update(uint64_t{5} << 32, uint64_t{6} << 32), uint64_t{5} << 32);
   position.Restart(std::numeric_limits<uint64_t>::max());
-  EXPECT_EQ(position.Update(5, 100), 0u);
+  for (int i = 0; i < 7; ++i)
+    EXPECT_EQ(position.Update(5, 100), 0u);
   EXPECT_EQ(position.Update(25, 100), 20u);
 }
 

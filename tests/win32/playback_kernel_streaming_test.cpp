@@ -325,6 +325,7 @@ TEST_F(KernelStreaming, PositionCountsFromTheResetWhateverTheDriverCountsFrom) {
     if (first != ~uint64_t{0} - 3) {
       EXPECT_EQ(Position(), kBlock);
       ks_.Stream().offset += 1000 * kBlock;
+      EXPECT_EQ(Position(), kBlock) << "a slip, perhaps";
       EXPECT_EQ(Position(), 2 * kBlock) << "no more than was written";
     }
     ks_.Stream().offset = 0;
