@@ -55,6 +55,13 @@ std::shared_ptr<LyricDoc> DocOf(const std::u16string& text) {
   return doc;
 }
 
+std::shared_ptr<const LyricDoc> Moved(const LyricDoc& lyric, int32_t delta_ms) {
+  auto moved = std::make_shared<LyricDoc>(lyric);
+  moved->ShiftAll(delta_ms);
+  moved->ShiftWords(delta_ms);
+  return moved;
+}
+
 bool PutText(HWND owner, const std::u16string& text) {
   if (!OpenClipboard(owner)) return false;
   EmptyClipboard();
@@ -241,9 +248,7 @@ void LyricDesk::Take(LoadedLyric lyric) {
   loading_ = false;
   lyric_ = std::move(lyric);
   if (const auto moved = moved_.find(SongKeyText(*item_)); moved != moved_.end() && IsTimed()) {
-    auto doc = std::make_shared<LyricDoc>(*lyric_.doc);
-    doc->ShiftAll(moved->second);
-    lyric_.doc = std::move(doc);
+    lyric_.doc = Moved(*lyric_.doc, moved->second);
   }
   ShowLyric();
   OnTick();
@@ -305,9 +310,7 @@ void LyricDesk::ShowLyricMenu(int32_t x, int32_t y) {
 void LyricDesk::MoveLyric(bool earlier) {
   if (!IsEnabled(Id::kLyricEarlier)) return;
   const int32_t delta = earlier ? -kMoveMs : kMoveMs;
-  auto doc = std::make_shared<LyricDoc>(*lyric_.doc);
-  doc->ShiftAll(delta);
-  lyric_.doc = std::move(doc);
+  lyric_.doc = Moved(*lyric_.doc, delta);
   if (moved_.size() >= kMostMoved) moved_.clear();
   const int32_t moved = moved_[SongKeyText(*item_)] += delta;
   ShowLyric();

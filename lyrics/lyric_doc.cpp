@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "lyrics/lrc_text.h"
+#include "lyrics/word_times.h"
 
 namespace melorin {
 
@@ -79,6 +80,11 @@ bool LyricDoc::ShiftAll(int32_t delta_ms) {
   for (LyricLine& line : lines_)
     line.time_ms = Clamped(int64_t{line.time_ms} + delta_ms);
   return !lines_.empty();
+}
+
+void LyricDoc::ShiftWords(int32_t delta_ms) {
+  for (LyricLine& line : lines_)
+    MoveWordTimes(line.text_gbk, delta_ms);
 }
 
 void LyricDoc::TrimAll() {

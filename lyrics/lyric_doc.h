@@ -62,6 +62,8 @@ class LyricDoc {
   bool ShiftLine(size_t index, int32_t delta_ms);
   /// False when there are no lines.
   bool ShiftAll(int32_t delta_ms);
+  /// The times of words within the lines' texts (see word_times.h), which ShiftAll leaves alone.
+  void ShiftWords(int32_t delta_ms);
   /// Takes white space from both ends of every line's text (the setting "TrimSpaces").
   void TrimAll();
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lyrics/lrc_time.h"
+#include "lyrics/word_times.h"
 
 namespace melorin {
 namespace {
@@ -40,6 +41,12 @@ std::vector<Tag> TagsIn(std::u16string_view text, TextRange lines) {
       tags.push_back({{open, close + 1}, *time});
   }
   return tags;
+}
+
+/// The times of words in a part of a line.
+void AddWordTimes(std::u16string_view text, TextRange part, std::vector<Tag>& tags) {
+  for (size_t at = part.begin; at < part.end; ++at)
+    if (const size_t size = WordTimeSize(text.substr(at, part.end - at))) tags.push_back({{at, at + size}});
 }
 
 TextRange Inside(std::u16string_view text, TextRange range) {
@@ -124,9 +131,21 @@ std::optional<TextChange> RemoveStamps(std::u16string_view text, TextRange range
 
 std::optional<TextChange> ShiftStamps(std::u16string_view text, TextRange range, int32_t delta_ms) {
   const TextRange lines = LinesOfRange(text, range);
-  const std::vector<Tag> tags = TagsIn(text, lines);
-  if (tags.empty()) return std::nullopt;
-  return ReplaceTags(text, tags, lines.begin, [delta_ms](const Tag& tag, std::u16string& out) {
+  const std::vector<Tag> stamps = TagsIn(text, lines);
+  if (stamps.empty()) return std::nullopt;
+  std::vector<Tag> tags;
+  size_t at = lines.begin;
+  for (const Tag& stamp : stamps) {
+    AddWordTimes(text, {at, stamp.range.begin}, tags);
+    tags.push_back(stamp);
+    at = stamp.range.end;
+  }
+  AddWordTimes(text, {at, lines.end}, tags);
+  return ReplaceTags(text, tags, lines.begin, [text, delta_ms](const Tag& tag, std::u16string& out) {
+    if (text[tag.range.begin] == u'<') {
+      out += MovedWordTime(text.substr(tag.range.begin, tag.range.end - tag.range.begin), delta_ms);
+      return;
+    }
     const int64_t time = int64_t{tag.time_ms} + delta_ms;
     AppendTime(static_cast<int32_t>(std::clamp<int64_t>(time, 0, std::numeric_limits<int32_t>::max())), out);
   });

@@ -43,8 +43,8 @@ TextRange LinesOfRange(std::u16string_view text, TextRange range);
 TextChange StampLine(std::u16string_view text, size_t caret, int32_t time_ms, StampMode mode, bool to_next);
 /// Takes the time tags of the lines that the range touches away. Nothing when they have none.
 std::optional<TextChange> RemoveStamps(std::u16string_view text, TextRange range);
-/// Moves the time tags of the lines that the range touches. Nothing when they have none. A time does not
-/// become less than zero, nor more than tags can hold.
+/// Moves the time tags of the lines that the range touches, and with them the times of words within the
+/// lines. Nothing when they have no tags. A time does not become less than zero, nor more than tags can hold.
 std::optional<TextChange> ShiftStamps(std::u16string_view text, TextRange range, int32_t delta_ms);
 
 /// Where a caret begins: at the line that is sung at that time, else at the first one that is neither empty

@@ -2,31 +2,16 @@
 #include "lyrics/shown_text.h"
 
 #include "lyrics/hanzi_fold.h"
+#include "lyrics/word_times.h"
 
 namespace melorin {
 namespace {
-
-size_t SkipDigits(std::string_view text, size_t at) {
-  while (at < text.size() && text[at] >= '0' && text[at] <= '9')
-    ++at;
-  return at;
-}
-
-/// How long the time is that begins the text: "<minutes:seconds>", with or without a fraction. 0: none does.
-size_t WordTimeSize(std::string_view text) {
-  const size_t colon = SkipDigits(text, 1);
-  if (colon == 1 || colon >= text.size() || text[colon] != ':') return 0;
-  size_t end = SkipDigits(text, colon + 1);
-  if (end == colon + 1) return 0;
-  if (end < text.size() && (text[end] == '.' || text[end] == ':')) end = SkipDigits(text, end + 1);
-  return end < text.size() && text[end] == '>' ? end + 1 : 0;
-}
 
 std::string WithoutWordTimes(std::string_view text) {
   std::string shown;
   // No byte of a two-byte or four-byte character is a "<".
   for (size_t at = 0; at < text.size();) {
-    const size_t size = text[at] == '<' ? WordTimeSize(text.substr(at)) : 0;
+    const size_t size = WordTimeSize(text.substr(at));
     if (size == 0) {
       shown += text[at++];
       continue;

@@ -378,6 +378,10 @@ TEST(LyricDoc, Shifting) {
   EXPECT_TRUE(doc.ShiftLine(1, kMin));
   EXPECT_TRUE(doc.ShiftLine(1, kMin));
   EXPECT_EQ(Show(doc), "2147483647|a\n-2147483648|b\n2147483647|c\n2147483647|d\n");
+  doc = Parsed("[0:1]<00:01.00>a <00:01.70>b\n[0:2]c");
+  doc.ShiftAll(500);
+  doc.ShiftWords(500);
+  EXPECT_EQ(Show(doc), "1500|<00:01.50>a <00:02.20>b\n2500|c\n");
 }
 
 TEST(LyricDoc, Trimming) {
