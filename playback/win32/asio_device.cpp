@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "playback/win32/asio_device.h"
 
-#include <windows.h>
-
-#include <algorithm>
 #include <memory>
 #include <new>
 

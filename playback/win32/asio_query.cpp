@@ -53,6 +53,7 @@ HRESULT AskDriver(const CLSID& clsid, void* window, DeviceCapabilities* out) {
 struct Question {
   CLSID clsid;
   void* window;
+  const uint32_t begin_ms = GetTickCount();
   DriverEvent answered;
   HRESULT result = E_FAIL;
   DeviceCapabilities capabilities;
@@ -124,7 +125,9 @@ bool AwaitAsioQuery(const CLSID& clsid, uint32_t timeout_ms) {
     const Lock lock(g_questions.lock);
     question = FindLocked(clsid);
   }
-  return !question || question->answered.WaitAsCaller(timeout_ms);
+  if (!question) return true;
+  const uint32_t passed = GetTickCount() - question->begin_ms;
+  return question->answered.WaitAsCaller(passed < timeout_ms ? timeout_ms - passed : 0);
 }
 
 void* AsioDialogOwner(void* window) {

@@ -9,7 +9,8 @@
 
 namespace melorin {
 
-/// Waits until that driver is not being asked any more; false when it still is after that time. Thread: any.
+/// Waits until that driver is not being asked any more; false when it still is that long after it was asked,
+/// so that one that hangs is not waited for again and again. Thread: any.
 bool AwaitAsioQuery(const CLSID& clsid, uint32_t timeout_ms);
 
 /// The window itself while there is one; else the desktop.

@@ -82,12 +82,13 @@ HRESULT WaveOutLine::Write(const uint8_t* data, uint32_t bytes) {
     const Lock lock(lock_);
     CollectLocked();
     refused = write_failed_;
-    if (!refused && !idle_.empty()) one.splice(one.end(), idle_, idle_.begin());
+    // The memory of a prepared block must stay where it is.
+    if (!refused && !idle_.empty() && idle_.front().data.size() >= bytes)
+      one.splice(one.end(), idle_, idle_.begin());
   }
   if (!refused) {
-    if (one.empty()) one.emplace_back();
+    if (one.empty()) one.emplace_back().data.resize(bytes);
     Block& block = one.front();
-    if (block.data.size() < bytes) block.data.resize(bytes);
     std::memcpy(block.data.data(), data, bytes);
     block.bytes = bytes;
     const Lock lock(lock_);
