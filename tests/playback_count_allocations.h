@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// Counts what this thread allocates, libraries included. Works under the address sanitizer; elsewhere
+// Counts what a thread allocates, libraries included: by the sanitizers' hooks, and in the Windows build by
+// what stands in front of the C library (win32/playback_count_allocations_test.cpp). Elsewhere
 // CanCountAllocations() is false.
 #pragma once
 
@@ -8,11 +9,11 @@
 #include <cstdint>
 
 #if defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define MELORIN_ALLOCATION_HOOK
 #endif
 #endif
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define MELORIN_ALLOCATION_HOOK
 #endif
 
@@ -22,6 +23,21 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(con
 #endif
 
 namespace melorin {
+
+#if defined(_WIN32)
+
+/// One number a thread, in a slot of the system's: a thread_local variable is itself got from the heap.
+class ThreadCount {
+ public:
+  operator uint32_t() const;
+  void operator=(uint32_t count);
+};
+inline ThreadCount t_allocations;
+
+/// Counts from the first call on.
+bool CanCountAllocations();
+
+#else
 
 inline thread_local uint32_t t_allocations = 0;
 
@@ -35,5 +51,7 @@ inline bool CanCountAllocations() {
   return false;
 #endif
 }
+
+#endif
 
 }  // namespace melorin

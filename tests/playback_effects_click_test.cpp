@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "playback/device_format.h"
+#include "playback_count_allocations.h"
 #include "playback_effects_fakes.h"
 #include "playback_sim.h"
 
@@ -142,11 +143,17 @@ TEST(EffectClicks, NoneWhateverIsChanged) {
   }
 }
 
-/// Counts the blocks that are asked of it.
+/// What a CountingChain has counted.
+struct Counts {
+  std::atomic<uint32_t> blocks{0};
+  std::atomic<uint32_t> allocations{0};  ///< Of the decode thread, after the first block.
+};
+
+/// Counts the blocks that are asked of it, and what they take from the heap.
 class CountingChain final : public PlaybackChain {
  public:
-  CountingChain(std::unique_ptr<PlaybackChain> inner, std::atomic<uint32_t>& blocks)
-      : inner_(std::move(inner)), blocks_(blocks) {}
+  CountingChain(std::unique_ptr<PlaybackChain> inner, Counts& counts)
+      : inner_(std::move(inner)), counts_(counts) {}
   uint32_t NativeBlockBytes() const override { return inner_->NativeBlockBytes(); }
   uint32_t ResampledBlockBytes() const override { return inner_->ResampledBlockBytes(); }
   bool IsResampling() const override { return inner_->IsResampling(); }
@@ -155,8 +162,11 @@ class CountingChain final : public PlaybackChain {
   uint16_t SourceBits() const override { return inner_->SourceBits(); }
   uint32_t DurationMs() const override { return inner_->DurationMs(); }
   HRESULT NextBlock(SoundBuffer& block) override {
-    ++blocks_;
-    return inner_->NextBlock(block);
+    const uint32_t before = CanCountAllocations() ? t_allocations : 0;
+    const HRESULT result = inner_->NextBlock(block);
+    if (CanCountAllocations() && counts_.blocks > 0) counts_.allocations += t_allocations - before;
+    ++counts_.blocks;
+    return result;
   }
   HRESULT Seek(uint32_t position_ms) override { return inner_->Seek(position_ms); }
   HRESULT NotifyStart() override { return inner_->NotifyStart(); }
@@ -167,12 +177,14 @@ class CountingChain final : public PlaybackChain {
 
  private:
   std::unique_ptr<PlaybackChain> inner_;
-  std::atomic<uint32_t>& blocks_;
+  Counts& counts_;
 };
 
-// A thread of the user's changes everything while the decode thread works, as fast as it decodes.
+// A thread of the user's changes everything while the decode thread works, as fast as it decodes. The track
+// is measured and resampled as well.
 TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
-  constexpr uint32_t kRate = 22050;
+  constexpr uint32_t kSourceRate = 22050;
+  constexpr uint32_t kRate = 24000;
   sim::SimClock clock;
   sim::Journal journal(clock);
   journal.SetQuiet(true);
@@ -181,10 +193,12 @@ TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
   setup.bytes_per_second = format.nAvgBytesPerSec;
   setup.buffer_bytes = format.nAvgBytesPerSec;
   const auto device = ComPtr<sim::SimDevice>::Adopt(new sim::SimDevice(clock, journal, setup, 'A'));
-  std::atomic<uint32_t> blocks{0};
+  Counts counts;
   HRESULT status = E_FAIL;
   auto stream = PlaybackStream::Create(
-      std::make_unique<CountingChain>(MakeChain(Tone(kRate, uint64_t{kRate} * 3600)), blocks),
+      std::make_unique<CountingChain>(MakeChain(Tone(kSourceRate, uint64_t{kSourceRate} * 3600),
+                                                {.resample_rate = kRate, .scan_gain = true}),
+                                      counts),
       ComPtr<OutputDevice>::Share(device.get()), format, 0, clock, &status, clock.Starter());
   ASSERT_EQ(status, S_OK);
   stream->SetFade(0, nullptr);
@@ -200,9 +214,9 @@ TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
       EffectSettings settings;
       if (dice.Roll(0, 3) != 0) one(static_cast<size_t>(dice.Roll(0, 6)), settings);
       if (dice.Roll(0, 3) == 0) ChangeBand(settings, dice, static_cast<size_t>(dice.Roll(0, 10)));
-      const uint32_t seen = blocks;
+      const uint32_t seen = counts.blocks;
       effects->Set(settings);
-      while (blocks == seen && !stop)
+      while (counts.blocks == seen && !stop)
         std::this_thread::yield();
     }
     done = true;
@@ -212,7 +226,8 @@ TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {
   EXPECT_TRUE(done);
   stop = true;
   user.join();
-  EXPECT_GE(blocks, uint32_t{kChanges});
+  EXPECT_GE(counts.blocks, uint32_t{kChanges});
+  EXPECT_EQ(counts.allocations, 0u);
   stream.Reset();
 
   const std::vector<uint8_t> bytes = device->Captured();
