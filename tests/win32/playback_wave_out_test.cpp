@@ -179,7 +179,7 @@ FakeWaveOut* FakeWaveOut::self_ = nullptr;
 
 constexpr uint32_t kBlock = 400;
 constexpr uint32_t kBuffer = 8 * kBlock;
-constexpr WaveOutPatience kShort = {200, 100};
+constexpr WaveOutPatience kShort = {500, 200};
 
 bool Await(const std::function<bool()>& true_at_last) {
   for (int i = 0; i < 500; ++i, SystemClock().Sleep(5))
@@ -191,7 +191,8 @@ class WaveOut : public testing::Test {
  protected:
   HRESULT Open() {
     device_.Reset();
-    return OpenWaveOutDevice(MakePcmFormat(2, 8000, 16), kBuffer, -1, device_.Receive(), fake_.Api(), kShort);
+    return OpenWaveOutDevice(MakePcmFormat(2, 8000, 16), kBuffer, -1, device_.Receive(), fake_.Api(),
+                             patience_);
   }
   std::vector<uint8_t> Data(uint32_t bytes) {
     std::vector<uint8_t> data(bytes);
@@ -215,6 +216,7 @@ class WaveOut : public testing::Test {
   }
 
   FakeWaveOut fake_;
+  WaveOutPatience patience_;
   ComPtr<OutputDevice> device_;
   uint8_t next_ = 0;
 };
@@ -264,6 +266,7 @@ TEST_F(WaveOut, RefusedCommandsAreFailures) {
 }
 
 TEST_F(WaveOut, APlatformThatStandsStillHoldsUpNobody) {
+  patience_ = kShort;
   for (const Call call : {Call::kWrite, Call::kPause, Call::kRestart, Call::kReset, Call::kPosition,
                           Call::kVolume, Call::kClose, Call::kPrepare}) {
     SCOPED_TRACE(static_cast<int>(call));
@@ -288,7 +291,7 @@ TEST_F(WaveOut, APlatformThatStandsStillHoldsUpNobody) {
       EXPECT_EQ(device_->GetPosition(&position), E_FAIL);
     }
     device_.Reset();
-    EXPECT_LT(SystemClock().TickMs() - begin, 400u) << "once the patience, not at each call";
+    EXPECT_LT(SystemClock().TickMs() - begin, 900u) << "once the patience, not at each call";
     EXPECT_EQ(Open(), kDeviceTimedOut) << "at once while the last one is still inside";
     fake_.hangs_in = Call::kNone;
     fake_.let_go.Set();
@@ -302,10 +305,10 @@ TEST_F(WaveOut, APlatformThatStandsStillHoldsUpNobody) {
 
 class WaveOutFactory final : public DeviceFactory {
  public:
-  explicit WaveOutFactory(const WaveOutApi& api) : api_(api) {}
+  WaveOutFactory(const WaveOutApi& api, const WaveOutPatience& patience) : api_(api), patience_(patience) {}
   HRESULT OpenWaveOut(const WAVEFORMATEX& format, uint32_t buffer_bytes, int32_t number,
                       OutputDevice** out) override {
-    return OpenWaveOutDevice(format, buffer_bytes, number, out, api_, kShort);
+    return OpenWaveOutDevice(format, buffer_bytes, number, out, api_, patience_);
   }
   HRESULT OpenDirectSound(const DirectSoundRequest&, OutputDevice**) override { return E_NOTIMPL; }
   HRESULT OpenKernelStreaming(const WAVEFORMATEX&, uint32_t, uint32_t, int32_t, OutputDevice**) override {
@@ -315,6 +318,7 @@ class WaveOutFactory final : public DeviceFactory {
 
  private:
   const WaveOutApi& api_;
+  const WaveOutPatience patience_;
 };
 
 /// Whole tracks of 16-bit stereo at 8000 Hz.
@@ -328,7 +332,7 @@ class WaveOutTrack : public WaveOut, private EventTarget {
     PlaybackSettings settings;
     settings.device_type = PackDeviceId(0, 0);
     settings.buffer_duration = 200;
-    WaveOutFactory factory(fake_.Api());
+    WaveOutFactory factory(fake_.Api(), patience_);
     ASSERT_EQ(OpenForChain(std::make_unique<sim::SimChain>(journal_, chain_setup_), settings, nullptr,
                            SystemClock(), std::addressof(stream_), &factory),
               S_OK);
@@ -363,7 +367,18 @@ TEST_F(WaveOutTrack, RunsToItsEndInTime) {
   }
 }
 
+TEST_F(WaveOutTrack, RunsOnUnheardWhenTheDeviceIsTakenAway) {
+  ASSERT_NO_FATAL_FAILURE(Play(8000));
+  SystemClock().Sleep(100);
+  fake_.refuses = Call::kWrite;
+  EXPECT_TRUE(ended_.Wait(6000)) << "after the watch's two seconds";
+  EXPECT_LT(fake_.Taken().size(), 8000u * 4);
+  EXPECT_EQ(stream_->Play(), S_OK);
+  EXPECT_EQ(stream_->Stop(), S_OK);
+}
+
 TEST_F(WaveOutTrack, CommandsWorkWhileThePlatformStandsStill) {
+  patience_ = kShort;
   ASSERT_NO_FATAL_FAILURE(Play(80000));
   SystemClock().Sleep(50);
   fake_.hangs_in = Call::kPosition;
@@ -376,7 +391,7 @@ TEST_F(WaveOutTrack, CommandsWorkWhileThePlatformStandsStill) {
   EXPECT_EQ(stream_->Play(), S_OK);
   EXPECT_EQ(stream_->Stop(), S_OK);
   stream_.Reset();
-  EXPECT_LT(SystemClock().TickMs() - begin, 1500u);
+  EXPECT_LT(SystemClock().TickMs() - begin, 2500u);
 }
 
 }  // namespace
