@@ -297,7 +297,10 @@ void PlayerControl::KeepScannedGain() {
   const auto scanned = effects ? effects->ScannedGain() : std::nullopt;
   if (scanned) WriteTrackGain(*source, *scanned);
   const std::optional<TrackGain> gain = ReadTrackGain(*source);
-  if (!gain || ListedGain(*item_) == gain) return;
+  if (!gain) return;
+  // The list may know a peak that the tags lack.
+  const std::optional<TrackGain> listed = ListedGain(*item_);
+  if (listed && listed->gain_db == gain->gain_db && (!gain->peak || listed->peak == gain->peak)) return;
   StoreListedGain(*item_, *gain);
   listener_.OnGainScanned(item_);
 }

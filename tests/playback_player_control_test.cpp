@@ -724,6 +724,15 @@ TEST_F(PlayerControlTest, AMeasuredGainIsKeptAndUsedTheNextTime) {
   EXPECT_EQ(Heard(), "open b, open a");
   EXPECT_EQ(opened_with_.listed_gain, (TrackGain{-7.25, 0.9}));
   EXPECT_EQ(effects.set.gain, (TrackGain{-7.25, 0.9}));
+  // A gain without a peak in the file's own tags since: the list keeps the peak, and that is no news.
+  control_.OpenEntry(1);
+  const auto tagged = ComPtr<TaggedSource>::Adopt(new TaggedSource({}));
+  tagged->SetTag(u"replaygain_track_gain", u"-3.50 dB");
+  File("a").chain.source = tagged.get();
+  control_.OpenEntry(0);
+  Run(600);
+  EXPECT_EQ(Heard(), "open b, open a, finished");
+  EXPECT_EQ(list_->At(0)->TagValue("replaygain_track_peak"), "0.900000");
   control_.Close();
 }
 
