@@ -246,13 +246,30 @@ def measure_gain(cli):
     return results
 
 
+# ---- limiter
+
+
+def measure_limiter(cli):
+    """Tones near full scale that "--gain" brings far above it: what is left beside the tone, once it is steady."""
+    rate, results = 44100, []
+    for hz in (30, 50, 100, 1000, 10000):
+        for gain_db in (6, 12, 24):
+            tone = 0.99 * np.sin(2 * np.pi * hz * np.arange(rate * 2) / rate)
+            out, _, _ = cli.decode(tone, rate, "--gain", str(gain_db))
+            level, rest = split_tone(out[rate:, 0], rate, hz)
+            results.append(dict(hz=hz, gain=gain_db, peak=float(np.max(np.abs(out))),
+                                rest=float(db(rest * np.sqrt(2) / level))))
+    return results
+
+
 def main():
     check_only = "--check" in sys.argv[2:]
     root = pathlib.Path(__file__).resolve().parent.parent
     with tempfile.TemporaryDirectory(prefix="melorin-quality-") as folder:
         cli = Cli(str(pathlib.Path(sys.argv[1]).resolve()), folder)
         measured = dict(equalizer=measure_equalizer(cli), resampler=measure_resampler(cli),
-                        dither=measure_dither(cli), passthrough=measure_passthrough(cli), gain=measure_gain(cli))
+                        dither=measure_dither(cli), passthrough=measure_passthrough(cli), gain=measure_gain(cli),
+                        limiter=measure_limiter(cli))
     page, misses = report.make_page(measured)
     print(page)
     if not check_only:

@@ -2,6 +2,7 @@
 """The page and the plots of scripts/sound_quality.py, and the marks that its figures are held to."""
 
 EQUALIZER_ERROR_DB = 0.01
+LIMITER_REST_DB = -100.0
 MARKS = {
     "high": dict(tone=-120.0, at_20k=0.1, alias=-100.0),
     "fast": dict(tone=-100.0, images=-80.0),
@@ -101,6 +102,22 @@ def gain_section(results, marks):
     return lines + [""]
 
 
+def limiter_section(results, marks):
+    gains = list(dict.fromkeys(r["gain"] for r in results))
+    lines = ["## Limiter", "",
+             "Sines of 0.99 that `--gain` brings beyond full scale: what there is beside the tone once it is steady,",
+             f"relative to it; the mark is {LIMITER_REST_DB:g} dB. No sample is above full scale.", "",
+             "| tone | " + " | ".join(f"{gain:+d} dB" for gain in gains) + " |", "|---|" + "---|" * len(gains)]
+    for hz in dict.fromkeys(r["hz"] for r in results):
+        row = [f"{hz} Hz"]
+        for r in (r for r in results if r["hz"] == hz):
+            name = f"limiter, {hz} Hz {r['gain']:+d} dB"
+            marks.hold(r["peak"] <= 1.0, name + ": beyond full scale")
+            row.append(f"{r['rest']:.1f} dB" + marks.hold(r["rest"] <= LIMITER_REST_DB, name))
+        lines.append("| " + " | ".join(row) + " |")
+    return lines + [""]
+
+
 def make_page(measured):
     """(Markdown, what missed its mark)."""
     marks = Marks()
@@ -113,6 +130,7 @@ def make_page(measured):
     lines += dither_section(measured["dither"], marks)
     lines += passthrough_section(measured["passthrough"], marks)
     lines += gain_section(measured["gain"], marks)
+    lines += limiter_section(measured["limiter"], marks)
     return "\n".join(lines).rstrip() + "\n", marks.misses
 
 
