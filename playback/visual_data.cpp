@@ -21,6 +21,11 @@ std::array<float, kVisualFrames> MakeHannWindow() {
   return window;
 }
 
+/// Samples of 16 bits are far from what a float cannot square; std::hypot would cost more than the transform.
+float Square(float value) {
+  return value * value;
+}
+
 }  // namespace
 
 void ExtractChannel(std::span<const uint8_t> pcm, uint16_t bits, uint16_t channels, uint16_t channel,
@@ -63,7 +68,7 @@ void SpectrumState::Compute(std::span<const int16_t, kVisualFrames> wave,
   // A sine of amplitude A in one bin gives A * 512 / 2 there, and the window halves it.
   constexpr float kScale = 4.0f / (kVisualFrames * 32768.0f);
   for (uint32_t k = 0; k < kVisualBins; ++k)
-    magnitudes[k] = kScale * std::hypot(output_[2 * k], output_[2 * k + 1]);
+    magnitudes[k] = kScale * std::sqrt(Square(output_[2 * k]) + Square(output_[2 * k + 1]));
 }
 
 }  // namespace melorin
