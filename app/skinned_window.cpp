@@ -137,7 +137,7 @@ void SkinnedWindow::SetAlpha(int alpha) {
 
 void SkinnedWindow::OnTimer(WPARAM timer) {
   if (timer == kTickTimer) {
-    view_.OnTick(GetTickCount());
+    surface_.ShowStep([this] { view_.OnTick(GetTickCount()); });
     SetTick();
     return;
   }

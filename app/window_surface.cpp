@@ -2,9 +2,11 @@
 #include "app/window_surface.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "app/gdi.h"
 #include "app/window_shape.h"
+#include "skin/bitmap_draw.h"
 
 namespace melorin {
 namespace {
@@ -17,26 +19,40 @@ constexpr int kOpaque = 255;
 void WindowSurface::Paint() {
   const PaintScope paint(window_);
   const RECT& dirty = paint.Dirty();
-  if (!paint.dc() || IsRectEmpty(&dirty)) return;
+  if (paint.dc() && !IsRectEmpty(&dirty))
+    Draw(paint.dc(), {dirty.left, dirty.top, dirty.right, dirty.bottom});
+}
+
+void WindowSurface::Draw(HDC dc, const SkinRect& pixels) {
   const Bitmap& canvas = view_.Compose();
-  const int left = std::max<int>(dirty.left, 0);
-  const int top = std::max<int>(dirty.top, 0);
-  const int right = std::min<int>(dirty.right, canvas.width);
-  const int bottom = std::min<int>(dirty.bottom, canvas.height);
-  if (right <= left || bottom <= top) return;
+  const SkinRect area = Intersection(pixels, BitmapBounds(canvas));
+  if (area.IsEmpty()) return;
   // Only the rows that are wanted are shown to the system: it may copy all it is shown.
-  const int rows = bottom - top;
+  const auto rows = static_cast<UINT>(area.Height());
   BITMAPINFO info{};
   info.bmiHeader.biSize = sizeof(info.bmiHeader);
   info.bmiHeader.biWidth = canvas.width;
-  info.bmiHeader.biHeight = -rows;
+  info.bmiHeader.biHeight = -area.Height();
   info.bmiHeader.biPlanes = 1;
   info.bmiHeader.biBitCount = 32;
-  SetDIBitsToDevice(paint.dc(), left, top, static_cast<DWORD>(right - left), static_cast<DWORD>(rows), left,
-                    0, 0, static_cast<UINT>(rows), canvas.Row(top), &info, DIB_RGB_COLORS);
+  SetDIBitsToDevice(dc, area.left, area.top, static_cast<DWORD>(area.Width()), rows, area.left, 0, 0, rows,
+                    canvas.Row(area.top), &info, DIB_RGB_COLORS);
+}
+
+void WindowSurface::ShowStepped() {
+  const SkinRect pixels = std::exchange(stepped_, {});
+  if (!window_ || pixels.IsEmpty()) return;
+  HDC dc = GetDC(window_);
+  if (!dc) return;
+  Draw(dc, pixels);
+  ReleaseDC(window_, dc);
 }
 
 void WindowSurface::Invalidate(const SkinRect& pixels) {
+  if (stepping_) {
+    stepped_ = Union(stepped_, pixels);
+    return;
+  }
   const RECT area = {pixels.left, pixels.top, pixels.right, pixels.bottom};
   InvalidateRect(window_, &area, FALSE);
 }

@@ -28,6 +28,15 @@ class WindowSurface {
   void Paint();
   /// `pixels` of the window are another by the next WM_PAINT.
   void Invalidate(const SkinRect& pixels);
+  /// Does what moves the view, and shows at once what it has made another: for the frames of a motion the
+  /// way over update regions and WM_PAINT would cost more than the picture.
+  template <class Step>
+  void ShowStep(Step step) {
+    stepping_ = true;
+    step();
+    stepping_ = false;
+    ShowStepped();
+  }
 
   /// The shape of the view has changed. Finding it takes a bitmap, which a window that is not `seen` does
   /// without until RefreshShape.
@@ -45,12 +54,16 @@ class WindowSurface {
   bool OnTimer();
 
  private:
+  void ShowStepped();
+  void Draw(HDC dc, const SkinRect& pixels);
   void FindShape();
   void ApplyAlpha(int alpha);
   void StartFade(int to);
 
   WindowView& view_;
   HWND window_ = nullptr;
+  bool stepping_ = false;
+  SkinRect stepped_;  ///< What the step has made another, in pixels of the window.
   bool shaped_ = false;
   bool shape_is_old_ = true;
   int alpha_ = 255;
