@@ -94,13 +94,17 @@ class DirectSoundHost {
 namespace {
 
 /// The last reference waits for the mixer's thread, which stands still together with the sound server behind
-/// it. So it is given away on another thread.
+/// it. So it is given away on another thread. Messages are not answered meanwhile: whoever lets go of a
+/// device is in the middle of something.
 void ReleaseInTime(std::shared_ptr<DirectSoundHost> host, ComPtr<IDirectSoundBuffer> buffer) {
   try {
-    RunAsDriver(kReleaseMs, [host = std::move(host), buffer = std::move(buffer)]() mutable {
-      buffer.Reset();
-      host.reset();
-    });
+    const auto released = std::make_shared<Event>(Event::Mode::kManualReset);
+    if (StartDriverThread([host = std::move(host), buffer = std::move(buffer), released]() mutable {
+          buffer.Reset();
+          host.reset();
+          released->Set();
+        }))
+      released->Wait(kReleaseMs);
   } catch (const std::bad_alloc&) {
     // Released here, then.
   }
