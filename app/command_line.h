@@ -15,8 +15,8 @@ namespace melorin {
 /// melorin.exe [switches] [files and folders]
 ///
 ///   (paths)           put into the list and play, in this order; folders in name order; playlists, sheets
-///   and
-///                     shortcuts stand for their entries. What the list holds already is played where it is.
+///                     and shortcuts stand for their entries. What the list holds already is played where it
+///                     is.
 ///   /add              append the paths to the list; what plays goes on
 ///   /list=NAME        of the list of that name, made when there is none; else see PlayerJobs
 ///   /play /pause      start or go on; pause, or go on when paused; nothing when stopped
