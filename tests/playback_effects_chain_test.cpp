@@ -28,8 +28,8 @@ float Wild(uint64_t frame, uint16_t channel) {
 }
 
 TEST(EffectsChain, WithNothingOnSamplesPassBitForBit) {
-  // Track lengths around a block, the look-ahead (220 frames) and the sum of both.
-  for (const uint64_t frames : {0u, 1u, 219u, 220u, 221u, 1095u, 1096u, 1097u, 1315u, 1316u, 1317u, 5000u}) {
+  // Track lengths around a block, the look-ahead (440 frames) and the sum of both.
+  for (const uint64_t frames : {0u, 1u, 439u, 440u, 441u, 1095u, 1096u, 1097u, 1535u, 1536u, 1537u, 5000u}) {
     SCOPED_TRACE(frames);
     const Signal signal{.frames = frames, .sample = Wild};
     const auto chain = MakeChain(signal, {.resample_rate = signal.rate});

@@ -4,7 +4,7 @@
 // gain is already down when the peak comes, without a corner in it.
 //
 // For each frame: the gain that brings its loudest channel to full scale (1 for what is below); the lowest of
-// these over the 5 ms ahead and the 20 ms before; from there a release towards 1, exponential with 150 ms,
+// these over the 10 ms ahead and the 20 ms before; from there a release towards 1, exponential with 150 ms,
 // that never rises above the next such minimum; two running means in a row over that, which together are as
 // long as the look-ahead. A mean of values each of which is low enough for a frame is low enough for it, so
 // the result never is above what the frame needs, and it moves along a parabola, not in steps. All channels
@@ -12,7 +12,8 @@
 //
 // The 20 ms are half a period of 25 Hz: a steady tone from there up gets a steady gain. Without them the gain
 // would rise between two peaks of a bass tone and be taken down at each of them, which is distortion: 3 % of
-// 50 Hz brought 12 dB above full scale, 5 % of 30 Hz.
+// 50 Hz brought 12 dB above full scale, 5 % of 30 Hz. The 10 ms keep a sudden gain quiet: what it leaves
+// above 700 Hz of a tone of 100 Hz, the limiter's onset with it, is 81 dB below full scale (68 with 5 ms).
 #pragma once
 
 #include <cstddef>
@@ -27,11 +28,11 @@ class Limiter {
   /// Throws std::bad_alloc.
   Limiter(uint32_t sample_rate, uint16_t channels);
 
-  static constexpr uint32_t kLookAheadMs = 5;
+  static constexpr uint32_t kLookAheadMs = 10;
   static constexpr uint32_t kHoldMs = 20;
   static constexpr uint32_t kReleaseMs = 150;
 
-  /// Frames that a frame must wait for those after it. 5 ms, and at least 8.
+  /// Frames that a frame must wait for those after it. 10 ms, and at least 8.
   size_t LookAhead() const { return look_ahead_; }
 
   /// Takes new frames and finishes as many: those that lie LookAhead() frames before them in memory (none
