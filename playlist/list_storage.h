@@ -28,11 +28,12 @@ size_t LoadAllLists(PlaylistSet& set, const std::string& folder_gbk, size_t coun
 bool EnsureLoaded(Playlist& list, const ListFileOptions& options);
 
 /// Writes all lists. Afterwards the folder holds exactly 000.mzbl to the last list's and no temporary file.
-/// False when a list could not be written: then the stored lists are as they were. (When files could be written
-/// but then not moved, because another program holds them, it is false too; the next save or load completes it.)
+/// False when a list could not be written: then the stored lists are as they were. (When files could be
+/// written but then not moved, because another program holds them, it is false too; the next save or load
+/// completes it.)
 ///
-/// A list that is not loaded is moved, never written, so a new name for it is lost: load it first. A list whose
-/// bytes are those of its file is not written either, which makes saving many lists quick.
+/// A list that is not loaded is moved, never written, so a new name for it is lost: load it first. A list
+/// whose bytes are those of its file is not written either, which makes saving many lists quick.
 bool SaveAllLists(PlaylistSet& set, const std::string& folder_gbk, const ListFileOptions& options);
 
 }  // namespace melorin

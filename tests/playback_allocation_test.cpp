@@ -267,7 +267,8 @@ TEST_F(RealTrack, EffectsWorkAndChangeWithoutTheHeapToo) {
   on.volume = 90;
   on.gain = TrackGain{9.0, std::nullopt};  // Loud enough for the limiter.
   ASSERT_NO_FATAL_FAILURE(OpenFile(
-      path_, 0, 0, {.resample_rate = 48000, .quality = ResampleQuality::kHigh, .scan_gain = true, .effects = on}));
+      path_, 0, 0,
+      {.resample_rate = 48000, .quality = ResampleQuality::kHigh, .scan_gain = true, .effects = on}));
   ASSERT_EQ(stream_->Format().nSamplesPerSec, 48000u);
   ASSERT_EQ(stream_->Play(), S_OK);
   clock_.Advance(100);

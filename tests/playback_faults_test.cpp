@@ -9,8 +9,8 @@
 namespace melorin::sim {
 namespace {
 
-constexpr DeviceKind kKinds[] = {DeviceKind::kWaveOut, DeviceKind::kDirectSound,
-                                 DeviceKind::kKernelStreaming, DeviceKind::kAsio};
+constexpr DeviceKind kKinds[] = {DeviceKind::kWaveOut, DeviceKind::kDirectSound, DeviceKind::kKernelStreaming,
+                                 DeviceKind::kAsio};
 
 /// Opens nothing: every attempt fails in the same way, and is counted.
 class BrokenFactory final : public DeviceFactory {

@@ -248,15 +248,15 @@ TEST(OpenTrack, FailuresLeaveNothingOpen) {
   EXPECT_EQ(
       OpenForTrack(library, nullptr, 0, settings, nullptr, SystemClock(), std::addressof(stream), &factory),
       E_INVALIDARG);
-  EXPECT_EQ(
-      OpenForTrack(library, AsWide(u""), 0, settings, nullptr, SystemClock(), std::addressof(stream), &factory),
-      E_INVALIDARG);
+  EXPECT_EQ(OpenForTrack(library, AsWide(u""), 0, settings, nullptr, SystemClock(), std::addressof(stream),
+                         &factory),
+            E_INVALIDARG);
   const size_t before = factory.attempts.size();
   EXPECT_LT(OpenForTrack(library, AsWide(u"/nowhere/missing.wav"), 0, settings, nullptr, SystemClock(),
                          std::addressof(stream), &factory),
             0);
-  EXPECT_LT(OpenForTrack(library, AsWide(u"/tmp"), 0, settings, nullptr, SystemClock(), std::addressof(stream),
-                         &factory),
+  EXPECT_LT(OpenForTrack(library, AsWide(u"/tmp"), 0, settings, nullptr, SystemClock(),
+                         std::addressof(stream), &factory),
             0);
   EXPECT_EQ(factory.attempts.size(), before) << "no device is opened for a file that cannot be played";
   EXPECT_FALSE(stream);

@@ -151,8 +151,9 @@ TEST(ByteStream, AnswersArgumentsAsStreamsDo) {
   EXPECT_EQ(CreateStreamOnFile(AsWide(TempPath("missing.bin").c_str()), 0, stream.Receive()), E_FAIL);
   EXPECT_EQ(CreateStreamOnFile(AsWide(TempPath("\x81\x30.bin").c_str()), 0, stream.Receive()), E_FAIL);
   const std::u16string half_character = {u'a', 0xD83C, 0};
-  EXPECT_EQ(CreateStreamOnFile(AsWide(half_character.c_str()), STGM_READWRITE | STGM_CREATE, stream.Receive()),
-            E_FAIL)
+  EXPECT_EQ(
+      CreateStreamOnFile(AsWide(half_character.c_str()), STGM_READWRITE | STGM_CREATE, stream.Receive()),
+      E_FAIL)
       << "a name that is no text";
 
   stream = OpenStream(path, STGM_READ | STGM_SHARE_DENY_NONE);
