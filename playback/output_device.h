@@ -27,14 +27,15 @@ struct OutputDevice : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE Play() = 0;
   virtual HRESULT STDMETHODCALLTYPE Pause() = 0;  ///< Keeps queued data.
   virtual HRESULT STDMETHODCALLTYPE Reset() = 0;  ///< Discards queued data; the position counts from 0 again.
-  virtual HRESULT STDMETHODCALLTYPE SetVolume(int32_t volume) = 0;  ///< 0 to 100; -1 mutes.
-  virtual HRESULT STDMETHODCALLTYPE
-  SetBalance(int32_t balance) = 0;  ///< -100 to 100; > 0 attenuates the left.
+  /// 0 to 100; -1 mutes.
+  virtual HRESULT STDMETHODCALLTYPE SetVolume(int32_t volume) = 0;
+  /// -100 to 100; above 0 attenuates the left.
+  virtual HRESULT STDMETHODCALLTYPE SetBalance(int32_t balance) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetBufferSize(uint32_t* bytes) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetPosition(uint32_t* bytes) = 0;  ///< Played since the last Reset.
   virtual HRESULT STDMETHODCALLTYPE GetFreeSpace(uint32_t* bytes) = 0;
-  virtual HRESULT STDMETHODCALLTYPE Write(const uint8_t* data,
-                                          uint32_t bytes) = 0;  ///< At most the free space.
+  /// At most the free space.
+  virtual HRESULT STDMETHODCALLTYPE Write(const uint8_t* data, uint32_t bytes) = 0;
 };
 
 }  // namespace melorin
