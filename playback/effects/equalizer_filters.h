@@ -37,16 +37,16 @@ struct EqualizerFilters {
 ///   s = s + gain × (w + kNumerator × w2)
 /// Both are done by way of w's rise from frame to frame, w1 - w2 when a call begins, in single precision and
 /// in this order of operations:
-///   past = kNumeratorRest × w2 + rise
+///   past = kNumeratorRest × (w1 - rise) + rise
 ///   rise = (alpha × s + beta × rise) - pull × w1
-///   w = w1 + rise
+///   w1 = w1 + rise
 ///   s = s + gain × (rise + past)
-/// These are the same sums, with w1 - rise for w2. But the poles of the low bands lie so near 1 that gamma
-/// and beta are almost 2 and 1, and w is a hundred times the band's output. As the sums stand above, rounding
-/// would move 31 Hz by up to 0.3 % at 48 kHz; what is rounded off w would push the filter, where here it only
-/// shifts it, and would be noise in its output. This way the response is within 0.002 dB of the design up to
-/// 192 kHz and 0.005 dB at 384, against 0.03 dB at 48 kHz, 0.3 at 192 and 1.4 at 384; noise beside a bass
-/// tone is 20 dB less.
+/// These are the same sums, with w1 - rise for w2, which it becomes when the call ends. But the poles of the
+/// low bands lie so near 1 that gamma and beta are almost 2 and 1, and w is a hundred times the band's
+/// output. As the sums stand above, rounding would move 31 Hz by up to 0.3 % at 48 kHz; what is rounded off w
+/// would push the filter, where here it only shifts it, and would be noise in its output. This way the
+/// response is within 0.002 dB of the design up to 192 kHz and 0.005 dB at 384, against 0.03 dB at 48 kHz,
+/// 0.3 at 192 and 1.4 at 384; noise beside a bass tone is 20 dB less.
 using EqualizerRoutine = void (*)(EqualizerFilters& filters, float* samples, size_t frames,
                                   const float* weights);
 

@@ -15,20 +15,19 @@ void RunEqualizerPlain(EqualizerFilters& filters, float* samples, size_t frames,
       float& sample = samples[n * filters.channels + c];
       float s = sample;
       for (uint32_t k = 0; k < filters.bands; ++k) {
-        float& w1 = filters.w1[k][c];
-        float& w2 = filters.w2[k][c];
+        float& w = filters.w1[k][c];
+        float& rise = rises[k];
         float gain = filters.gain[k][c];
         if (weights) gain += filters.gain_move[k][c] * weights[n];
-        float& rise = rises[k];
-        const float past = EqualizerFilters::kNumeratorRest * w2 + rise;
-        rise = (filters.alpha[k][c] * s + filters.beta[k][c] * rise) - filters.pull[k][c] * w1;
-        const float w = w1 + rise;
+        const float past = EqualizerFilters::kNumeratorRest * (w - rise) + rise;
+        rise = (filters.alpha[k][c] * s + filters.beta[k][c] * rise) - filters.pull[k][c] * w;
+        w = w + rise;
         s = s + gain * (rise + past);
-        w2 = w1;
-        w1 = w;
       }
       sample = s;
     }
+    for (uint32_t k = 0; k < filters.bands; ++k)
+      filters.w2[k][c] = filters.w1[k][c] - rises[k];
   }
 }
 

@@ -59,8 +59,7 @@ class Pipeline {
       gain_[p] = Load(filters.gain, p);
       gain_move_[p] = Load(filters.gain_move, p);
       w1_[p] = Load(filters.w1, p);
-      w2_[p] = Load(filters.w2, p);
-      rise_[p] = _mm_sub_ps(w1_[p], w2_[p]);
+      rise_[p] = _mm_sub_ps(w1_[p], Load(filters.w2, p));
       for (size_t parity = 0; parity < kSkew; ++parity)
         signal_[parity][p] = weight_[parity][p] = _mm_setzero_ps();
     }
@@ -76,7 +75,7 @@ class Pipeline {
       PartStep(t);
     for (size_t p = 0; p < kPairs; ++p) {
       Store(filters_.w1, p, w1_[p]);
-      Store(filters_.w2, p, w2_[p]);
+      Store(filters_.w2, p, _mm_sub_ps(w1_[p], rise_[p]));
     }
   }
 
@@ -105,32 +104,33 @@ class Pipeline {
       return HandOver(values[kPair - 1], values[kPair]);
   }
 
-  // One register's part of one step, which changes its signal and weight; the new history is returned.
+  // One register's part of one step, which changes its signal and weight, w and its rise.
   template <size_t kPair>
-  __m128 Work(Registers& signal, Registers& weight, __m128 sample, __m128 sample_weight, __m128 w1, __m128 w2,
-              __m128& rise) {
+  void Work(Registers& signal, Registers& weight, __m128 sample, __m128 sample_weight, __m128& w,
+            __m128& rise) {
     const __m128 s = Next<kPair>(signal, sample);
     __m128 gain = gain_[kPair];
     if constexpr (kMoving) {
       weight[kPair] = Next<kPair>(weight, sample_weight);
       gain = _mm_add_ps(gain, _mm_mul_ps(gain_move_[kPair], weight[kPair]));
     }
-    const __m128 past = _mm_add_ps(_mm_mul_ps(_mm_set1_ps(EqualizerFilters::kNumeratorRest), w2), rise);
+    const __m128 rest = _mm_set1_ps(EqualizerFilters::kNumeratorRest);
+    const __m128 past = _mm_add_ps(_mm_mul_ps(rest, _mm_sub_ps(w, rise)), rise);
     rise = _mm_sub_ps(_mm_add_ps(_mm_mul_ps(alpha_[kPair], s), _mm_mul_ps(beta_[kPair], rise)),
-                      _mm_mul_ps(pull_[kPair], w1));
-    const __m128 w = _mm_add_ps(w1, rise);
+                      _mm_mul_ps(pull_[kPair], w));
+    w = _mm_add_ps(w, rise);
     signal[kPair] = _mm_add_ps(s, _mm_mul_ps(gain, _mm_add_ps(rise, past)));
-    return w;
   }
 
   // Two steps of one register at a time: the second needs the first's history only.
   template <size_t kPair>
   void WorkTwice(const __m128 (&sample)[kSkew], const __m128 (&sample_weight)[kSkew]) {
-    const __m128 w1 = w1_[kPair];
-    const __m128 w =
-        Work<kPair>(signal_[0], weight_[0], sample[0], sample_weight[0], w1, w2_[kPair], rise_[kPair]);
-    w2_[kPair] = w;
-    w1_[kPair] = Work<kPair>(signal_[1], weight_[1], sample[1], sample_weight[1], w, w1, rise_[kPair]);
+    __m128 w = w1_[kPair];
+    __m128 rise = rise_[kPair];
+    Work<kPair>(signal_[0], weight_[0], sample[0], sample_weight[0], w, rise);
+    Work<kPair>(signal_[1], weight_[1], sample[1], sample_weight[1], w, rise);
+    w1_[kPair] = w;
+    rise_[kPair] = rise;
   }
 
   // Calls a function with each register's number from the last down, since each takes what the one below has
@@ -173,15 +173,13 @@ class Pipeline {
     Registers& signal = signal_[t % kSkew];
     ForEach(
         [&]<size_t kPair>(std::integral_constant<size_t, kPair>) {
-          const __m128 w1 = w1_[kPair];
-          const __m128 w2 = w2_[kPair];
+          __m128 w = w1_[kPair];
           __m128 rise = rise_[kPair];
-          const __m128 w = Work<kPair>(signal, weight_[t % kSkew], sample, sample_weight, w1, w2, rise);
+          Work<kPair>(signal, weight_[t % kSkew], sample, sample_weight, w, rise);
           const int32_t lower = WorksOn(kBandsInRegister * kPair, t) ? -1 : 0;
           const int32_t upper = WorksOn(kBandsInRegister * kPair + 1, t) ? -1 : 0;
           const __m128 mask = _mm_castsi128_ps(_mm_set_epi32(upper, upper, lower, lower));
-          w2_[kPair] = Select(mask, w1, w2);
-          w1_[kPair] = Select(mask, w, w1);
+          w1_[kPair] = Select(mask, w, w1_[kPair]);
           rise_[kPair] = Select(mask, rise, rise_[kPair]);
         },
         Index{});
@@ -199,7 +197,7 @@ class Pipeline {
   const float* weights_;
   size_t behind_;  // By how many samples the last band is.
   Registers alpha_, beta_, pull_, gain_, gain_move_;
-  Registers w1_, w2_, rise_;
+  Registers w1_, rise_;
   // What each band put out, and the weight of the frame it did so for, in the last even and the last odd
   // step.
   Registers signal_[kSkew], weight_[kSkew];
