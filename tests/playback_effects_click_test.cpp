@@ -180,6 +180,31 @@ class CountingChain final : public PlaybackChain {
   Counts& counts_;
 };
 
+// A sudden gain takes it up to 12 dB over full scale. With half the look-ahead it would be heard.
+TEST(EffectClicks, TheLimitersOnsetOnABassToneIsSoft) {
+  constexpr uint32_t kRate = 44100;
+  const auto chain = MakeChain(Tone(kRate, uint64_t{kRate} * 60, 100));
+  const ComPtr<SoundBuffer> block = MakeBlock(*chain);
+  ClickEar ear(kRate, 700, true);
+  Dice dice(3);
+  double residue = 0;
+  for (int change = 0; change < 200; ++change) {
+    EffectSettings settings;
+    settings.extra_gain_db = dice.Roll(0, 24);
+    chain->Set(settings);
+    std::vector<float> out;
+    for (int blocks = 0; blocks < 10; ++blocks)
+      ASSERT_EQ(Pull(*chain, *block, out), S_OK);
+    for (size_t i = 0; i < out.size(); i += 2) {
+      const double left = std::fabs(ear.Next(static_cast<double>(out[i])));
+      if (change > 0) residue = std::max(residue, left);  // The tone begins with a corner.
+    }
+  }
+  EXPECT_LT(Decibels(residue), kHearableDb);
+  EXPECT_GT(Decibels(residue), -120) << "something is heard";
+  RecordProperty("residue_db", std::to_string(Decibels(residue)));
+}
+
 // A thread of the user's changes everything while the decode thread works, as fast as it decodes. The track
 // is measured and resampled as well.
 TEST(EffectClicks, NoneFromTheUsersThreadWhileAStreamPlays) {

@@ -125,8 +125,11 @@ inline std::vector<float> Drain(PlaybackChain& chain, HRESULT* end = nullptr) {
 /// filter coefficients.
 class ClickEar {
  public:
-  explicit ClickEar(uint32_t rate, uint32_t tone_hz = 1000) : middle_(tone_hz <= 1000 ? -2 : 2) {
-    const double w = 2 * std::numbers::pi * (tone_hz <= 1000 ? 5000 : 3000) / rate;
+  explicit ClickEar(uint32_t rate, uint32_t tone_hz = 1000)
+      : ClickEar(rate, tone_hz <= 1000 ? 5000 : 3000, tone_hz <= 1000) {}
+  /// What lies above that frequency, or below it.
+  ClickEar(uint32_t rate, uint32_t edge_hz, bool above) : middle_(above ? -2 : 2) {
+    const double w = 2 * std::numbers::pi * edge_hz / rate;
     constexpr std::array<double, 4> kQ = {0.50979558, 0.60134489, 0.89997622, 2.56291545};
     for (size_t k = 0; k < kQ.size(); ++k) {
       const double alpha = std::sin(w) / (2 * kQ[k]);
